@@ -133,7 +133,7 @@ void MarchingCube_cls::OptimizeVerticesFull()
     if (pending)
         OptimizeVertices();
     // One merge in block order; it runs on the calling thread, which would only wait otherwise.
-    ThreadOptimizeFull merge(&mvBlocks, miSize[2], &mvPosFull, &mvNormFull, &mvIndexFull);
+    ThreadOptimizeFull merge(&mvBlocks, miSize, &mCThreadCtrl, &mvPosFull, &mvNormFull, &mvIndexFull);
     merge.Entry();
 }
 

@@ -411,6 +411,49 @@ ThreadMarching::ThreadMarching(const unsigned char* data, const int size[3], int
 {
 }
 
+void ThreadMarching::AdvanceLayer()
+{
+    // Planes: x- and y-edges of even voxel layers (0, 1), of odd voxel layers (2, 3), vertical
+    // edges of the current cube layer (4). Moving up from cube layer z, voxel layer z + 1 stays and
+    // voxel layer z (same parity as the coming z + 2) is dropped together with the vertical edges.
+    ++miCacheZ;
+    const size_t drop = static_cast<size_t>((miCacheZ + 1) & 1) * 2;
+    std::fill_n(mvValid.begin() + static_cast<std::ptrdiff_t>(drop * muPlane), 2 * muPlane, 0);
+    std::fill_n(mvValid.begin() + static_cast<std::ptrdiff_t>(4 * muPlane), muPlane, 0);
+}
+
+const ThreadMarching::EdgeVertex& ThreadMarching::GetEdgeVertex(int e, int x, int y, int z, const int v[8])
+{
+    // The offset is measured from the edge's lower corner (mathematically the same point as from
+    // its first corner) so that the four cubes sharing an edge produce bit-identical vertices,
+    // which the exact-equality welding across blocks relies on.
+    const int c0 = a2iEdgeConnection[e][0], c1 = a2iEdgeConnection[e][1];
+    const int axis = a2fEdgeDirection[e][0] != 0.0f ? 0 : (a2fEdgeDirection[e][1] != 0.0f ? 1 : 2);
+    const int lo = VOffset[c0][axis] < VOffset[c1][axis] ? c0 : c1;
+    const int hi = lo == c0 ? c1 : c0;
+    int index[3] = {x + VOffset[lo][0], y + VOffset[lo][1], z + VOffset[lo][2]};
+
+    const size_t cell = static_cast<size_t>(index[1] - mpOut->miBegin[1]) * static_cast<size_t>(miCacheW) +
+                        static_cast<size_t>(index[0] - mpOut->miBegin[0]);
+    const size_t plane = axis == 2 ? 4 : static_cast<size_t>((index[2] & 1) * 2 + axis);
+    const size_t slot = plane * muPlane + cell;
+    EdgeVertex& ev = mvCache[slot];
+    if (mvValid[slot])
+        return ev;
+    mvValid[slot] = 1;
+
+    const double t = GetEdgeOffset(v[lo], v[hi], miLevel);
+    for (int a = 0; a < 3; ++a)
+        ev.mfPos[a] = static_cast<float>(static_cast<double>(index[a]) / miSize[a]);
+    ev.mfPos[axis] = static_cast<float>((static_cast<double>(index[axis]) + t) / miSize[axis]);
+    if (mbNormals) {
+        float frac[3] = {0.0f, 0.0f, 0.0f};
+        frac[axis] = static_cast<float>(t);
+        GetNormalPrecise2(mpData, miSize, index, frac, ev.mfNorm);
+    }
+    return ev;
+}
+
 int ThreadMarching::MarchCube(int x, int y, int z)
 {
     const size_t nx = static_cast<size_t>(miSize[0]);
@@ -432,43 +475,27 @@ int ThreadMarching::MarchCube(int x, int y, int z)
     if (flagIndex == 255)
         return MarchingBlock_cls::kAllBelow;
 
-    const int edgeFlags = aiCubeEdgeFlags[flagIndex];
-    float pos[12][3];
-    float nor[12][3];
-    const int cube[3] = {x, y, z};
-    for (int e = 0; e < 12; ++e) {
-        if (!(edgeFlags & (1 << e)))
-            continue;
-        // The offset is measured from the edge's lower corner (mathematically the same point as
-        // from its first corner) so that the four cubes sharing an edge produce bit-identical
-        // vertices, which the exact-equality welding relies on.
-        int c0 = a2iEdgeConnection[e][0], c1 = a2iEdgeConnection[e][1];
-        int axis = a2fEdgeDirection[e][0] != 0.0f ? 0 : (a2fEdgeDirection[e][1] != 0.0f ? 1 : 2);
-        int lo = VOffset[c0][axis] < VOffset[c1][axis] ? c0 : c1;
-        int hi = lo == c0 ? c1 : c0;
-        double t = GetEdgeOffset(v[lo], v[hi], L);
-        int index[3];
-        float frac[3] = {0.0f, 0.0f, 0.0f};
-        for (int a = 0; a < 3; ++a) {
-            index[a] = cube[a] + VOffset[lo][a];
-            pos[e][a] = static_cast<float>(static_cast<double>(index[a]) / miSize[a]);
-        }
-        pos[e][axis] = static_cast<float>((static_cast<double>(index[axis]) + t) / miSize[axis]);
-        if (mbNormals) {
-            frac[axis] = static_cast<float>(t);
-            GetNormalPrecise2(mpData, miSize, index, frac, nor[e]);
-        }
-    }
-
     const signed char* tri = a2iTriangleConnectionTable[flagIndex];
+    int count = 0;
+    while (count < 15 && tri[count] >= 0)
+        ++count;
     std::vector<float>& outPos = mpOut->mvPos;
     std::vector<float>& outNorm = mpOut->mvNorm;
-    for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
-        const float* q = pos[tri[k]];
-        outPos.insert(outPos.end(), q, q + 3);
+    const size_t at = outPos.size();
+    outPos.resize(at + static_cast<size_t>(count) * 3);
+    if (mbNormals)
+        outNorm.resize(at + static_cast<size_t>(count) * 3);
+    for (int k = 0; k < count; ++k) {
+        const EdgeVertex& ev = GetEdgeVertex(tri[k], x, y, z, v);
+        float* q = &outPos[at + static_cast<size_t>(k) * 3];
+        q[0] = ev.mfPos[0];
+        q[1] = ev.mfPos[1];
+        q[2] = ev.mfPos[2];
         if (mbNormals) {
-            const float* n = nor[tri[k]];
-            outNorm.insert(outNorm.end(), n, n + 3);
+            float* n = &outNorm[at + static_cast<size_t>(k) * 3];
+            n[0] = ev.mfNorm[0];
+            n[1] = ev.mfNorm[1];
+            n[2] = ev.mfNorm[2];
         }
     }
     return MarchingBlock_cls::kCut;
@@ -533,9 +560,16 @@ void ThreadMarching::Entry()
     MarchingBlock_cls& b = *mpOut;
     b.mvPos.clear();
     b.mvNorm.clear();
+    miCacheW = b.miEnd[0] - b.miBegin[0] + 1;
+    muPlane = static_cast<size_t>(miCacheW) * static_cast<size_t>(b.miEnd[1] - b.miBegin[1] + 1);
+    mvCache.resize(5 * muPlane);
+    mvValid.assign(5 * muPlane, 0);
+    miCacheZ = b.miBegin[2];
     bool cut = false;
     int last = MarchingBlock_cls::kNotMarched;
     for (int z = b.miBegin[2]; z < b.miEnd[2]; ++z) {
+        if (z > b.miBegin[2])
+            AdvanceLayer();
         last = MarchCubeLOOPY(z);
         cut |= last == 0;
     }

@@ -4,6 +4,7 @@
 #include "iso/MarchingBlock_cls.h"
 
 #include <cstdint>
+#include <vector>
 
 /// Marches every cube of one block into the block's unshared vertex and normal arrays.
 /// Runs on a worker slot of MultiThreadCtrl_cls; reads the voxels, writes only its own block.
@@ -52,10 +53,27 @@ class ThreadMarching final : public MultiThreadThread_cls
     int MarchCubeLOOPY(int z);
 
   private:
+    // One computed edge vertex. Vertices are cached per edge for the current layer of cubes: the
+    // four cubes around an edge then compute its position and normal once instead of four times.
+    struct EdgeVertex {
+        float mfPos[3];
+        float mfNorm[3];
+    };
+    /// Drops the cached edges that the next layer of cubes cannot share (called when the march
+    /// moves up one layer of cubes).
+    void AdvanceLayer();
+    /// The vertex on edge e of cube (x, y, z), computed or taken from the cache.
+    const EdgeVertex& GetEdgeVertex(int e, int x, int y, int z, const int v[8]);
+
     const unsigned char* mpData;
     int miSize[3];
     size_t muSliceStride;
     int miLevel;
     bool mbNormals;
     MarchingBlock_cls* mpOut;
+    int miCacheW = 0;                   ///< voxel points per cache row (block width + 1)
+    int miCacheZ = 0;                   ///< the cube layer the cache holds
+    std::vector<EdgeVertex> mvCache;    ///< [even x, even y, odd x, odd y, vertical] planes
+    std::vector<unsigned char> mvValid; ///< one flag per cache entry
+    size_t muPlane = 0;                 ///< entries per plane
 };

@@ -1,3 +1,10 @@
+// Cross-block vertex welding.
+//
+// Sections:
+//   1. Position hash tables
+//   2. Per block: exact de-duplication and border flags (parallel)
+//   3. Global numbering of border vertices (sequential, z-slab window)
+//   4. Copying vertices and remapping indices (parallel)
 #include "iso/ThreadOptimizeFull.h"
 
 #include <bit>
@@ -6,49 +13,58 @@
 namespace
 {
 
-// Open-addressing set of vertex numbers keyed by the exact bits of their positions. One holds the
-// current z-slab, one the slab below; older slabs can no longer match and are dropped, which keeps
-// the tables small enough to stay in cache.
+// ---------------------------------------------------------------------------------------------
+// 1. Position hash tables: open addressing keyed by the exact bits of a position.
+// ---------------------------------------------------------------------------------------------
+
+inline size_t HashPosition(const float* p)
+{
+    uint64_t h = std::bit_cast<uint32_t>(p[0]) * 0x9E3779B97F4A7C15ull;
+    h ^= std::bit_cast<uint32_t>(p[1]) * 0xC2B2AE3D27D4EB4Full;
+    h ^= std::bit_cast<uint32_t>(p[2]) * 0x165667B19E3779F9ull;
+    return static_cast<size_t>(h ^ (h >> 29));
+}
+
+inline bool SamePosition(const float* a, const float* b)
+{
+    return a[0] == b[0] && a[1] == b[1] && a[2] == b[2];
+}
+
+// Maps positions to numbers; entries carry their own copy of the position.
 class PositionTable
 {
   public:
-    explicit PositionTable(const std::vector<float>* positions) : mpPos(positions) {}
-
     void Reset(size_t expected)
     {
         size_t cap = std::bit_ceil(expected * 2 + 16);
-        if (mvSlots.size() != cap)
-            mvSlots.assign(cap, 0u);
-        else
-            std::memset(mvSlots.data(), 0, cap * sizeof(uint32_t));
+        mvSlots.assign(cap, Slot{});
         mMask = cap - 1;
         mCount = 0;
     }
 
-    // Returns the vertex number whose position equals p, or UINT32_MAX.
+    // The number stored for p, or UINT32_MAX.
     uint32_t Find(const float* p) const
     {
         if (mvSlots.empty())
             return UINT32_MAX;
-        for (size_t s = Hash(p) & mMask;; s = (s + 1) & mMask) {
-            uint32_t slot = mvSlots[s];
-            if (slot == 0)
+        for (size_t s = HashPosition(p) & mMask;; s = (s + 1) & mMask) {
+            const Slot& slot = mvSlots[s];
+            if (slot.muId == UINT32_MAX)
                 return UINT32_MAX;
-            const float* q = &(*mpPos)[static_cast<size_t>(slot - 1) * 3];
-            if (q[0] == p[0] && q[1] == p[1] && q[2] == p[2])
-                return slot - 1;
+            if (SamePosition(slot.mfPos, p))
+                return slot.muId;
         }
     }
 
-    // Adds vertex number v (its position is already in the position list); p must not be present.
-    void Insert(const float* p, uint32_t v)
+    // Stores p -> id; p must not be present.
+    void Insert(const float* p, uint32_t id)
     {
         if ((mCount + 1) * 2 > mvSlots.size())
             Grow();
-        size_t s = Hash(p) & mMask;
-        while (mvSlots[s] != 0)
+        size_t s = HashPosition(p) & mMask;
+        while (mvSlots[s].muId != UINT32_MAX)
             s = (s + 1) & mMask;
-        mvSlots[s] = v + 1;
+        mvSlots[s] = Slot{{p[0], p[1], p[2]}, id};
         ++mCount;
     }
 
@@ -60,41 +76,50 @@ class PositionTable
     }
 
   private:
-    static size_t Hash(const float* p)
-    {
-        uint64_t h = std::bit_cast<uint32_t>(p[0]) * 0x9E3779B97F4A7C15ull;
-        h ^= std::bit_cast<uint32_t>(p[1]) * 0xC2B2AE3D27D4EB4Full;
-        h ^= std::bit_cast<uint32_t>(p[2]) * 0x165667B19E3779F9ull;
-        return static_cast<size_t>(h ^ (h >> 29));
-    }
+    struct Slot {
+        float mfPos[3] = {0, 0, 0};
+        uint32_t muId = UINT32_MAX;
+    };
 
     void Grow()
     {
-        std::vector<uint32_t> old;
+        std::vector<Slot> old;
         old.swap(mvSlots);
-        mvSlots.assign(old.size() * 2, 0u);
+        mvSlots.assign(old.empty() ? 32 : old.size() * 2, Slot{});
         mMask = mvSlots.size() - 1;
-        for (uint32_t slot : old) {
-            if (slot == 0)
+        for (const Slot& slot : old) {
+            if (slot.muId == UINT32_MAX)
                 continue;
-            size_t s = Hash(&(*mpPos)[static_cast<size_t>(slot - 1) * 3]) & mMask;
-            while (mvSlots[s] != 0)
+            size_t s = HashPosition(slot.mfPos) & mMask;
+            while (mvSlots[s].muId != UINT32_MAX)
                 s = (s + 1) & mMask;
             mvSlots[s] = slot;
         }
     }
 
-    const std::vector<float>* mpPos;
-    std::vector<uint32_t> mvSlots;
+    std::vector<Slot> mvSlots;
     size_t mMask = 0;
     size_t mCount = 0;
 };
 
+// Per-block working lists of the merge.
+struct BlockMerge {
+    std::vector<uint32_t> mvOptToExact; // block-welded vertex -> exactly unique vertex of the block
+    std::vector<uint32_t> mvExactFirst; // exactly unique vertex -> its first block-welded vertex
+    std::vector<uint8_t> mvBorder;      // exactly unique vertex lies on a border plane of the block
+    std::vector<uint32_t> mvGlobal;     // exactly unique vertex -> global number
+    size_t muNewBegin = 0;              // the global numbers new in this block: [begin, end)
+    size_t muNewEnd = 0;
+    size_t muIndexBegin = 0; // first slot of the block in the global index list
+};
+
 } // namespace
 
-ThreadOptimizeFull::ThreadOptimizeFull(std::vector<MarchingBlock_cls>* blocks, int gridZ, std::vector<float>* outPos,
+ThreadOptimizeFull::ThreadOptimizeFull(std::vector<MarchingBlock_cls>* blocks, const int size[3],
+                                       MultiThreadCtrl_cls* ctrl, std::vector<float>* outPos,
                                        std::vector<float>* outNorm, std::vector<uint32_t>* outIndex)
-    : mpvBlocks(blocks), miGridZ(gridZ), mpvPos(outPos), mpvNorm(outNorm), mpvIndex(outIndex)
+    : mpvBlocks(blocks), miSize{size[0], size[1], size[2]}, mpCtrl(ctrl), mpvPos(outPos), mpvNorm(outNorm),
+      mpvIndex(outIndex)
 {
 }
 
@@ -103,68 +128,137 @@ void ThreadOptimizeFull::Entry()
     std::vector<MarchingBlock_cls>& blocks = *mpvBlocks;
     const size_t blockNum = blocks.size();
     const size_t perSlab = blockNum >= 64 ? 64 : (blockNum ? blockNum : 1);
+    std::vector<BlockMerge> merge(blockNum);
 
-    size_t uniqueTotal = 0, indexTotal = 0;
     bool normals = true;
-    for (const MarchingBlock_cls& b : blocks) {
-        uniqueTotal += b.mvPosOpt.size() / 3;
-        indexTotal += b.mvIndexOpt.size();
+    size_t indexTotal = 0;
+    for (size_t bi = 0; bi < blockNum; ++bi) {
+        const MarchingBlock_cls& b = blocks[bi];
         if (!b.mvPosOpt.empty() && b.mvNormOpt.size() != b.mvPosOpt.size())
             normals = false;
+        merge[bi].muIndexBegin = indexTotal;
+        indexTotal += b.mvIndexOpt.size();
     }
-    std::vector<float>& pos = *mpvPos;
-    std::vector<float>& norm = *mpvNorm;
-    std::vector<uint32_t>& index = *mpvIndex;
-    pos.clear();
-    norm.clear();
-    index.clear();
-    // The block stage's unique count is an upper bound of the merged count: no reallocation.
-    pos.reserve(uniqueTotal * 3);
-    if (normals)
-        norm.reserve(uniqueTotal * 3);
-    index.reserve(indexTotal);
 
-    const double window = miGridZ > 0 ? 3.0 / miGridZ : 0.0;
-    PositionTable current(&pos), below(&pos);
+    // -----------------------------------------------------------------------------------------
+    // 2. Per block: the block stage looks back only a few vertices and leaves duplicates; remove
+    //    them exactly, and flag the vertices on the block's six border planes.
+    // -----------------------------------------------------------------------------------------
+    auto plane = [&](int index, int axis) {
+        // The same expression the march uses for a vertex on a voxel plane, so equality is exact.
+        return static_cast<float>(static_cast<double>(index) / miSize[axis]);
+    };
+    // The workers take contiguous ranges; spreading them over all slabs balances the load when
+    // the surface fills only part of the volume.
+    auto spread = [blockNum](size_t k) { return blockNum == 512 ? ((k & 7) << 6) | (k >> 3) : k; };
+    mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
+        PositionTable local;
+        for (size_t k = first; k < last; ++k) {
+            const size_t bi = spread(k);
+            const MarchingBlock_cls& b = blocks[bi];
+            BlockMerge& m = merge[bi];
+            const size_t n = b.mvPosOpt.size() / 3;
+            if (n == 0)
+                continue;
+            const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
+            const float hi[3] = {plane(b.miEnd[0], 0), plane(b.miEnd[1], 1), plane(b.miEnd[2], 2)};
+            local.Reset(n);
+            m.mvOptToExact.resize(n);
+            m.mvExactFirst.clear();
+            m.mvBorder.clear();
+            for (size_t u = 0; u < n; ++u) {
+                const float* p = &b.mvPosOpt[u * 3];
+                uint32_t e = local.Find(p);
+                if (e == UINT32_MAX) {
+                    e = static_cast<uint32_t>(m.mvExactFirst.size());
+                    local.Insert(p, e);
+                    m.mvExactFirst.push_back(static_cast<uint32_t>(u));
+                    bool border = false;
+                    for (int a = 0; a < 3; ++a)
+                        border |= p[a] == lo[a] || p[a] == hi[a];
+                    m.mvBorder.push_back(border ? 1 : 0);
+                }
+                m.mvOptToExact[u] = e;
+            }
+        }
+    });
+
+    // -----------------------------------------------------------------------------------------
+    // 3. Global numbering in block order. Interior vertices are new by construction; border
+    //    vertices are looked up among the border vertices of this slab and the slab below.
+    // -----------------------------------------------------------------------------------------
+    const double window = 3.0 / miSize[2];
+    PositionTable current, below;
     double slabStartZ = -1.0;
-    std::vector<uint32_t> localToGlobal;
-
+    size_t count = 0;
     for (size_t bi = 0; bi < blockNum; ++bi) {
-        MarchingBlock_cls& b = blocks[bi];
+        const MarchingBlock_cls& b = blocks[bi];
+        BlockMerge& m = merge[bi];
         if (bi % perSlab == 0) {
-            // Slab change: a slab without cubes is no neighbour of anything, keep the old tables.
+            // A slab without cubes is nobody's neighbour: keep the tables as they are.
             bool slabHasCubes = false;
-            size_t slabUnique = 0;
+            size_t slabBorder = 0;
             for (size_t k = bi; k < bi + perSlab && k < blockNum; ++k) {
                 slabHasCubes |= blocks[k].GetCubeNumber() > 0;
-                slabUnique += blocks[k].mvPosOpt.size() / 3;
+                for (uint8_t f : merge[k].mvBorder)
+                    slabBorder += f;
             }
             if (slabHasCubes) {
                 below.Swap(current);
-                current.Reset(slabUnique);
-                slabStartZ = miGridZ > 0 ? static_cast<double>(b.miBegin[2]) / miGridZ : 0.0;
+                current.Reset(slabBorder);
+                slabStartZ = static_cast<double>(b.miBegin[2]) / miSize[2];
             }
         }
-        b.muFirstVertexFull = pos.size() / 3;
-        b.muFaceBeginFull = index.size() / 3;
-        const size_t local = b.mvPosOpt.size() / 3;
-        localToGlobal.resize(local);
-        for (size_t u = 0; u < local; ++u) {
-            const float* p = &b.mvPosOpt[u * 3];
+        m.muNewBegin = count;
+        const size_t exact = m.mvExactFirst.size();
+        m.mvGlobal.resize(exact);
+        for (size_t e = 0; e < exact; ++e) {
+            if (!m.mvBorder[e]) {
+                m.mvGlobal[e] = static_cast<uint32_t>(count++);
+                continue;
+            }
+            const float* p = &b.mvPosOpt[static_cast<size_t>(m.mvExactFirst[e]) * 3];
             uint32_t g = current.Find(p);
             if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
                 g = below.Find(p);
             if (g == UINT32_MAX) {
-                g = static_cast<uint32_t>(pos.size() / 3);
-                pos.insert(pos.end(), p, p + 3);
-                if (normals)
-                    norm.insert(norm.end(), &b.mvNormOpt[u * 3], &b.mvNormOpt[u * 3] + 3);
+                g = static_cast<uint32_t>(count++);
                 current.Insert(p, g);
             }
-            localToGlobal[u] = g;
+            m.mvGlobal[e] = g;
         }
-        for (uint32_t li : b.mvIndexOpt)
-            index.push_back(localToGlobal[li]);
-        b.muFaceNumFull = index.size() / 3 - b.muFaceBeginFull;
+        m.muNewEnd = count;
     }
+
+    // -----------------------------------------------------------------------------------------
+    // 4. Copy the new vertices of each block to their global numbers and remap its triangles.
+    // -----------------------------------------------------------------------------------------
+    std::vector<float>& pos = *mpvPos;
+    std::vector<float>& norm = *mpvNorm;
+    std::vector<uint32_t>& index = *mpvIndex;
+    pos.resize(count * 3);
+    norm.resize(normals ? count * 3 : 0);
+    index.resize(indexTotal);
+    mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
+        for (size_t k = first; k < last; ++k) {
+            const size_t bi = spread(k);
+            MarchingBlock_cls& b = blocks[bi];
+            BlockMerge& m = merge[bi];
+            for (size_t e = 0; e < m.mvGlobal.size(); ++e) {
+                size_t g = m.mvGlobal[e];
+                if (g < m.muNewBegin || g >= m.muNewEnd)
+                    continue;
+                size_t src = static_cast<size_t>(m.mvExactFirst[e]) * 3;
+                std::memcpy(&pos[g * 3], &b.mvPosOpt[src], 3 * sizeof(float));
+                if (normals)
+                    std::memcpy(&norm[g * 3], &b.mvNormOpt[src], 3 * sizeof(float));
+            }
+            uint32_t* out = index.data() + m.muIndexBegin;
+            for (size_t k = 0; k < b.mvIndexOpt.size(); ++k)
+                out[k] = m.mvGlobal[m.mvOptToExact[b.mvIndexOpt[k]]];
+            b.muFirstVertexFull = m.muNewBegin;
+            b.muFaceBeginFull = m.muIndexBegin / 3;
+            b.muFaceNumFull = b.mvIndexOpt.size() / 3;
+        }
+    });
 }
