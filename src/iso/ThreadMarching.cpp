@@ -9,6 +9,7 @@
 #include "iso/ThreadMarching.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 // ---------------------------------------------------------------------------------------------
@@ -476,26 +477,18 @@ int ThreadMarching::MarchCube(int x, int y, int z)
         return MarchingBlock_cls::kAllBelow;
 
     const signed char* tri = a2iTriangleConnectionTable[flagIndex];
-    int count = 0;
-    while (count < 15 && tri[count] >= 0)
-        ++count;
     std::vector<float>& outPos = mpOut->mvPos;
     std::vector<float>& outNorm = mpOut->mvNorm;
-    const size_t at = outPos.size();
-    outPos.resize(at + static_cast<size_t>(count) * 3);
-    if (mbNormals)
-        outNorm.resize(at + static_cast<size_t>(count) * 3);
-    for (int k = 0; k < count; ++k) {
+    // Entry() reserved the exact size, so these appends never reallocate.
+    for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
         const EdgeVertex& ev = GetEdgeVertex(tri[k], x, y, z, v);
-        float* q = &outPos[at + static_cast<size_t>(k) * 3];
-        q[0] = ev.mfPos[0];
-        q[1] = ev.mfPos[1];
-        q[2] = ev.mfPos[2];
+        outPos.push_back(ev.mfPos[0]);
+        outPos.push_back(ev.mfPos[1]);
+        outPos.push_back(ev.mfPos[2]);
         if (mbNormals) {
-            float* n = &outNorm[at + static_cast<size_t>(k) * 3];
-            n[0] = ev.mfNorm[0];
-            n[1] = ev.mfNorm[1];
-            n[2] = ev.mfNorm[2];
+            outNorm.push_back(ev.mfNorm[0]);
+            outNorm.push_back(ev.mfNorm[1]);
+            outNorm.push_back(ev.mfNorm[2]);
         }
     }
     return MarchingBlock_cls::kCut;
@@ -555,11 +548,51 @@ int ThreadMarching::MarchCubeLOOPY(int z)
 // 5. Worker entry
 // ---------------------------------------------------------------------------------------------
 
+size_t ThreadMarching::CountTriangles() const
+{
+    // Triangles per case, from the connection table.
+    static const auto sTriangles = [] {
+        std::array<unsigned char, 256> n{};
+        for (int c = 0; c < 256; ++c) {
+            int k = 0;
+            while (k < 15 && a2iTriangleConnectionTable[c][k] >= 0)
+                k += 3;
+            n[static_cast<size_t>(c)] = static_cast<unsigned char>(k / 3);
+        }
+        return n;
+    }();
+    const MarchingBlock_cls& b = *mpOut;
+    const size_t nx = static_cast<size_t>(miSize[0]);
+    size_t total = 0;
+    for (int z = b.miBegin[2]; z < b.miEnd[2]; ++z)
+        for (int y = b.miBegin[1]; y < b.miEnd[1]; ++y) {
+            const unsigned char* p = mpData + static_cast<size_t>(z) * muSliceStride + static_cast<size_t>(y) * nx;
+            const unsigned char* q = p + nx;
+            const unsigned char* r = p + muSliceStride;
+            const unsigned char* s = r + nx;
+            // The left face of each cube is the right face of the one before it.
+            int left = (p[b.miBegin[0]] <= miLevel) | (q[b.miBegin[0]] <= miLevel) << 3 |
+                       (r[b.miBegin[0]] <= miLevel) << 4 | (s[b.miBegin[0]] <= miLevel) << 7;
+            for (int x = b.miBegin[0]; x < b.miEnd[0]; ++x) {
+                int right = (p[x + 1] <= miLevel) << 1 | (q[x + 1] <= miLevel) << 2 | (r[x + 1] <= miLevel) << 5 |
+                            (s[x + 1] <= miLevel) << 6;
+                total += sTriangles[static_cast<size_t>(left | right)];
+                left = (right >> 1 & 1) | (right >> 2 & 1) << 3 | (right >> 5 & 1) << 4 | (right >> 6 & 1) << 7;
+            }
+        }
+    return total;
+}
+
 void ThreadMarching::Entry()
 {
     MarchingBlock_cls& b = *mpOut;
     b.mvPos.clear();
     b.mvNorm.clear();
+    // Counting first costs one cheap pass and saves the copies of a growing array.
+    const size_t floats = CountTriangles() * 9;
+    b.mvPos.reserve(floats);
+    if (mbNormals)
+        b.mvNorm.reserve(floats);
     miCacheW = b.miEnd[0] - b.miBegin[0] + 1;
     muPlane = static_cast<size_t>(miCacheW) * static_cast<size_t>(b.miEnd[1] - b.miBegin[1] + 1);
     mvCache.resize(5 * muPlane);

@@ -59,6 +59,8 @@ class ThreadMarching final : public MultiThreadThread_cls
         float mfPos[3];
         float mfNorm[3];
     };
+    /// Number of triangles the block will produce (for reserving its arrays).
+    size_t CountTriangles() const;
     /// Drops the cached edges that the next layer of cubes cannot share (called when the march
     /// moves up one layer of cubes).
     void AdvanceLayer();

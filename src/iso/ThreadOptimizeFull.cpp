@@ -102,6 +102,40 @@ class PositionTable
     size_t mCount = 0;
 };
 
+// Maps positions to numbers by index into a position list that outlives the table (the per-block
+// de-duplication: four bytes a slot keep the table small).
+class IndexTable
+{
+  public:
+    void Reset(const float* positions, size_t expected)
+    {
+        mpPos = positions;
+        size_t cap = std::bit_ceil(expected * 2 + 16);
+        mvSlots.assign(cap, UINT32_MAX);
+        mMask = cap - 1;
+    }
+    // The number stored for the position at list index u, inserting u when it is new.
+    uint32_t FindOrInsert(uint32_t u, uint32_t id, std::vector<uint32_t>& ids)
+    {
+        const float* p = mpPos + static_cast<size_t>(u) * 3;
+        for (size_t s = HashPosition(p) & mMask;; s = (s + 1) & mMask) {
+            uint32_t slot = mvSlots[s];
+            if (slot == UINT32_MAX) {
+                mvSlots[s] = u;
+                ids[u] = id;
+                return id;
+            }
+            if (SamePosition(mpPos + static_cast<size_t>(slot) * 3, p))
+                return ids[slot];
+        }
+    }
+
+  private:
+    const float* mpPos = nullptr;
+    std::vector<uint32_t> mvSlots;
+    size_t mMask = 0;
+};
+
 // Per-block working lists of the merge.
 struct BlockMerge {
     std::vector<uint32_t> mvOptToExact; // block-welded vertex -> exactly unique vertex of the block
@@ -152,7 +186,7 @@ void ThreadOptimizeFull::Entry()
     // the surface fills only part of the volume.
     auto spread = [blockNum](size_t k) { return blockNum == 512 ? ((k & 7) << 6) | (k >> 3) : k; };
     mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
-        PositionTable local;
+        IndexTable local;
         for (size_t k = first; k < last; ++k) {
             const size_t bi = spread(k);
             const MarchingBlock_cls& b = blocks[bi];
@@ -162,16 +196,15 @@ void ThreadOptimizeFull::Entry()
                 continue;
             const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
             const float hi[3] = {plane(b.miEnd[0], 0), plane(b.miEnd[1], 1), plane(b.miEnd[2], 2)};
-            local.Reset(n);
+            local.Reset(b.mvPosOpt.data(), n);
             m.mvOptToExact.resize(n);
             m.mvExactFirst.clear();
             m.mvBorder.clear();
             for (size_t u = 0; u < n; ++u) {
                 const float* p = &b.mvPosOpt[u * 3];
-                uint32_t e = local.Find(p);
-                if (e == UINT32_MAX) {
-                    e = static_cast<uint32_t>(m.mvExactFirst.size());
-                    local.Insert(p, e);
+                const auto fresh = static_cast<uint32_t>(m.mvExactFirst.size());
+                uint32_t e = local.FindOrInsert(static_cast<uint32_t>(u), fresh, m.mvOptToExact);
+                if (e == fresh) {
                     m.mvExactFirst.push_back(static_cast<uint32_t>(u));
                     bool border = false;
                     for (int a = 0; a < 3; ++a)

@@ -306,6 +306,19 @@ TEST(MarchingCube, EveryCubeIsMarchedOnceWhateverTheGridShape)
                 << s[0] << "x" << s[1] << "x" << s[2] << " level " << level;
         }
     }
+    // The arrays are sized by a counting pass before the march: exact for a fresh object.
+    {
+        TestVolume t(37, 19, 23);
+        for (size_t i = 0; i < t.v.size(); ++i)
+            t.v[i] = static_cast<unsigned char>((i * 2654435761u) >> 24);
+        MarchingCube_cls fresh;
+        fresh.ThreadControlMain(t.v.data(), t.nx, t.ny, t.nz, 0.5f, MarchingCube_cls::kFlagNormals);
+        ASSERT_GT(fresh.GetVertexNumber(), 0u);
+        for (int i = 0; i < MarchingCube_cls::kBlockNum; ++i) {
+            EXPECT_EQ(fresh.GetBlock(i).mvPos.capacity(), fresh.GetBlock(i).mvPos.size()) << "block " << i;
+            EXPECT_EQ(fresh.GetBlock(i).mvNorm.size(), fresh.GetBlock(i).mvPos.size());
+        }
+    }
     // Long uniform runs with isolated cut cubes at odd and even offsets and at block borders.
     TestVolume t(40, 40, 40, 10);
     for (int i : {0, 1, 4, 5, 6, 9, 10, 19, 20, 38, 39})
