@@ -24,7 +24,8 @@ class MarchingBlock_cls
     /// One of Status.
     int miStatus = kNotMarched;
 
-    /// Unshared vertices: three per triangle, x y z each, as fractions of the grid extent.
+    /// Unshared vertices (empty when the march welded on the fly): three per triangle, x y z each, as fractions of the
+    /// grid extent.
     std::vector<float> mvPos;
     /// Unit normals in the same layout as mvPos (empty when normals were not asked for).
     std::vector<float> mvNorm;
@@ -42,8 +43,12 @@ class MarchingBlock_cls
     size_t muFaceNumFull = 0;
     size_t muFirstVertexFull = 0;
 
-    /// Unshared vertex count (mvPos.size() / 3).
-    size_t GetVertexNumber() const { return mvPos.size() / 3; }
+    /// Unshared vertices the march produced (three per triangle); also counted when the march
+    /// welded on the fly and mvPos stayed empty.
+    size_t muVertexNum = 0;
+
+    /// Unshared vertex count.
+    size_t GetVertexNumber() const { return muVertexNum; }
     /// Number of cubes in the block.
     size_t GetCubeNumber() const
     {

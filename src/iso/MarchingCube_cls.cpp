@@ -87,7 +87,8 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
     SetBlockRanges();
     GetMinMaxValue(data);
 
-    const unsigned workerFlags = mbNormals ? ThreadMarching::kFlagNormals : 0u;
+    const unsigned workerFlags = (mbNormals ? ThreadMarching::kFlagNormals : 0u) |
+                                 ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u);
     miMarchedBlocks = 0;
     // Blocks are handed out z-slab by z-slab, then y, then x: the full weld relies on that order.
     for (MarchingBlock_cls& b : mvBlocks) {
@@ -157,10 +158,16 @@ void MarchingCube_cls::Clear(int keepCapacity)
     for (MarchingBlock_cls& b : mvBlocks) {
         Release(b.mvPos, keepCapacity != 0);
         Release(b.mvNorm, keepCapacity != 0);
+        b.muVertexNum = 0;
         b.miStatus = MarchingBlock_cls::kNotMarched;
     }
     miMarchedBlocks = 0;
-    ClearOpt();
+    for (MarchingBlock_cls& b : mvBlocks) {
+        Release(b.mvPosOpt, keepCapacity != 0);
+        Release(b.mvNormOpt, keepCapacity != 0);
+        Release(b.mvIndexOpt, keepCapacity != 0);
+        b.mbOptDone = false;
+    }
     ClearOptFull();
 }
 

@@ -20,6 +20,10 @@ class MarchingCube_cls
     static constexpr int kBlockNum = kDiv * kDiv * kDiv;
     /// Option bit for ThreadControlMain: compute per-vertex normals.
     static constexpr unsigned kFlagNormals = 1u;
+    /// Option bit for ThreadControlMain: weld inside each block while marching. The block lists
+    /// are the same as OptimizeVertices() gives, but the unshared arrays are never stored (they
+    /// are the largest arrays of the extraction), so only the counts of that stage remain.
+    static constexpr unsigned kFlagWeldInBlock = 2u;
     /// Decimals written for positions and normals.
     static constexpr int kPrecisionPosition = 6;
     static constexpr int kPrecisionNormal = 3;

@@ -8,6 +8,8 @@
 //   5. Worker entry
 #include "iso/ThreadMarching.h"
 
+#include "iso/ThreadOptimizeA.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -408,7 +410,7 @@ ThreadMarching::ThreadMarching(const unsigned char* data, const int size[3], int
                                MarchingBlock_cls* out)
     : mpData(data), miSize{size[0], size[1], size[2]},
       muSliceStride(static_cast<size_t>(size[0]) * static_cast<size_t>(size[1])), miLevel(level),
-      mbNormals((flags & kFlagNormals) != 0), mpOut(out)
+      mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0), mpOut(out)
 {
 }
 
@@ -455,6 +457,37 @@ const ThreadMarching::EdgeVertex& ThreadMarching::GetEdgeVertex(int e, int x, in
     return ev;
 }
 
+void ThreadMarching::Emit(const EdgeVertex& ev)
+{
+    MarchingBlock_cls& b = *mpOut;
+    const size_t n = muEmitted++;
+    if (!mbWeld) {
+        // Entry() reserved the exact size, so these appends never reallocate.
+        b.mvPos.insert(b.mvPos.end(), ev.mfPos, ev.mfPos + 3);
+        if (mbNormals)
+            b.mvNorm.insert(b.mvNorm.end(), ev.mfNorm, ev.mfNorm + 3);
+        return;
+    }
+    // The same rule as ThreadOptimizeA: the first triangle as it is, then a short look-back.
+    const size_t unique = b.mvPosOpt.size() / 3;
+    if (n >= 3) {
+        const size_t stop = unique > static_cast<size_t>(ThreadOptimizeA::kLookBack)
+                                ? unique - static_cast<size_t>(ThreadOptimizeA::kLookBack)
+                                : 0;
+        for (size_t u = unique; u-- > stop;) {
+            const float* q = &b.mvPosOpt[u * 3];
+            if (q[0] == ev.mfPos[0] && q[1] == ev.mfPos[1] && q[2] == ev.mfPos[2]) {
+                b.mvIndexOpt.push_back(static_cast<uint32_t>(u));
+                return;
+            }
+        }
+    }
+    b.mvPosOpt.insert(b.mvPosOpt.end(), ev.mfPos, ev.mfPos + 3);
+    if (mbNormals)
+        b.mvNormOpt.insert(b.mvNormOpt.end(), ev.mfNorm, ev.mfNorm + 3);
+    b.mvIndexOpt.push_back(static_cast<uint32_t>(unique));
+}
+
 int ThreadMarching::MarchCube(int x, int y, int z)
 {
     const size_t nx = static_cast<size_t>(miSize[0]);
@@ -477,20 +510,8 @@ int ThreadMarching::MarchCube(int x, int y, int z)
         return MarchingBlock_cls::kAllBelow;
 
     const signed char* tri = a2iTriangleConnectionTable[flagIndex];
-    std::vector<float>& outPos = mpOut->mvPos;
-    std::vector<float>& outNorm = mpOut->mvNorm;
-    // Entry() reserved the exact size, so these appends never reallocate.
-    for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
-        const EdgeVertex& ev = GetEdgeVertex(tri[k], x, y, z, v);
-        outPos.push_back(ev.mfPos[0]);
-        outPos.push_back(ev.mfPos[1]);
-        outPos.push_back(ev.mfPos[2]);
-        if (mbNormals) {
-            outNorm.push_back(ev.mfNorm[0]);
-            outNorm.push_back(ev.mfNorm[1]);
-            outNorm.push_back(ev.mfNorm[2]);
-        }
-    }
+    for (int k = 0; k < 15 && tri[k] >= 0; ++k)
+        Emit(GetEdgeVertex(tri[k], x, y, z, v));
     return MarchingBlock_cls::kCut;
 }
 
@@ -590,9 +611,22 @@ void ThreadMarching::Entry()
     b.mvNorm.clear();
     // Counting first costs one cheap pass and saves the copies of a growing array.
     const size_t floats = CountTriangles() * 9;
-    b.mvPos.reserve(floats);
-    if (mbNormals)
-        b.mvNorm.reserve(floats);
+    muEmitted = 0;
+    if (mbWeld) {
+        // A closed surface has about half as many vertices as triangles; the look-back keeps some
+        // duplicates, so start at two thirds of the unshared count and let the rare rest grow.
+        b.mvPosOpt.clear();
+        b.mvNormOpt.clear();
+        b.mvIndexOpt.clear();
+        b.mvIndexOpt.reserve(floats / 3);
+        b.mvPosOpt.reserve(floats * 2 / 3);
+        if (mbNormals)
+            b.mvNormOpt.reserve(floats * 2 / 3);
+    } else {
+        b.mvPos.reserve(floats);
+        if (mbNormals)
+            b.mvNorm.reserve(floats);
+    }
     miCacheW = b.miEnd[0] - b.miBegin[0] + 1;
     muPlane = static_cast<size_t>(miCacheW) * static_cast<size_t>(b.miEnd[1] - b.miBegin[1] + 1);
     mvCache.resize(5 * muPlane);
@@ -607,4 +641,7 @@ void ThreadMarching::Entry()
         cut |= last == 0;
     }
     b.miStatus = cut ? MarchingBlock_cls::kCut : last;
+    b.muVertexNum = muEmitted;
+    if (mbWeld)
+        b.mbOptDone = true;
 }

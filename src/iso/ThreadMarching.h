@@ -24,6 +24,9 @@ class ThreadMarching final : public MultiThreadThread_cls
 
     /// Option bit: compute a normal for every vertex.
     static constexpr unsigned kFlagNormals = 1u;
+    /// Option bit: weld each vertex against the last ThreadOptimizeA::kLookBack unique vertices
+    /// as it is emitted, writing the block-welded lists instead of the unshared arrays.
+    static constexpr unsigned kFlagWeldInBlock = 2u;
 
     /// data: nx*ny*nz voxels, x fastest (not owned, must outlive the worker); size: nx, ny, nz;
     /// level: the byte level L (0..255); out: the block, whose miBegin/miEnd give the cubes.
@@ -66,12 +69,16 @@ class ThreadMarching final : public MultiThreadThread_cls
     void AdvanceLayer();
     /// The vertex on edge e of cube (x, y, z), computed or taken from the cache.
     const EdgeVertex& GetEdgeVertex(int e, int x, int y, int z, const int v[8]);
+    /// Appends one vertex to the block's output (unshared, or welded on the fly).
+    void Emit(const EdgeVertex& ev);
 
     const unsigned char* mpData;
     int miSize[3];
     size_t muSliceStride;
     int miLevel;
     bool mbNormals;
+    bool mbWeld;
+    size_t muEmitted = 0; ///< unshared vertices emitted so far
     MarchingBlock_cls* mpOut;
     int miCacheW = 0;                   ///< voxel points per cache row (block width + 1)
     int miCacheZ = 0;                   ///< the cube layer the cache holds

@@ -13,7 +13,7 @@ inline bool SamePosition(const float* a, const float* b)
 void ThreadOptimizeA::Entry()
 {
     MarchingBlock_cls& b = *mpBlock;
-    const size_t n = b.GetVertexNumber();
+    const size_t n = b.mvPos.size() / 3;
     const bool normals = b.mvNorm.size() == b.mvPos.size();
     b.mvPosOpt.clear();
     b.mvNormOpt.clear();

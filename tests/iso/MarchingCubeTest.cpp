@@ -434,6 +434,32 @@ TEST(MarchingCube, ResultsDoNotDependOnTheThreadCount)
     }
 }
 
+TEST(MarchingCube, WeldingWhileMarchingGivesTheSameLists)
+{
+    TestVolume t = MakeBall(50, 44, 47, 24.3, 20.8, 22.2, 16.1);
+    for (size_t i = 0; i < t.v.size(); i += 97)
+        t.v[i] = 255; // scattered specks: many tiny separate surfaces in every block
+    MarchingCube_cls separate, fused;
+    separate.ThreadControlMain(t.v.data(), t.nx, t.ny, t.nz, 0.5f, MarchingCube_cls::kFlagNormals);
+    separate.OptimizeVertices();
+    fused.ThreadControlMain(t.v.data(), t.nx, t.ny, t.nz, 0.5f,
+                            MarchingCube_cls::kFlagNormals | MarchingCube_cls::kFlagWeldInBlock);
+    EXPECT_EQ(fused.GetVertexNumber(), separate.GetVertexNumber());
+    EXPECT_EQ(fused.GetVertexNumberOpt(), separate.GetVertexNumberOpt());
+    for (int i = 0; i < MarchingCube_cls::kBlockNum; ++i) {
+        const MarchingBlock_cls& a = separate.GetBlock(i);
+        const MarchingBlock_cls& b = fused.GetBlock(i);
+        ASSERT_EQ(a.mvPosOpt, b.mvPosOpt) << "block " << i;
+        ASSERT_EQ(a.mvNormOpt, b.mvNormOpt) << "block " << i;
+        ASSERT_EQ(a.mvIndexOpt, b.mvIndexOpt) << "block " << i;
+        EXPECT_TRUE(b.mvPos.empty());
+    }
+    separate.OptimizeVerticesFull();
+    fused.OptimizeVerticesFull();
+    EXPECT_EQ(fused.GetIndicesFull(), separate.GetIndicesFull());
+    EXPECT_EQ(fused.GetPositionsFull(), separate.GetPositionsFull());
+}
+
 TEST(MarchingCube, ClearingReleasesEachStage)
 {
     TestVolume t = MakeBall(20, 20, 20, 9.5, 9.5, 9.5, 6.0);
