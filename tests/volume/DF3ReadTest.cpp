@@ -331,3 +331,30 @@ TEST(DF3Read, SwapByteReversesInPlace)
 }
 
 } // namespace
+
+#include "volume/Thread16bitTo8bit.h"
+
+namespace {
+
+TEST(DF3Read, ConversionKeepsFirstByteForEveryLength)
+{
+    const auto pairs = PatternBytes(2 * 70, 31);
+    for (int count = 0; count <= 70; ++count) {
+        std::vector<uint8_t> out(71, 0xEE);
+        Thread16bitTo8bit::Convert(pairs.data(), out.data(), count);
+        for (int i = 0; i < count; ++i)
+            ASSERT_EQ(out[size_t(i)], pairs[size_t(2 * i)]) << count << " " << i;
+        EXPECT_EQ(out[size_t(count)], 0xEE) << "wrote past the end for count " << count;
+    }
+    // A worker with nothing to do still reports that it is done, and prints nothing.
+    bool done = false;
+    Thread16bitTo8bit w;
+    w.SetParameters(&done, 0, nullptr, nullptr);
+    ::testing::internal::CaptureStdout();
+    w.Run();
+    w.Wait();
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_TRUE(done);
+}
+
+} // namespace
