@@ -9,6 +9,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
@@ -16,7 +18,8 @@
 #include <unistd.h>
 #include <vector>
 
-namespace {
+namespace
+{
 
 constexpr uint32_t kN = 256;
 
@@ -86,10 +89,84 @@ void FrameRead(benchmark::State& state, const std::string& path)
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(size));
 }
 
-void BM_PlainRead8bit(benchmark::State& state) { PlainRead(state, GetFiles().path8); }
-void BM_DF3Read8bit(benchmark::State& state) { FrameRead(state, GetFiles().path8); }
-void BM_PlainRead16bit(benchmark::State& state) { PlainRead(state, GetFiles().path16); }
-void BM_DF3Read16bit(benchmark::State& state) { FrameRead(state, GetFiles().path16); }
+// Both reads in every iteration, in alternating order, so that both see the same load from other
+// processes on a shared machine; reports the medians of the two times and of their ratio.
+void Ratio(benchmark::State& state, const std::string& path)
+{
+    const auto size = std::filesystem::file_size(path);
+    std::vector<uint8_t> buffer(size);
+    DF3_cls frame(nullptr);
+    frame.SetFilePath(Widen(path));
+    std::vector<double> plainMs, frameMs, ratio;
+    auto plain = [&] {
+        int fd = open(path.c_str(), O_RDONLY);
+        size_t done = 0;
+        while (done < size) {
+            ssize_t got = read(fd, buffer.data() + done, size - done);
+            if (got <= 0)
+                break;
+            done += size_t(got);
+        }
+        close(fd);
+        benchmark::DoNotOptimize(buffer.data());
+    };
+    auto df3 = [&] {
+        frame.FakeRelease();
+        if (!frame.ReadHeader(nullptr) || !frame.Allocate() || !frame.ReadBodyIfNotFinished(true, nullptr))
+            state.SkipWithError("read failed");
+        benchmark::DoNotOptimize(frame.GetXYZData());
+    };
+    using Clock = std::chrono::steady_clock;
+    auto ms = [](Clock::time_point a, Clock::time_point b) {
+        return std::chrono::duration<double, std::milli>(b - a).count();
+    };
+    bool plainFirst = true;
+    for (auto _ : state) {
+        const auto t0 = Clock::now();
+        plainFirst ? plain() : df3();
+        const auto t1 = Clock::now();
+        plainFirst ? df3() : plain();
+        const auto t2 = Clock::now();
+        const double p = plainFirst ? ms(t0, t1) : ms(t1, t2), d = plainFirst ? ms(t1, t2) : ms(t0, t1);
+        plainMs.push_back(p);
+        frameMs.push_back(d);
+        ratio.push_back(d / p);
+        plainFirst = !plainFirst;
+    }
+    auto median = [](std::vector<double> v) {
+        std::sort(v.begin(), v.end());
+        return v.empty() ? 0.0 : v[v.size() / 2];
+    };
+    state.counters["plain_ms"] = median(plainMs);
+    state.counters["df3_ms"] = median(frameMs);
+    state.counters["ratio"] = median(ratio);
+}
+
+void BM_Ratio8bit(benchmark::State& state)
+{
+    Ratio(state, GetFiles().path8);
+}
+void BM_Ratio16bit(benchmark::State& state)
+{
+    Ratio(state, GetFiles().path16);
+}
+
+void BM_PlainRead8bit(benchmark::State& state)
+{
+    PlainRead(state, GetFiles().path8);
+}
+void BM_DF3Read8bit(benchmark::State& state)
+{
+    FrameRead(state, GetFiles().path8);
+}
+void BM_PlainRead16bit(benchmark::State& state)
+{
+    PlainRead(state, GetFiles().path16);
+}
+void BM_DF3Read16bit(benchmark::State& state)
+{
+    FrameRead(state, GetFiles().path16);
+}
 
 void BM_LevelMap(benchmark::State& state)
 {
@@ -110,6 +187,8 @@ BENCHMARK(BM_PlainRead8bit)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 BENCHMARK(BM_DF3Read8bit)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 BENCHMARK(BM_PlainRead16bit)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 BENCHMARK(BM_DF3Read16bit)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+BENCHMARK(BM_Ratio8bit)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_Ratio16bit)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_LevelMap)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 
 BENCHMARK_MAIN();

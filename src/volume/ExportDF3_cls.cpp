@@ -2,6 +2,7 @@
 // Sections: file creation; whole-file writing; the frame export with doubled axes.
 #include "volume/ExportDF3_cls.h"
 
+#include "config/TessanAssert.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
@@ -91,6 +92,19 @@ class OutputFile_cls
     int miFd = -1;
 };
 
+// The header holds 16 bits per size; anything larger would be written as a different volume.
+bool SizesFit(const std::wstring& path, const uint32_t* size, UserPrompt_cls* parent)
+{
+    for (int a = 0; a < 3; ++a)
+        if (size[a] > 65535) {
+            parent->Message(WStrPrintf(Tr("%s: size %u exceeds the 65535 a DF3 header can hold").c_str(),
+                                       Narrow(path).c_str(), size[a]),
+                            TrW("Write Error"));
+            return false;
+        }
+    return true;
+}
+
 void MakeHeader(uint8_t* header, const uint32_t* size)
 {
     for (int a = 0; a < 3; ++a)
@@ -120,10 +134,12 @@ bool ExportDF3_cls::WriteFile(const std::wstring& path, uint32_t x, uint32_t y, 
 {
     if (!parent)
         parent = GetUserPrompt();
+    const uint32_t size[3] = {x, y, z};
+    if (!SizesFit(path, size, parent))
+        return false;
     OutputFile_cls file(path, parent);
     if (!file.Create())
         return false;
-    const uint32_t size[3] = {x, y, z};
     uint8_t header[6];
     MakeHeader(header, size);
     const size_t bytes = static_cast<size_t>(x) * y * z * width;
@@ -140,6 +156,17 @@ bool ExportDF3_cls::OutputDF3(const std::wstring& path, const bool* doubleAxes)
     const uint32_t cur[3] = {mpDF3->GetCurrSize(0), mpDF3->GetCurrSize(1), mpDF3->GetCurrSize(2)};
     const bool dbl[3] = {doubleAxes && doubleAxes[0], doubleAxes && doubleAxes[1], doubleAxes && doubleAxes[2]};
 
+    TESSAN_ASSERT(mpDF3->IsAllocated() == 1, "SRC/DF3/FILEIO/clsExportDF3");
+    if (!mpDF3->IsAllocated())
+        return false;
+    uint32_t out[3];
+    uint32_t offset[3];
+    for (int a = 0; a < 3; ++a) {
+        out[a] = dbl[a] ? cur[a] * 2 : cur[a];
+        offset[a] = dbl[a] ? cur[a] / 2 : 0;
+    }
+    if (!SizesFit(path, out, parent))
+        return false;
     OutputFile_cls file(path, parent);
     if (!file.Create())
         return false;
@@ -152,12 +179,6 @@ bool ExportDF3_cls::OutputDF3(const std::wstring& path, const bool* doubleAxes)
         data = mpDF3->GetProcessedData();
     }
 
-    uint32_t out[3];
-    uint32_t offset[3];
-    for (int a = 0; a < 3; ++a) {
-        out[a] = dbl[a] ? cur[a] * 2 : cur[a];
-        offset[a] = dbl[a] ? cur[a] / 2 : 0;
-    }
     uint8_t header[6];
     MakeHeader(header, out);
     if (!file.Write(header, sizeof header))

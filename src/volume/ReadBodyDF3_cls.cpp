@@ -157,7 +157,8 @@ bool ReadBodyDF3_cls::MainProcess(bool noInterrupt, UserPrompt_cls* parent)
     if (IsFinishConditionSatisfied()) {
         Finalize();
         mpDF3->SetReadFinished();
-        std::vector<uint8_t>().swap(mvBlock); // a loaded frame keeps no read buffer
+        std::vector<uint8_t>().swap(mvBlock); // a loaded frame keeps no read buffers
+        std::vector<uint8_t>().swap(mvBlockNext);
     }
     return true;
 }
@@ -188,12 +189,16 @@ bool ReadBodyDF3_cls::Read16bit(bool noInterrupt, int fd)
     const uint64_t slice = static_cast<uint64_t>(mpDF3->GetCurrSize(0)) * mpDF3->GetCurrSize(1);
     const uint32_t Z = mpDF3->GetCurrSize(2);
     uint8_t* out = mpDF3->GetXYZData();
-    for (uint32_t z = GetPosition(); z < Z;) {
+    auto blockBytes = [&](uint32_t z) { return 2 * std::min(kBlock16bit, Z - z) * slice; };
+    uint32_t z = GetPosition();
+    if (z >= Z)
+        return true;
+    mvBlock.resize(static_cast<size_t>(blockBytes(z)));
+    if (!ReadExactly(fd, mvBlock.data(), mvBlock.size(), kHeaderSize + 2 * z * slice))
+        return false;
+    while (z < Z) {
         const uint32_t n = std::min(kBlock16bit, Z - z);
         const uint64_t k = n * slice; // samples in this block (at most 2^31 under the size limit)
-        mvBlock.resize(static_cast<size_t>(2 * k));
-        if (!ReadExactly(fd, mvBlock.data(), 2 * k, kHeaderSize + 2 * z * slice))
-            return false;
         // Two workers convert disjoint halves; the block is untouched until both have finished.
         const int64_t half = static_cast<int64_t>(k / 2);
         bool done[2] = {false, false};
@@ -203,13 +208,30 @@ bool ReadBodyDF3_cls::Read16bit(bool noInterrupt, int fd)
                                 out + z * slice + half);
         worker[0].Run();
         worker[1].Run();
+        // Meanwhile the next block comes in from the file, unless this call is about to stop.
+        const uint32_t next = z + n;
+        bool prefetched = false, prefetchOk = true;
+        if (next < Z && !IsResumeConditionSatisfied(noInterrupt)) {
+            mvBlockNext.resize(static_cast<size_t>(blockBytes(next)));
+            prefetchOk = PReadAll(fd, mvBlockNext.data(), mvBlockNext.size(), kHeaderSize + 2 * next * slice);
+            prefetched = true;
+        }
         worker[0].Wait();
         worker[1].Wait();
         TESSAN_ASSERT(done[0] && done[1], "SRC/DF3/FILEIO/clsReadBodyDF3");
-        z += n;
+        z = next;
         SetPosition(z);
-        if (IsResumeConditionSatisfied(noInterrupt))
+        if (!prefetchOk)
+            return ReportShortRead();
+        if (z >= Z || IsResumeConditionSatisfied(noInterrupt))
             break;
+        if (prefetched) {
+            mvBlock.swap(mvBlockNext);
+        } else {
+            mvBlock.resize(static_cast<size_t>(blockBytes(z)));
+            if (!ReadExactly(fd, mvBlock.data(), mvBlock.size(), kHeaderSize + 2 * z * slice))
+                return false;
+        }
     }
     return true;
 }

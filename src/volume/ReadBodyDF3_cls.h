@@ -43,5 +43,6 @@ class ReadBodyDF3_cls : public ResumableProgress_cls
     DF3_cls* mpDF3;
     UserPrompt_cls* mpParent = nullptr;
     int miSampleBits = 0;
-    std::vector<uint8_t> mvBlock; ///< raw samples of the block (16-bit or down-sized reads)
+    std::vector<uint8_t> mvBlock;     ///< raw samples of the block (16-bit or down-sized reads)
+    std::vector<uint8_t> mvBlockNext; ///< the following 16-bit block, read while mvBlock is converted
 };

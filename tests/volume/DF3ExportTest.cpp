@@ -160,6 +160,10 @@ TEST(DF3Export, WriteFileWritesSixteenBitSamplesAsGiven)
     EXPECT_FALSE(ExportDF3_cls::WriteFile(Widen(dir.File("w.df3")), 1, 1, 1, samples.data(), 1, &prompt));
     EXPECT_EQ(ReadFileBytes(dir.File("w.df3")), Df3File(2, 1, 1, samples));
     EXPECT_EQ(prompt.MessageCount(), 1u);
+    // A size the 16-bit header cannot hold is refused rather than written as another volume.
+    EXPECT_FALSE(ExportDF3_cls::WriteFile(Widen(dir.File("huge.df3")), 70000, 0, 1, samples.data(), 1, &prompt));
+    EXPECT_FALSE(std::filesystem::exists(dir.File("huge.df3")));
+    EXPECT_EQ(prompt.MessageCount(), 2u);
 }
 
 } // namespace

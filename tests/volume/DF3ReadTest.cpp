@@ -334,7 +334,8 @@ TEST(DF3Read, SwapByteReversesInPlace)
 
 #include "volume/Thread16bitTo8bit.h"
 
-namespace {
+namespace
+{
 
 TEST(DF3Read, ConversionKeepsFirstByteForEveryLength)
 {
