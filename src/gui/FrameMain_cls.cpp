@@ -22,6 +22,7 @@
 #include <wx/filedlg.h>
 #include <wx/filename.h>
 #include <wx/gauge.h>
+#include <wx/log.h>
 #include <wx/menu.h>
 #include <wx/panel.h>
 #include <wx/sizer.h>
@@ -31,6 +32,7 @@
 #include <wx/tooltip.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -134,6 +136,8 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame) EVT_IDLE(FrameMain_cls::OnIdle) EVT_
     UpdateRecentMenu();
     LayoutViews();
     mCLastFrameMark = std::chrono::steady_clock::now();
+    if (const char* stateFile = std::getenv("TESSAN_STATE_FILE"))
+        mStrStateFile = stateFile;
 }
 
 FrameMain_cls::~FrameMain_cls()
@@ -286,6 +290,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         // (-1, false), else IdleProcessesFetch(), set the nothing-left-to-fetch flag from both;
         // while playing, ProcPlayTex. Without slots there is nothing to load.
         mbNothingLeftToFetch = true;
+        WriteStateReport();
         if (!mStrScreenshotPath.empty()) {
             if (ScreenshotReady())
                 TakeScreenshot();
@@ -682,7 +687,13 @@ void FrameMain_cls::TakeScreenshot()
                 image.SetRGB(tx, ty, px[0], px[1], px[2]);
             }
     }
-    const bool saved = image.IsOk() && image.SaveFile(wxString(path), wxBITMAP_TYPE_PNG);
+    bool saved = false;
+    {
+        // The failure is reported below in the program's own words, not in a log dialog that
+        // nobody is there to close.
+        wxLogNull quiet;
+        saved = image.IsOk() && image.SaveFile(wxString(path), wxBITMAP_TYPE_PNG);
+    }
     if (saved) {
         std::printf("%s\n", Narrow(path).c_str());
         std::fflush(stdout);
@@ -711,4 +722,51 @@ void FrameMain_cls::OnClose(wxCloseEvent& event)
 {
     // Closing by other means than the quit command saves nothing.
     event.Skip();
+}
+
+void FrameMain_cls::WriteStateReport()
+{
+    // For unattended checks (the GUI tests): what the window shows, read back from the widgets
+    // themselves, written whenever it changes.
+    if (mStrStateFile.empty())
+        return;
+    std::wstring text = L"title=" + GetTitle().ToStdWstring() + L"\n";
+    if (wxStatusBar* bar = GetStatusBar())
+        for (int i = 0; i < bar->GetFieldsCount(); ++i)
+            text += WStrPrintf("status%d=", i) + bar->GetStatusText(i).ToStdWstring() + L"\n";
+    if (wxMenuBar* bar = GetMenuBar()) {
+        text += L"menus=";
+        for (size_t i = 0; i < bar->GetMenuCount(); ++i)
+            text += (i ? L"," : L"") + bar->GetMenuLabelText(i).ToStdWstring();
+        text += L"\n";
+    }
+    text += std::wstring(L"layout=") + (IsFourViews() ? L"four" : L"one") + L"\n";
+    text += WStrPrintf("active=%d\n", miActiveView);
+    for (int i = 0; i < kViewCount; ++i) {
+        const MainGLCanvas_cls* canvas = mvCanvas[static_cast<size_t>(i)];
+        const Camera_cls& cam = GetViewCtrl(i).GetCamera();
+        // Screen positions exist only for windows on screen (the extra window may be hidden).
+        const bool shown = canvas->IsShownOnScreen();
+        const wxPoint screen = shown ? canvas->GetScreenPosition() : wxPoint(0, 0);
+        const wxPoint at = shown ? screen - ClientToScreen(wxPoint(0, 0)) : wxPoint(0, 0);
+        const wxSize size = canvas->GetClientSize();
+        // Client-relative position, size, screen position, name.
+        text += WStrPrintf("view%d=%s %d %d %d %d %d %d ", i, shown ? "shown" : "hidden", at.x, at.y, size.x, size.y,
+                           screen.x, screen.y) +
+                GetViewCtrl(i).GetViewName() + L"\n";
+        const Vec3d& p = cam.GetPosition();
+        const Vec3d& a = cam.GetAnchor();
+        text += WStrPrintf("camera%d=%.6f %.6f %.6f anchor %.6f %.6f %.6f\n", i, p[0], p[1], p[2], a[0], a[1], a[2]);
+    }
+    if (text == mStrLastState)
+        return;
+    mStrLastState = text;
+    const std::string temp = mStrStateFile + ".tmp";
+    {
+        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+        const std::string bytes = Narrow(text);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+    std::error_code ec;
+    std::filesystem::rename(temp, mStrStateFile, ec);
 }

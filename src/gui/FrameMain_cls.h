@@ -110,6 +110,7 @@ class FrameMain_cls : public wxFrame
     bool ScreenshotReady() const;
     void TakeScreenshot();
     void RunStartupThreads();
+    void WriteStateReport();
 
     Main_cls* mpMain;
     StartupData mCStartup;
@@ -150,6 +151,8 @@ class FrameMain_cls : public wxFrame
     bool mbPendingViewUpdate = false;
     std::wstring mStrScreenshotPath;
     int miScreenshotIdlePasses = 0;
+    std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::wstring mStrLastState; ///< the last report written
 
     wxDECLARE_EVENT_TABLE();
 };

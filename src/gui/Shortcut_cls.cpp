@@ -114,7 +114,7 @@ int Shortcut_cls::ReadShortcutLines(const std::vector<std::wstring>& lines)
         const size_t eq = line.find(L'=');
         if (eq == std::wstring::npos || eq == 0)
             continue;
-        taken += SetKey(Narrow(line.substr(0, eq)), Trim(line.substr(eq + 1))) ? 1 : 0;
+        taken += SetKey(Narrow(Trim(line.substr(0, eq))), Trim(line.substr(eq + 1))) ? 1 : 0;
     }
     return taken;
 }
