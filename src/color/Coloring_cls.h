@@ -1,0 +1,54 @@
+#pragma once
+// Owner of every colour choice of the preview and the export. A colour index names one choice:
+// 0 or -1 plain white, 1..9 a built-in layer palette, 10 and above custom map number index - 10.
+// The palettes are fixed at construction; lookups are const and may run on worker threads
+// (colour baking) as long as the custom maps are not edited at the same time.
+#include <array>
+#include <vector>
+
+/// One palette entry: red, green, blue and the alpha factor of its data layer.
+using PaletteEntry = std::array<float, 4>;
+
+class Coloring_cls
+{
+  public:
+    /// Builds the ten layer palettes (palette 0 is plain white with one entry).
+    Coloring_cls();
+
+    /// Number of built-in palettes (0..9).
+    static constexpr int msPaletteCount = 10;
+    /// First colour index that names a custom map.
+    static constexpr int msCustomIndexBase = 10;
+    /// The unit-length grey returned when a palette blend has no direction.
+    static constexpr float msNeutralComponent = 0.57735026f;
+
+    /// Colour of normalised density x (0..1) under colour index index into rgb[3]. Palettes
+    /// blend their layer colours by density and are normalised to unit length (a hue, not a
+    /// brightness); custom maps are looked up channel by channel, clamped to 0..1 when
+    /// clampFlag is set.
+    void GetColor(float* rgb, float x, int index, bool clampFlag) const;
+    /// Base colour of data layer `layer` under colour index index into rgb[3]. For custom maps
+    /// the colour is accumulated by repeated halving (see the definition); values may exceed 1.
+    void CopyRGB(float* rgb, int layer, int index) const;
+    /// Alpha factor of data layer `layer`: 1 for white, (3 - layer) / 6 for custom maps, else the
+    /// palette entry's alpha (0 for a layer the palette has no entry for).
+    float GetAlphaFactor(int layer, int index) const;
+    /// Palette number index; palette 0 for any index outside 1..9.
+    const std::vector<PaletteEntry>& GetPVV(int index) const;
+    /// Number of entries of palette index; 3 for any custom index (above 9).
+    unsigned GetPVVSize(int index) const;
+
+    /// True when index names a custom map (10 and above).
+    static bool IsCustomIndex(int index) { return index >= msCustomIndexBase; }
+    /// True when index names a built-in palette with layers (1..9).
+    static bool IsPaletteIndex(int index) { return index >= 1 && index < msPaletteCount; }
+
+    /// Channel (0 red, 1 green, 2 blue) of custom map `item` at density pos; 0.5 when there are
+    /// no custom maps. An item past the end means the active map. Clamped to 0..1 when asked.
+    double GetCustomChannel(double pos, unsigned channel, bool clampFlag, int item) const;
+    /// True when custom map `item` multiplies its colour by the density.
+    bool IsCustomMultiplyLevel(int item) const;
+
+  private:
+    std::array<std::vector<PaletteEntry>, msPaletteCount> mvPalette;
+};
