@@ -1,7 +1,17 @@
+// Colour choices of the preview and the export.
+// Sections:
+//   1. Palettes and lookups (GetColor, CopyRGB, GetAlphaFactor)
+//   2. Custom map access
+//   3. Ray-tracer colour maps (entry choice by line simplification, macro text)
 #include "color/Coloring_cls.h"
+
+#include "color/ColorTable_cls.h"
+#include "config/TextFormat.h"
 
 #include <algorithm>
 #include <cmath>
+
+// ---- 1. Palettes and lookups ------------------------------------------------------------------
 
 Coloring_cls::Coloring_cls()
 {
@@ -116,6 +126,8 @@ float Coloring_cls::GetAlphaFactor(int layer, int index) const
     return palette[static_cast<size_t>(layer)][3];
 }
 
+// ---- 2. Custom map access ---------------------------------------------------------------------
+
 double Coloring_cls::GetCustomChannel(double pos, unsigned channel, bool clampFlag, int item) const
 {
     // Without custom maps every lookup is mid grey.
@@ -125,4 +137,137 @@ double Coloring_cls::GetCustomChannel(double pos, unsigned channel, bool clampFl
 bool Coloring_cls::IsCustomMultiplyLevel(int item) const
 {
     return false;
+}
+
+// ---- 3. Ray-tracer colour maps ----------------------------------------------------------------
+
+namespace
+{
+
+// The preview's absorption colour: the complementary hue at the same brightness (black stays
+// black), reached by `amount` from the colour itself.
+void ShadeToward(float* rgb, float amount)
+{
+    const double len = std::sqrt(double(rgb[0]) * rgb[0] + double(rgb[1]) * rgb[1] + double(rgb[2]) * rgb[2]);
+    if (!(len > 0.0))
+        return;
+    double d[3];
+    for (int c = 0; c < 3; ++c)
+        d[c] = 1.0 - rgb[c] / len;
+    const double dl = std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
+    if (!(dl > 0.0))
+        return;
+    for (int c = 0; c < 3; ++c) {
+        const double comp = d[c] / dl * len;
+        rgb[c] = static_cast<float>(rgb[c] + (comp - rgb[c]) * amount);
+    }
+}
+
+} // namespace
+
+void Coloring_cls::EvalMapColor(double d, int index, const ClrMapStyle_cls& style, float* rgb, float& tf) const
+{
+    float rgba[4];
+    ColorTable_cls::EvalEntry(*this, d, index, style.miLayer, style.mbColor, rgba);
+    if (style.mbColor)
+        std::copy(rgba, rgba + 3, rgb);
+    else
+        rgb[0] = rgb[1] = rgb[2] = rgba[3];
+    if (style.mbShade)
+        ShadeToward(rgb, std::clamp(style.mfComplement, 0.0f, 1.0f));
+    tf = 0.0f;
+    if (style.miKind == 1 || style.miKind == 2)
+        tf = std::clamp(style.mfValue * (1.0f - rgba[3]), 0.0f, 1.0f);
+}
+
+std::vector<ClrMapEntry> Coloring_cls::GetClrMapEntries(int index, const ClrMapStyle_cls& style) const
+{
+    // Sample the map at the preview table's 256 densities, then keep only the samples that a
+    // straight line between kept neighbours cannot reproduce: the ray tracer blends linearly
+    // between entries, so the rendered colour matches the preview at every table density, while
+    // a linear map needs two entries instead of 256 (the ray tracer allows at most 256).
+    constexpr int n = ColorTable_cls::msEntryCount;
+    std::vector<std::array<float, 4>> sample(n);
+    for (int i = 0; i < n; ++i) {
+        float rgb[3], tf = 0.0f;
+        EvalMapColor(i / 255.0, index, style, rgb, tf);
+        sample[static_cast<size_t>(i)] = {rgb[0], rgb[1], rgb[2], tf};
+    }
+    auto fits = [&](int a, int b) {
+        for (int k = a + 1; k < b; ++k) {
+            const double s = double(k - a) / (b - a);
+            for (size_t c = 0; c < 4; ++c) {
+                const double line = sample[size_t(a)][c] + (sample[size_t(b)][c] - sample[size_t(a)][c]) * s;
+                if (std::fabs(line - sample[size_t(k)][c]) > msMapTolerance)
+                    return false;
+            }
+        }
+        return true;
+    };
+    std::vector<int> kept = {0};
+    int a = 0;
+    while (a < n - 1) {
+        int b = a + 1;
+        while (b + 1 < n && fits(a, b + 1))
+            ++b;
+        kept.push_back(b);
+        a = b;
+    }
+    std::vector<ClrMapEntry> out;
+    out.reserve(kept.size());
+    for (int i : kept) {
+        ClrMapEntry e;
+        e.mfPos = static_cast<float>(i / 255.0);
+        const auto& s = sample[static_cast<size_t>(i)];
+        e.mvRGB = {s[0], s[1], s[2]};
+        e.mfTF = s[3];
+        out.push_back(e);
+    }
+    return out;
+}
+
+std::wstring Coloring_cls::GetPovStrClr(const float* rgb, int kind, float value)
+{
+    const double r = rgb[0], g = rgb[1], b = rgb[2];
+    if (value == 0.0f || (kind != 1 && kind != 2))
+        return WStrPrintf("color rgb <%.3f,%.3f,%.3f>", r, g, b);
+    return WStrPrintf(kind == 1 ? "color rgbt <%.3f,%.3f,%.3f,%.3f>" : "color rgbf <%.3f,%.3f,%.3f,%.3f>", r, g, b,
+                      static_cast<double>(value));
+}
+
+std::wstring Coloring_cls::GetClrMapItem(float pos, const float* rgb, int kind, float value)
+{
+    return WStrPrintf("[%.3f ", static_cast<double>(pos)) + GetPovStrClr(rgb, kind, value) + L"]";
+}
+
+std::wstring Coloring_cls::GetPovStrColorMap(int index, const ClrMapStyle_cls& style) const
+{
+    std::wstring out;
+    for (const ClrMapEntry& e : GetClrMapEntries(index, style))
+        out += L"\t" + GetClrMapItem(e.mfPos, e.mvRGB.data(), style.miKind, e.mfTF) + L"\n";
+    return out;
+}
+
+std::wstring Coloring_cls::GetPovStrColorMapName(int index, const ClrMapStyle_cls& style) const
+{
+    std::wstring name = WStrPrintf("CLRMAP%d_%d", std::max(index, 0), std::max(style.miLayer, 0));
+    if (style.mbShade)
+        name += L"SHADE";
+    if (style.mbColor)
+        name += L"CLR";
+    return name;
+}
+
+std::wstring Coloring_cls::GetPovStrColorMapMacro(int index, const ClrMapStyle_cls& style) const
+{
+    std::wstring out = WStrPrintf("// clrindex=%d\n", index);
+    out += L"#macro " + GetPovStrColorMapName(index, style) + L"()\n";
+    out += GetPovStrColorMap(index, style);
+    out += L"#end\n";
+    return out;
+}
+
+std::wstring Coloring_cls::GetPovStrPigment(const std::wstring& pattern, int index, const ClrMapStyle_cls& style) const
+{
+    return L"pigment { " + pattern + L" color_map { " + GetPovStrColorMapName(index, style) + L"() } }";
 }

@@ -3,11 +3,22 @@
 // 0 or -1 plain white, 1..9 a built-in layer palette, 10 and above custom map number index - 10.
 // The palettes are fixed at construction; lookups are const and may run on worker threads
 // (colour baking) as long as the custom maps are not edited at the same time.
+#include "color/ClrMapStyle_cls.h"
+
 #include <array>
+#include <string>
 #include <vector>
 
 /// One palette entry: red, green, blue and the alpha factor of its data layer.
 using PaletteEntry = std::array<float, 4>;
+
+/// One entry of a written colour map: position on the density axis, colour, and the transmit
+/// or filter amount (0 for plain colours).
+struct ClrMapEntry {
+    float mfPos = 0.0f;
+    std::array<float, 3> mvRGB{};
+    float mfTF = 0.0f;
+};
 
 class Coloring_cls
 {
@@ -48,6 +59,33 @@ class Coloring_cls
     double GetCustomChannel(double pos, unsigned channel, bool clampFlag, int item) const;
     /// True when custom map `item` multiplies its colour by the density.
     bool IsCustomMultiplyLevel(int item) const;
+
+    // Ray-tracer text of a colour map. The map is a macro whose body is the entries of a
+    // color_map; the scene uses it as `color_map { CLRMAP3_0CLR() }`.
+
+    /// Macro name: "CLRMAP" + index + "_" + layer + "SHADE" (shaded variant) + "CLR" (colour
+    /// map, not density only). White is named with index 0 (a minus sign is no identifier).
+    std::wstring GetPovStrColorMapName(int index, const ClrMapStyle_cls& style) const;
+    /// "// clrindex=<index>", "#macro <name>()", the entries, "#end", one per line.
+    std::wstring GetPovStrColorMapMacro(int index, const ClrMapStyle_cls& style) const;
+    /// The color_map entries, one "\t[pos color ...]" line each, positions ascending 0..1.
+    std::wstring GetPovStrColorMap(int index, const ClrMapStyle_cls& style) const;
+    /// `pigment { <pattern> color_map { <name>() } }`; the macro must be declared before use.
+    std::wstring GetPovStrPigment(const std::wstring& pattern, int index, const ClrMapStyle_cls& style) const;
+    /// "color rgb <r,g,b>", or "color rgbt <r,g,b,v>" (kind 1) / "color rgbf <r,g,b,v>" (kind
+    /// 2) when v is not 0; numbers "%.3f".
+    static std::wstring GetPovStrClr(const float* rgb, int kind, float value);
+    /// One entry "[pos color ...]" with the position at "%.3f".
+    static std::wstring GetClrMapItem(float pos, const float* rgb, int kind, float value);
+    /// The entries that GetPovStrColorMap writes. They are chosen so that the ray tracer's
+    /// linear blend between them reproduces the preview colour table (ColorTable_cls) at every
+    /// one of its 256 densities within msMapTolerance per channel.
+    std::vector<ClrMapEntry> GetClrMapEntries(int index, const ClrMapStyle_cls& style) const;
+    /// Largest deviation per channel allowed between the written map and the preview table.
+    static constexpr float msMapTolerance = 1.0f / 512.0f;
+    /// Colour of density d as a written map shows it (before blending between entries): rgb[3]
+    /// and the transmit/filter amount.
+    void EvalMapColor(double d, int index, const ClrMapStyle_cls& style, float* rgb, float& tf) const;
 
   private:
     std::array<std::vector<PaletteEntry>, msPaletteCount> mvPalette;

@@ -137,8 +137,18 @@ PovRayResult RunPovRay(const std::string& sceneText, const PovRayOptions& option
     result.exitCode = run.exitCode;
     result.bTimedOut = run.exitCode == 124 || run.exitCode == 137;
     result.err = run.err + run.out;
-    result.bParseError = result.err.find("Parse Error") != std::string::npos ||
-                         result.err.find("Fatal error in parser") != std::string::npos;
+    // "Possible Parse Error" is only a warning (for instance a missing assumed_gamma); real
+    // errors read "File '...' line N: Parse Error: ..." and end the parse.
+    size_t pos = 0;
+    while ((pos = result.err.find("Parse Error", pos)) != std::string::npos) {
+        const bool possible = pos >= 9 && result.err.compare(pos - 9, 9, "Possible ") == 0;
+        (possible ? result.bParseWarning : result.bParseError) = true;
+        pos += 11;
+    }
+    if (result.err.find("Fatal error in parser") != std::string::npos)
+        result.bParseError = true;
+    if (result.err.find("Parse Warning") != std::string::npos)
+        result.bParseWarning = true;
     DecodePpm(ReadFileBytes(dir.File("out.ppm")), result.image);
     return result;
 }

@@ -43,12 +43,13 @@ struct PovRayOptions {
 
 /// Outcome of one run.
 struct PovRayResult {
-    bool bStarted = false;    ///< the scene could be written and POV-Ray was started
-    int exitCode = -1;        ///< POV-Ray's exit status (124 after a time-out)
-    bool bTimedOut = false;   ///< killed by the time-out
-    bool bParseError = false; ///< the messages report a parse error
-    std::string err;          ///< POV-Ray's messages (it writes them to standard error)
-    PovImage image;           ///< the rendered image; invalid when none was written
+    bool bStarted = false;      ///< the scene could be written and POV-Ray was started
+    int exitCode = -1;          ///< POV-Ray's exit status (124 after a time-out)
+    bool bTimedOut = false;     ///< killed by the time-out
+    bool bParseError = false;   ///< the messages report a parse error
+    bool bParseWarning = false; ///< the messages hold a parse warning ("Possible Parse Error" too)
+    std::string err;            ///< POV-Ray's messages (it writes them to standard error)
+    PovImage image;             ///< the rendered image; invalid when none was written
 
     /// Ran, exited with 0, no parse error, and an image was decoded.
     bool Ok() const { return bStarted && exitCode == 0 && !bTimedOut && !bParseError && image.Valid(); }
