@@ -6,6 +6,7 @@
 #include "color/Coloring_cls.h"
 
 #include "color/ColorTable_cls.h"
+#include "color/CustomColor_cls.h"
 #include "config/TextFormat.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@
 
 // ---- 1. Palettes and lookups ------------------------------------------------------------------
 
-Coloring_cls::Coloring_cls()
+Coloring_cls::Coloring_cls(UndoManager_cls* undo) : mpCustomColor(std::make_unique<CustomColor_cls>(undo))
 {
     // Every layered palette runs from a primary colour through a secondary colour to white;
     // the alpha factors make the higher (denser) layers fainter.
@@ -29,6 +30,8 @@ Coloring_cls::Coloring_cls()
                                              PaletteEntry{1, 1, 1, 0.25f}};
     }
 }
+
+Coloring_cls::~Coloring_cls() = default;
 
 const std::vector<PaletteEntry>& Coloring_cls::GetPVV(int index) const
 {
@@ -130,13 +133,12 @@ float Coloring_cls::GetAlphaFactor(int layer, int index) const
 
 double Coloring_cls::GetCustomChannel(double pos, unsigned channel, bool clampFlag, int item) const
 {
-    // Without custom maps every lookup is mid grey.
-    return 0.5;
+    return mpCustomColor->GetCustomColor(pos, channel, clampFlag, item);
 }
 
 bool Coloring_cls::IsCustomMultiplyLevel(int item) const
 {
-    return false;
+    return mpCustomColor->IsMultiplyLevel(item);
 }
 
 // ---- 3. Ray-tracer colour maps ----------------------------------------------------------------
@@ -180,8 +182,40 @@ void Coloring_cls::EvalMapColor(double d, int index, const ClrMapStyle_cls& styl
         tf = std::clamp(style.mfValue * (1.0f - rgba[3]), 0.0f, 1.0f);
 }
 
+bool Coloring_cls::GetShortEntries(int index, const ClrMapStyle_cls& style, std::vector<ClrMapEntry>& out) const
+{
+    // The two-entry form holds only plain colours of a straight custom map whose stops lie in
+    // 0..1 (a clamped stop would bend the blend); everything else is sampled.
+    if (!IsCustomIndex(index) || !style.mbColor || style.mbShade || (style.miKind != 0 && style.mfValue != 0.0f))
+        return false;
+    const int item = index - msCustomIndexBase;
+    if (mpCustomColor->IsMultiplyLevel(item))
+        return false;
+    float pos[2], rgb[2][3];
+    if (!mpCustomColor->GetShortClrMap(item, pos, rgb))
+        return false;
+    out.assign(2, ClrMapEntry());
+    for (int e = 0; e < 2; ++e) {
+        for (int c = 0; c < 3; ++c) {
+            if (!(rgb[e][c] >= 0.0f && rgb[e][c] <= 1.0f))
+                return false;
+            out[size_t(e)].mvRGB[size_t(c)] = rgb[e][c];
+        }
+        out[size_t(e)].mfPos = pos[e];
+    }
+    if (!(pos[0] < pos[1])) {
+        out[0].mfPos = 0.0f; // a single stop: the same colour over the whole axis
+        out[1].mfPos = 1.0f;
+    }
+    return true;
+}
+
 std::vector<ClrMapEntry> Coloring_cls::GetClrMapEntries(int index, const ClrMapStyle_cls& style) const
 {
+    std::vector<ClrMapEntry> shortForm;
+    if (GetShortEntries(index, style, shortForm))
+        return shortForm;
+
     // Sample the map at the preview table's 256 densities, then keep only the samples that a
     // straight line between kept neighbours cannot reproduce: the ray tracer blends linearly
     // between entries, so the rendered colour matches the preview at every table density, while

@@ -6,6 +6,7 @@
 #include "color/ClrMapStyle_cls.h"
 
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,11 +21,21 @@ struct ClrMapEntry {
     float mfTF = 0.0f;
 };
 
+class CustomColor_cls;
+class UndoManager_cls;
+
 class Coloring_cls
 {
   public:
-    /// Builds the ten layer palettes (palette 0 is plain white with one entry).
-    Coloring_cls();
+    /// Builds the ten layer palettes (palette 0 is plain white with one entry) and an empty set
+    /// of custom maps whose edits go to `undo` (null: the global history; not owned).
+    explicit Coloring_cls(UndoManager_cls* undo = nullptr);
+    ~Coloring_cls();
+    Coloring_cls(const Coloring_cls&) = delete;
+    Coloring_cls& operator=(const Coloring_cls&) = delete;
+
+    /// The custom maps (owned).
+    CustomColor_cls* GetPCustomColor() const { return mpCustomColor.get(); }
 
     /// Number of built-in palettes (0..9).
     static constexpr int msPaletteCount = 10;
@@ -88,5 +99,8 @@ class Coloring_cls
     void EvalMapColor(double d, int index, const ClrMapStyle_cls& style, float* rgb, float& tf) const;
 
   private:
+    bool GetShortEntries(int index, const ClrMapStyle_cls& style, std::vector<ClrMapEntry>& out) const;
+
     std::array<std::vector<PaletteEntry>, msPaletteCount> mvPalette;
+    std::unique_ptr<CustomColor_cls> mpCustomColor;
 };
