@@ -1,7 +1,9 @@
 // Cost of the colour-map work done per exported frame and per texture bake: building the
 // 256-entry preview table, choosing the written map entries, and formatting scene numbers.
+#include "anim/UndoManager_cls.h"
 #include "color/ColorTable_cls.h"
 #include "color/Coloring_cls.h"
+#include "color/CustomColor_cls.h"
 #include "pov/PovSerialize_cls.h"
 
 #include <benchmark/benchmark.h>
@@ -27,8 +29,46 @@ static void BM_PaletteMapMacro(benchmark::State& state)
         std::wstring text = col.GetPovStrColorMapMacro(static_cast<int>(state.range(0)), style);
         benchmark::DoNotOptimize(text.data());
     }
+    state.counters["entries"] =
+        static_cast<double>(col.GetClrMapEntries(static_cast<int>(state.range(0)), style).size());
 }
 BENCHMARK(BM_PaletteMapMacro)->Args({1, 0})->Args({1, 1})->Args({6, 0});
+
+// A custom map with curved segments is the worst case of the entry choice: many entries kept.
+static void BM_CustomMapMacroCurved(benchmark::State& state)
+{
+    UndoManager_cls undo;
+    Coloring_cls col(&undo);
+    CustomColor_cls* cc = col.GetPCustomColor();
+    cc->AddItem();
+    cc->SetColorTemplate(6);
+    Parameters_cls* p = cc->GetItems().GetPItem(0);
+    for (int k = 0; k < p->GetKeyNumber(); ++k)
+        p->SetKeyType(static_cast<unsigned>(k), kInterpHermiteAuto);
+    ClrMapStyle_cls style;
+    size_t entries = 0;
+    for (auto _ : state) {
+        std::wstring text = col.GetPovStrColorMapMacro(10, style);
+        entries = col.GetClrMapEntries(10, style).size();
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.counters["entries"] = static_cast<double>(entries);
+}
+BENCHMARK(BM_CustomMapMacroCurved);
+
+static void BM_CustomTable(benchmark::State& state)
+{
+    UndoManager_cls undo;
+    Coloring_cls col(&undo);
+    col.GetPCustomColor()->AddItem();
+    col.GetPCustomColor()->SetColorTemplate(9);
+    ColorTable_cls table;
+    for (auto _ : state) {
+        table.Build(col, 10, 0, true);
+        benchmark::DoNotOptimize(table.GetData().data());
+    }
+}
+BENCHMARK(BM_CustomTable);
 
 static void BM_FormatVectors(benchmark::State& state)
 {
