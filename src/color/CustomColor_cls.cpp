@@ -80,6 +80,19 @@ class UndoBlock
     UndoManager_cls& mrUndo;
 };
 
+// Marks an edit of our own: it refreshes once at its end instead of on every executed command.
+class EditScope
+{
+  public:
+    explicit EditScope(int& depth) : mrDepth(depth) { ++mrDepth; }
+    ~EditScope() { --mrDepth; }
+    EditScope(const EditScope&) = delete;
+    EditScope& operator=(const EditScope&) = delete;
+
+  private:
+    int& mrDepth;
+};
+
 int TruncToInt(double v)
 {
     return static_cast<int>(std::trunc(v));
@@ -120,8 +133,12 @@ CustomColor_cls::CustomColor_cls(UndoManager_cls* undo) : mCItems(msDimension, L
     mCConfList.Add(&miItemNum, L"CUSTOMCOLOR_NUM=", L"0");
     mCConfList.Add(&miActiveItem, L"CUSTOMCOLOR_ACTIVE=", L"0");
     mCConfList.Add(&mStrMultiply, L"CUSTOMCOLOR_MULTIPLY=", L"");
-    // Undo and redo of map edits change what the editor and the preview show.
-    miUndoListener = mCItems.GetUndo().AddListener([this](uint32_t) { Refresh(); });
+    // Undo and redo of map edits change what the editor and the preview show. Key commands on
+    // "Color" sets carry the colour flags; adding or removing a map shows in the map count.
+    miUndoListener = mCItems.GetUndo().AddListener([this](uint32_t flags) {
+        if (miEditDepth == 0 && ((flags & kComColorRedraw) != 0 || GetItemNumber() != miSeenItemNumber))
+            Refresh();
+    });
     UpdateColorBar();
 }
 
@@ -162,6 +179,7 @@ const Parameters_cls* CustomColor_cls::GetPItem(int item) const
 
 bool CustomColor_cls::AddItem()
 {
+    EditScope edit(miEditDepth);
     UndoBlock block(mCItems.GetUndo());
     if (!mCItems.AddItem())
         return false;
@@ -172,6 +190,7 @@ bool CustomColor_cls::AddItem()
 
 bool CustomColor_cls::RemoveItem()
 {
+    EditScope edit(miEditDepth);
     if (GetItemNumber() == 0 || !mCItems.RemoveItem())
         return false;
     Refresh();
@@ -205,6 +224,7 @@ void CustomColor_cls::SetMultiplyLevel(int item, bool on)
 
 void CustomColor_cls::Refresh()
 {
+    miSeenItemNumber = GetItemNumber();
     PruneFlags();
     UpdateCacheColor();
     UpdateColorBar();
@@ -246,6 +266,7 @@ std::vector<std::wstring> CustomColor_cls::GetTemplateNames()
 
 bool CustomColor_cls::SetColorTemplate(int t)
 {
+    EditScope edit(miEditDepth);
     Parameters_cls* p = ResolveItem(-1);
     if (t < 1 || t > msTemplateCount || !p)
         return false;
@@ -300,6 +321,7 @@ void CustomColor_cls::SetCacheSlider(unsigned channel, int value)
 
 bool CustomColor_cls::SyncFromCache()
 {
+    EditScope edit(miEditDepth);
     Parameters_cls* p = ResolveItem(-1);
     if (!p)
         return false;
@@ -348,6 +370,7 @@ bool CustomColor_cls::IsKeyPoint() const
 
 bool CustomColor_cls::AddKey()
 {
+    EditScope edit(miEditDepth);
     Parameters_cls* p = ResolveItem(-1);
     if (!p || IsKeyPoint())
         return false;
@@ -358,6 +381,7 @@ bool CustomColor_cls::AddKey()
 
 bool CustomColor_cls::RemoveKey()
 {
+    EditScope edit(miEditDepth);
     Parameters_cls* p = ResolveItem(-1);
     if (!p || !p->DeleteKey(miCursor / 255.0, msDensityResolution))
         return false;
@@ -387,6 +411,7 @@ bool CustomColor_cls::ClrShift()
 
 bool CustomColor_cls::ClrShiftBy(double offset)
 {
+    EditScope edit(miEditDepth);
     Parameters_cls* p = ResolveItem(-1);
     if (!p || p->GetKeyNumber() == 0 || offset == 0.0 || !std::isfinite(offset))
         return false;

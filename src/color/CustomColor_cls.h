@@ -138,6 +138,8 @@ class CustomColor_cls
     MultiParameters_cls mCItems;
     UndoManager_cls* mpUndo;
     int miUndoListener = 0;
+    int miSeenItemNumber = 0; ///< map count at the last refresh
+    int miEditDepth = 0;      ///< > 0 while an edit of this class runs (it refreshes at its end)
     /// Multiply flags by map. Kept by identity rather than by position: a map removed and
     /// restored by undo comes back with its flag.
     std::map<const Parameters_cls*, bool> mCMultiply;

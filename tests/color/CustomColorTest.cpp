@@ -121,6 +121,22 @@ TEST_F(CustomColorTest, TemplateIsOneUndoStepAndZeroDoesNothing)
     EXPECT_EQ(mC.GetItemNumber(), 0);
 }
 
+TEST_F(CustomColorTest, OnlyMapEditsRefreshThePreview)
+{
+    ASSERT_TRUE(mC.AddItem());
+    int hooks = 0;
+    mC.FuncHookMapChanged = [&] { ++hooks; };
+    Parameters_cls light(4, L"Light");
+    light.SetUndoManager(&mCUndo);
+    light.SetTimeDependent(true, false);
+    const double v[4] = {1, 2, 3, 4};
+    ASSERT_TRUE(light.ExecCommandSetKey(0.5, v, kInterpLinear, nullptr, nullptr));
+    ASSERT_TRUE(mCUndo.UndoCurrent());
+    EXPECT_EQ(hooks, 0) << "undoing a light edit must not rebuild colour textures";
+    ASSERT_TRUE(mC.SetColorTemplate(2));
+    EXPECT_EQ(hooks, 1);
+}
+
 TEST_F(CustomColorTest, LookupInterpolatesAndFallsBackToActiveMap)
 {
     ASSERT_TRUE(mC.AddItem());
