@@ -11,7 +11,7 @@
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
 #include "gui/MainGLCanvas_cls.h"
-#include "gui/Main_cls.h"
+#include "config/Main_cls.h"
 #include "gui/MyApp.h"
 #include "gui/WxUserPrompt_cls.h"
 

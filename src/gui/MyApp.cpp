@@ -2,8 +2,12 @@
 
 #include "config/TextFormat.h"
 #include "config/Translate.h"
+#include "config/Main_cls.h"
 #include "gui/FrameMain_cls.h"
-#include "gui/Main_cls.h"
+
+#include <wx/display.h>
+#include <wx/filename.h>
+#include <wx/stdpaths.h>
 
 #include <wx/image.h>
 
@@ -37,8 +41,16 @@ bool MyApp::OnInit()
     wxIdleEvent::SetMode(wxIDLE_PROCESS_SPECIFIED);
 
     // 4. Controller and window.
-    mpMain = std::make_unique<Main_cls>(msCommandLine.GetWidth(), msCommandLine.GetHeight());
-    FrameMain_cls* frame = mpMain->GetFrame();
+    const std::wstring appDir =
+        wxFileName(wxStandardPaths::Get().GetExecutablePath()).GetPath().ToStdWstring();
+    mpMain = std::make_unique<Main_cls>(appDir);
+
+    // The window: 10 px inside the screen's work area; a --size request is honoured as the client size.
+    wxRect area = wxDisplay(0u).GetClientArea();
+    area.Deflate(10);
+    auto* frame = new FrameMain_cls(mpMain->GetTitle(), mpMain.get(), area.x, area.y, area.width, area.height);
+    if (msCommandLine.GetWidth() > 0 && msCommandLine.GetHeight() > 0)
+        frame->SetClientSize(msCommandLine.GetWidth(), msCommandLine.GetHeight());
     if (!msCommandLine.GetScreenshotPath().empty())
         frame->SetScreenshotPath(Widen(msCommandLine.GetScreenshotPath()));
     frame->Show(true);

@@ -1,34 +1,35 @@
 #pragma once
-// The main controller: owns the long-lived model objects and the main window, keeps the
-// recent-project list beside the executable and the "ToolTip=" setting. No GUI base class.
+// The main controller: owns the long-lived model objects shared by the window, the CLI and the
+// tests, keeps the recent-project list beside the executable and the "ToolTip=" setting.
+// No GUI base class; the window is created by the application object and talks to this one.
 #include "config/ConfItemList_cls.h"
 #include "config/RecentList_cls.h"
 
 #include <string>
 
-class FrameMain_cls;
-
-class Main_cls
-{
-  public:
-    /// Reads the recent list, computes the window rectangle (10 px inside the screen's client
-    /// area, or the client size asked on the command line) and creates the main window.
-    /// clientWidth/clientHeight: 0 for the default size.
-    Main_cls(int clientWidth, int clientHeight);
+class Main_cls {
+public:
+    /// appDir: the folder of the running executable (where "KivrelRecent.txt" lives); the recent
+    /// list is read from there at once.
+    explicit Main_cls(const std::wstring& appDir);
     ~Main_cls();
     Main_cls(const Main_cls&) = delete;
     Main_cls& operator=(const Main_cls&) = delete;
 
-    /// The main window (owned by the toolkit once shown; valid until it is destroyed).
-    FrameMain_cls* GetFrame() const { return mpFrame; }
     /// "Kivrel Tessan v 0.778".
     std::wstring GetTitle() const { return mStrTitlePrefix + mStrVersion; }
-    /// The folder of the running executable (where "KivrelRecent.txt" lives).
+    /// The folder of the running executable.
     const std::wstring& GetAppDir() const { return mStrAppDir; }
+    /// The process id, taken at construction.
+    long GetPid() const { return mlPid; }
     /// The recent-project list.
     RecentList_cls& GetRecent() { return mCRecent; }
     /// Puts `path` at the front of the recent list.
     void PushBackRecent(const std::wstring& path) { mCRecent.PushBackRecent(path); }
+    /// Reads the recent list from `file` (missing file: unchanged).
+    void ReadRecentList(const std::string& file) { mCRecent.ReadRecentList(file); }
+    /// Writes the recent list to `file`; returns 1.
+    int SaveRecentFile(const std::string& file) const { return mCRecent.SaveRecentFile(file); }
     /// The full path of the recent file: application folder + "/" + "KivrelRecent.txt".
     std::string RecentFilePath() const;
 
@@ -43,7 +44,7 @@ class Main_cls
     /// The end of a quit: writes the recent list beside the executable.
     void QuitProcess();
 
-  private:
+private:
     std::wstring mStrTitlePrefix = L"Kivrel Tessan v ";
     std::wstring mStrVersion = L"0.778";
     std::wstring mStrAppDir;
@@ -51,5 +52,4 @@ class Main_cls
     RecentList_cls mCRecent;
     ConfItemBOOL_cls mbItemToolTip;
     ConfItemList_cls mCConfList;
-    FrameMain_cls* mpFrame = nullptr;
 };
