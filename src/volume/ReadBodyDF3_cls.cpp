@@ -13,8 +13,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -65,6 +69,84 @@ long QueryFileSize(const std::wstring& path)
         return -1;
     return static_cast<long>(st.st_size);
 }
+
+// Two long-lived threads that run the two conversion workers of each 16-bit block. Starting two
+// fresh threads per block costs little on an idle machine, but on a busy desktop a new thread
+// queues behind every runnable process, while a woken one is scheduled promptly; one pair per
+// call keeps the per-block wait short. Each block is still converted by two Thread16bitTo8bit
+// workers over disjoint halves, and the caller waits for both before it touches the block.
+class ConversionPair_cls
+{
+  public:
+    ConversionPair_cls()
+    {
+        try {
+            for (int i = 0; i < 2; ++i)
+                mThreads[i] = std::thread([this, i] { Loop(i); });
+        } catch (const std::system_error&) {
+            FatalCannotCreateThread();
+        }
+    }
+    ~ConversionPair_cls()
+    {
+        {
+            std::lock_guard lock(mMutex);
+            mbStop = true;
+        }
+        mStart.notify_all();
+        for (auto& t : mThreads)
+            if (t.joinable())
+                t.join();
+    }
+    ConversionPair_cls(const ConversionPair_cls&) = delete;
+    ConversionPair_cls& operator=(const ConversionPair_cls&) = delete;
+
+    /// Hands one worker to each thread.
+    void Run(Thread16bitTo8bit* first, Thread16bitTo8bit* second)
+    {
+        {
+            std::lock_guard lock(mMutex);
+            mpJobs[0] = first;
+            mpJobs[1] = second;
+            miPending = 2;
+            ++muGeneration;
+        }
+        mStart.notify_all();
+    }
+    /// Returns when both workers of the last Run have finished.
+    void Wait()
+    {
+        std::unique_lock lock(mMutex);
+        mDone.wait(lock, [this] { return miPending == 0; });
+    }
+
+  private:
+    void Loop(int slot)
+    {
+        uint64_t seen = 0;
+        std::unique_lock lock(mMutex);
+        for (;;) {
+            mStart.wait(lock, [&] { return mbStop || muGeneration != seen; });
+            if (mbStop)
+                return;
+            seen = muGeneration;
+            Thread16bitTo8bit* job = mpJobs[slot];
+            lock.unlock();
+            job->Entry();
+            lock.lock();
+            if (--miPending == 0)
+                mDone.notify_all();
+        }
+    }
+
+    std::thread mThreads[2];
+    std::mutex mMutex;
+    std::condition_variable mStart, mDone;
+    Thread16bitTo8bit* mpJobs[2] = {nullptr, nullptr};
+    int miPending = 0;
+    uint64_t muGeneration = 0;
+    bool mbStop = false;
+};
 
 } // namespace
 
@@ -196,6 +278,7 @@ bool ReadBodyDF3_cls::Read16bit(bool noInterrupt, int fd)
     mvBlock.resize(static_cast<size_t>(blockBytes(z)));
     if (!ReadExactly(fd, mvBlock.data(), mvBlock.size(), kHeaderSize + 2 * z * slice))
         return false;
+    ConversionPair_cls pair;
     while (z < Z) {
         const uint32_t n = std::min(kBlock16bit, Z - z);
         const uint64_t k = n * slice; // samples in this block (at most 2^31 under the size limit)
@@ -206,8 +289,7 @@ bool ReadBodyDF3_cls::Read16bit(bool noInterrupt, int fd)
         worker[0].SetParameters(&done[0], static_cast<int>(half), mvBlock.data(), out + z * slice);
         worker[1].SetParameters(&done[1], static_cast<int>(static_cast<int64_t>(k) - half), mvBlock.data() + 2 * half,
                                 out + z * slice + half);
-        worker[0].Run();
-        worker[1].Run();
+        pair.Run(&worker[0], &worker[1]);
         // Meanwhile the next block comes in from the file, unless this call is about to stop.
         const uint32_t next = z + n;
         bool prefetched = false, prefetchOk = true;
@@ -216,8 +298,7 @@ bool ReadBodyDF3_cls::Read16bit(bool noInterrupt, int fd)
             prefetchOk = PReadAll(fd, mvBlockNext.data(), mvBlockNext.size(), kHeaderSize + 2 * next * slice);
             prefetched = true;
         }
-        worker[0].Wait();
-        worker[1].Wait();
+        pair.Wait();
         TESSAN_ASSERT(done[0] && done[1], "SRC/DF3/FILEIO/clsReadBodyDF3");
         z = next;
         SetPosition(z);

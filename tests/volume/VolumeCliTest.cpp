@@ -55,8 +55,17 @@ TEST(VolumeCli, InfoReportsEveryReadableFile)
     EXPECT_NE(r.err.find("File Size Inconsistency"), std::string::npos) << r.err;
     EXPECT_NE(r.err.find("Filesize = 9 : Expected size = 14"), std::string::npos) << r.err;
 
-    const RunResult sixteen = RunCli("info " + Q(dir.File("a.df3")));
+    // 16-bit samples are counted by their high byte; the reader's trace stays out of the report.
+    WriteFileBytes(dir.File("w16.df3"), Df3File(2, 1, 1, {0x80, 0xFF, 0x10, 0x00}));
+    const RunResult sixteen = RunCli("info " + Q(dir.File("w16.df3")));
     EXPECT_EQ(sixteen.exitCode, 0);
+    EXPECT_NE(sixteen.out.find("buffersize=1, 0\n"), std::string::npos) << sixteen.out;
+    const std::string report = WithoutTrace(sixteen.out);
+    EXPECT_EQ(report.rfind(dir.File("w16.df3") + "\n  size:      2 x 1 x 1\n  samples:   16-bit\n  min:       16\n"
+                                                 "  max:       128\n  mean:      72.000\n",
+                           0),
+              0u)
+        << report;
     EXPECT_EQ(RunCli("info").exitCode, 2);
     EXPECT_EQ(RunCli("info --bogus x").exitCode, 2);
     const RunResult help = RunCli("info --help");
