@@ -1,0 +1,177 @@
+#include "filter/LevelAndGamma_cls.h"
+
+#include "config/GlobalFlags.h"
+#include "config/Preference_cls.h"
+#include "config/TextFormat.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+const wchar_t* const LevelAndGamma_cls::msParamSetName = L"LevelAndGamma";
+const wchar_t* const LevelAndGamma_cls::msParamLabel[kParamNum] = {L"InMin",  L"InMax", L"OutMin",
+                                                                   L"OutMax", L"gamma", L"offset"};
+const double LevelAndGamma_cls::msParamDefault[kParamNum] = {0.0, 1.0, 0.0, 1.0, 1.0, 0.0};
+
+LevelAndGamma_cls::LevelAndGamma_cls()
+{
+    std::copy(msParamDefault, msParamDefault + kParamNum, mdParam);
+}
+
+void LevelAndGamma_cls::SetParam(int index, double value)
+{
+    if (index >= 0 && index < kParamNum)
+        mdParam[index] = value;
+}
+
+double LevelAndGamma_cls::GetParam(int index) const
+{
+    return index >= 0 && index < kParamNum ? mdParam[index] : 0.0;
+}
+
+double LevelAndGamma_cls::GetLevelIn(double x) const
+{
+    double a = mdParam[InMin], b = mdParam[InMax];
+    if (b > a) {
+        if (x < a)
+            return 0.0;
+        if (x >= b)
+            return 1.0;
+        return (x - a) / (b - a);
+    }
+    // Inverted window; with a == b there is no middle: below gives 1, at or above gives 0.
+    if (x >= a)
+        return 0.0;
+    if (x < b)
+        return 1.0;
+    return 1.0 - (x - b) / (a - b);
+}
+
+double LevelAndGamma_cls::GetLevelInSmooth(double x) const
+{
+    double a = mdParam[InMin], b = mdParam[InMax];
+    // a maps to -1 and b to +1. The closed form below approximates (1 + erf(u)) / 2 and is kept
+    // in this form: saved animations were tuned against it.
+    double u = 2.0 * x / (b - a) - (b + a) / (b - a);
+    double e = std::exp(-4.0 * u * u / M_PI);
+    double w = std::sqrt(1.0 - e);
+    if (u < 0.0)
+        w = -w;
+    return (1.0 + w) / 2.0;
+}
+
+double LevelAndGamma_cls::GetLevelMapping(double x) const
+{
+    if (!mCData.IsValid())
+        return x;
+    double i = mCData.mbLevelSmooth.Get() ? GetLevelInSmooth(x) : GetLevelIn(x);
+    double g = std::pow(i, mdParam[Gamma]);
+    double v = std::max(0.0, g + mdParam[Offset]);
+    // Only the bottom is clamped: an output window or offset above 1 is allowed to overflow.
+    return mdParam[OutMin] + (mdParam[OutMax] - mdParam[OutMin]) * v;
+}
+
+namespace
+{
+/// The integer part of v kept to its low eight bits, as the table has always stored it. Values
+/// that have no integer part in range (NaN, infinities, beyond 32 bits) give 0, which is what
+/// the processor's truncating conversion yields for them.
+unsigned char TableByte(double v)
+{
+    if (!(v > -2147483649.0 && v < 2147483648.0))
+        return 0;
+    return static_cast<unsigned char>(static_cast<int>(v)); // conversion to unsigned: modulo 256
+}
+} // namespace
+
+void LevelAndGamma_cls::MakeLevelMap(unsigned char* table) const
+{
+    for (int k = 0; k < 256; ++k) {
+        double x = k / 255.0;
+        table[k] = TableByte(GetLevelMapping(x) * 255.0);
+    }
+}
+
+void LevelAndGamma_cls::MapRange(unsigned char* out, const unsigned char* in, size_t first, size_t end,
+                                 const unsigned char* table)
+{
+    size_t i = first;
+    for (; i + 8 <= end; i += 8) {
+        out[i] = table[in[i]];
+        out[i + 1] = table[in[i + 1]];
+        out[i + 2] = table[in[i + 2]];
+        out[i + 3] = table[in[i + 3]];
+        out[i + 4] = table[in[i + 4]];
+        out[i + 5] = table[in[i + 5]];
+        out[i + 6] = table[in[i + 6]];
+        out[i + 7] = table[in[i + 7]];
+    }
+    if (i + 4 <= end) {
+        out[i] = table[in[i]];
+        out[i + 1] = table[in[i + 1]];
+        out[i + 2] = table[in[i + 2]];
+        out[i + 3] = table[in[i + 3]];
+        i += 4;
+    }
+    if (i + 2 <= end) {
+        out[i] = table[in[i]];
+        out[i + 1] = table[in[i + 1]];
+        i += 2;
+    }
+    if (i < end)
+        out[i] = table[in[i]];
+}
+
+void ThreadLevel::SetParameters(LevelAndGamma_cls* filter, unsigned char* out, const unsigned char* in, size_t first,
+                                size_t end, const unsigned char* table)
+{
+    mpFilter = filter;
+    mpOut = out;
+    mpIn = in;
+    muFirst = first;
+    muEnd = end;
+    mpTable = table;
+}
+
+void ThreadLevel::Entry()
+{
+    LevelAndGamma_cls::MapRange(mpOut, mpIn, muFirst, muEnd, mpTable);
+}
+
+bool LevelAndGamma_cls::ProcessXYZData(unsigned char* out, const unsigned char* in, const unsigned int* sizes)
+{
+    size_t n = static_cast<size_t>(sizes[0]) * sizes[1] * sizes[2];
+    if (!mCData.IsValid()) {
+        if (n > 0 && out != in)
+            std::memcpy(out, in, n);
+        return false;
+    }
+    unsigned char table[256];
+    MakeLevelMap(table);
+    if (GetPreference().GetThreadNumFilter() > 1) {
+        // Two workers whatever the preference says: a table lookup is bound by memory
+        // bandwidth, which two threads already saturate.
+        GbGLLockForMultithread = true;
+        ThreadLevel first, second;
+        first.SetParameters(this, out, in, 0, n / 2, table);
+        second.SetParameters(this, out, in, n / 2, n, table);
+        first.Run();
+        second.Run();
+        first.Wait();
+        second.Wait();
+        GbGLLockForMultithread = false;
+        miLastWorkerNum = 2;
+    } else {
+        MapRange(out, in, 0, n, table);
+        miLastWorkerNum = 0;
+    }
+    return true;
+}
+
+std::wstring LevelAndGamma_cls::GetFilterStatusStr() const
+{
+    // %.17g: any change of a value, however small, changes the text.
+    return L"LevelAndGamma::" + WStrPrintf("%.17g %.17g %.17g %.17g %.17g %.17g %d %d", mdParam[0], mdParam[1],
+                                           mdParam[2], mdParam[3], mdParam[4], mdParam[5],
+                                           mCData.mbLevelSmooth.Get() ? 1 : 0, mCData.IsValid() ? 1 : 0);
+}
