@@ -349,8 +349,9 @@ namespace
 
 template <bool IsMax>
 void ExtremeSlicesT(unsigned char* out, const unsigned char* in, const unsigned int* sizes, unsigned int z0,
-                    unsigned int z1, int rz, const std::vector<int>& widths, const std::vector<int>& runDy,
-                    const std::vector<int>& runDz, const std::vector<int>& runW, const std::vector<int>& runIndex)
+                    unsigned int z1, int rz, size_t cacheLimit, const std::vector<int>& widths,
+                    const std::vector<int>& runDy, const std::vector<int>& runDz, const std::vector<int>& runW,
+                    const std::vector<int>& runIndex)
 {
     const int X = static_cast<int>(sizes[0]), Y = static_cast<int>(sizes[1]), Z = static_cast<int>(sizes[2]);
     const size_t XY = static_cast<size_t>(X) * Y;
@@ -363,7 +364,7 @@ void ExtremeSlicesT(unsigned char* out, const unsigned char* in, const unsigned 
     const size_t slotNum = static_cast<size_t>(2 * rz + 1);
     std::vector<unsigned char> cache;
     std::vector<int> slotZ(slotNum, -1);
-    bool useCache = nW > 0 && slotNum * nW * XY <= (size_t{96} << 20);
+    bool useCache = nW > 0 && slotNum * nW * XY <= cacheLimit;
     if (useCache) {
         try {
             cache.resize(slotNum * nW * XY);
@@ -430,9 +431,9 @@ void MorphOpenClose_cls::ExtremeSlices(unsigned char* out, const unsigned char* 
     }
     int rz = miElementSize[2] / 2;
     if (isMax)
-        ExtremeSlicesT<true>(out, in, sizes, z0, z1, rz, mviWidth, dy, dz, w, index);
+        ExtremeSlicesT<true>(out, in, sizes, z0, z1, rz, msuRowCacheLimit, mviWidth, dy, dz, w, index);
     else
-        ExtremeSlicesT<false>(out, in, sizes, z0, z1, rz, mviWidth, dy, dz, w, index);
+        ExtremeSlicesT<false>(out, in, sizes, z0, z1, rz, msuRowCacheLimit, mviWidth, dy, dz, w, index);
 }
 
 // ---- 4. Workers, steps and sequences ----

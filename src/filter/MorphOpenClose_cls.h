@@ -98,7 +98,12 @@ class MorphOpenClose_cls
     void ExtremeSlices(unsigned char* out, const unsigned char* in, const unsigned int* sizes, unsigned int z0,
                        unsigned int z1, bool isMax) const;
 
+    /// Bytes one worker may spend on its cache of row extremes; beyond it the extremes are
+    /// computed per output row instead (same result, slower). Set while no filter runs.
+    static void SetRowCacheLimit(size_t bytes) { msuRowCacheLimit = bytes; }
+
   private:
+    static inline size_t msuRowCacheLimit = size_t{96} << 20;
     /// One row of the element along x: the cells dx = -w..w at offsets dy, dz.
     struct Run {
         int miDy, miDz, miW;
