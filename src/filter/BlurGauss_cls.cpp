@@ -190,6 +190,7 @@ void BlurSpan(D* dst, const S* src, ptrdiff_t stride, const float* k, int taps, 
 {
 #ifdef TESSAN_BLUR_X86
     switch (GetSimdLevel()) {
+    case SimdLevel::Avx512Vbmi:
     case SimdLevel::Avx2:
         BlurSpanAvx2(dst, src, stride, k, taps, n);
         return;

@@ -77,7 +77,8 @@ class LevelAndGamma_cls
     /// Workers used by the last ProcessXYZData: 2, or 0 when it ran on the calling thread.
     int GetLastWorkerNum() const { return miLastWorkerNum; }
 
-    /// out[i] = table[in[i]] for i in [first, end): eight, four, two or one voxels per step.
+    /// out[i] = table[in[i]] for i in [first, end): vector blocks where the processor has them,
+    /// then eight, four, two or one voxels per step.
     static void MapRange(unsigned char* out, const unsigned char* in, size_t first, size_t end,
                          const unsigned char* table);
 

@@ -209,7 +209,7 @@ template <bool IsMax>
 void CentreExtreme(unsigned char* dst, const unsigned char* src, size_t n, int taps, SimdLevel level)
 {
 #ifdef TESSAN_MORPH_X86
-    if (level == SimdLevel::Avx2)
+    if (level >= SimdLevel::Avx2)
         return CentreExtremeAvx2<IsMax>(dst, src, n, taps);
     if (level == SimdLevel::Sse41)
         return CentreExtremeSse2<IsMax>(dst, src, n, taps);
@@ -221,7 +221,7 @@ template <bool IsMax>
 void CombineRows(unsigned char* dst, const unsigned char* const* rows, size_t nRows, size_t n, SimdLevel level)
 {
 #ifdef TESSAN_MORPH_X86
-    if (level == SimdLevel::Avx2)
+    if (level >= SimdLevel::Avx2)
         return CombineRowsAvx2<IsMax>(dst, rows, nRows, n);
     if (level == SimdLevel::Sse41)
         return CombineRowsSse2<IsMax>(dst, rows, nRows, n);

@@ -4,7 +4,7 @@
 
 namespace
 {
-std::atomic<int> GiSimdLevelLimit{static_cast<int>(SimdLevel::Avx2)};
+std::atomic<int> GiSimdLevelLimit{static_cast<int>(SimdLevel::Avx512Vbmi)};
 }
 
 SimdLevel GetSimdLevelSupported()
@@ -12,6 +12,8 @@ SimdLevel GetSimdLevelSupported()
 #if defined(__x86_64__) || defined(__i386__)
     static const SimdLevel sLevel = [] {
         __builtin_cpu_init();
+        if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi"))
+            return SimdLevel::Avx512Vbmi;
         if (__builtin_cpu_supports("avx2"))
             return SimdLevel::Avx2;
         if (__builtin_cpu_supports("sse4.1"))

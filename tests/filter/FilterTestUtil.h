@@ -77,7 +77,7 @@ class ScopedSimdLimit
 {
   public:
     explicit ScopedSimdLimit(SimdLevel level) { SetSimdLevelLimit(level); }
-    ~ScopedSimdLimit() { SetSimdLevelLimit(SimdLevel::Avx2); }
+    ~ScopedSimdLimit() { SetSimdLevelLimit(SimdLevel::Avx512Vbmi); }
 };
 
 /// The levels worth comparing on this processor.
@@ -88,6 +88,8 @@ inline std::vector<SimdLevel> AvailableSimdLevels()
         levels.push_back(SimdLevel::Sse41);
     if (GetSimdLevelSupported() >= SimdLevel::Avx2)
         levels.push_back(SimdLevel::Avx2);
+    if (GetSimdLevelSupported() >= SimdLevel::Avx512Vbmi)
+        levels.push_back(SimdLevel::Avx512Vbmi);
     return levels;
 }
 

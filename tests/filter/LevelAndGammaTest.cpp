@@ -215,16 +215,24 @@ TEST(LevelAndGammaProcess, RangesOfEveryLengthAreMappedExactly)
     // The lookup steps by eight, four, two and one: every remainder must be covered, and no
     // byte outside [first, end) touched.
     std::vector<unsigned char> table(256);
+    // Every density must be looked up correctly on every vector path: all 256 of them, twice.
+    TestVolume src = RandomVolume(150, 1, 1, 51);
     for (int k = 0; k < 256; ++k)
-        table[k] = static_cast<unsigned char>(255 - k);
-    TestVolume src = RandomVolume(40, 1, 1, 51);
-    for (size_t first = 0; first < 3; ++first)
-        for (size_t end = first; end <= 40; ++end) {
-            std::vector<unsigned char> out(40, 0x77);
-            LevelAndGamma_cls::MapRange(out.data(), src.v.data(), first, end, table.data());
-            for (size_t i = 0; i < 40; ++i)
-                ASSERT_EQ(out[i], i >= first && i < end ? 255 - src.v[i] : 0x77) << first << " " << end << " " << i;
-        }
+        src.v.push_back(static_cast<unsigned char>(k));
+    for (int k = 0; k < 256; ++k)
+        table[k] = static_cast<unsigned char>((k * 37 + 11) & 0xFF);
+    const size_t n = src.v.size();
+    for (SimdLevel level : AvailableSimdLevels()) {
+        ScopedSimdLimit limit(level);
+        for (size_t first : {size_t{0}, size_t{1}, size_t{2}, size_t{150}})
+            for (size_t end = first; end <= n; ++end) {
+                std::vector<unsigned char> out(n, 0x77);
+                LevelAndGamma_cls::MapRange(out.data(), src.v.data(), first, end, table.data());
+                for (size_t i = 0; i < n; ++i)
+                    ASSERT_EQ(out[i], i >= first && i < end ? table[src.v[i]] : 0x77)
+                        << first << " " << end << " " << i << " simd " << static_cast<int>(level);
+            }
+    }
 }
 
 TEST(LevelAndGammaProcess, SwitchedOffCopies)
