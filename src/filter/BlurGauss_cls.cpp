@@ -2,7 +2,8 @@
 //
 // Sections:
 //   1. Span kernels: dst[i] = sum_j k[j] * src[i + j * stride], scalar, SSE4.1 and AVX2 forms.
-//   2. Row and slice passes with their border rules (y then x inside a slice, then z).
+//   2. Row and slice passes with their border rules (y then x inside a slice, then z; the row
+//      between y and x is kept in floats, truncated in the byte variant).
 //   3. Kernel construction and settings.
 //   4. Workers and the two phases.
 //
@@ -49,6 +50,18 @@ inline void StoreValue(float* d, float v)
     *d = v;
 }
 
+/// A float that holds a value truncated toward zero: the byte variant keeps its row between the
+/// y and x passes in this form. The values are exactly the bytes the pass would store, so the
+/// result is the same, but the x pass can step along the row without re-converting bytes.
+struct TruncFloat {
+    float mf;
+    operator float() const { return mf; }
+};
+inline void StoreValue(TruncFloat* d, float v)
+{
+    d->mf = std::trunc(v);
+}
+
 template <typename S, typename D>
 void BlurSpanScalar(D* dst, const S* src, ptrdiff_t stride, const float* k, int taps, size_t n)
 {
@@ -83,6 +96,17 @@ __attribute__((target("sse4.1"))) inline void Store16(unsigned char* p, __m128 a
     __m128i ab = _mm_packus_epi32(_mm_cvttps_epi32(a), _mm_cvttps_epi32(b));
     __m128i cd = _mm_packus_epi32(_mm_cvttps_epi32(c), _mm_cvttps_epi32(d));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(ab, cd));
+}
+__attribute__((target("sse4.1"))) inline void Load16(const TruncFloat* p, __m128& a, __m128& b, __m128& c, __m128& d)
+{
+    Load16(reinterpret_cast<const float*>(p), a, b, c, d);
+}
+__attribute__((target("sse4.1"))) inline void Store16(float* p, __m128 a, __m128 b, __m128 c, __m128 d);
+__attribute__((target("sse4.1"))) inline void Store16(TruncFloat* p, __m128 a, __m128 b, __m128 c, __m128 d)
+{
+    constexpr int kMode = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
+    Store16(reinterpret_cast<float*>(p), _mm_round_ps(a, kMode), _mm_round_ps(b, kMode), _mm_round_ps(c, kMode),
+            _mm_round_ps(d, kMode));
 }
 __attribute__((target("sse4.1"))) inline void Store16(float* p, __m128 a, __m128 b, __m128 c, __m128 d)
 {
@@ -146,6 +170,17 @@ __attribute__((target("avx2"))) inline void Store32(unsigned char* p, __m256 a, 
     __m256i bytes = _mm256_packus_epi16(ab, cd);
     bytes = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), bytes);
+}
+__attribute__((target("avx2"))) inline void Load32(const TruncFloat* p, __m256& a, __m256& b, __m256& c, __m256& d)
+{
+    Load32(reinterpret_cast<const float*>(p), a, b, c, d);
+}
+__attribute__((target("avx2"))) inline void Store32(float* p, __m256 a, __m256 b, __m256 c, __m256 d);
+__attribute__((target("avx2"))) inline void Store32(TruncFloat* p, __m256 a, __m256 b, __m256 c, __m256 d)
+{
+    constexpr int kMode = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
+    Store32(reinterpret_cast<float*>(p), _mm256_round_ps(a, kMode), _mm256_round_ps(b, kMode),
+            _mm256_round_ps(c, kMode), _mm256_round_ps(d, kMode));
 }
 __attribute__((target("avx2"))) inline void Store32(float* p, __m256 a, __m256 b, __m256 c, __m256 d)
 {
@@ -330,7 +365,7 @@ std::wstring BlurGauss_cls::GetFilterStatusStr() const
 void BlurGauss_cls::BlurSlicesXY(unsigned char* temp, const unsigned char* in, const unsigned int* sizes,
                                  unsigned int z0, unsigned int z1) const
 {
-    BlurSlicesXYGeneric<unsigned char>(temp, in, sizes, z0, z1, mvfKernel, miRadius);
+    BlurSlicesXYGeneric<TruncFloat>(temp, in, sizes, z0, z1, mvfKernel, miRadius);
 }
 
 void BlurGauss_cls::BlurSlicesXYF(float* temp, const unsigned char* in, const unsigned int* sizes, unsigned int z0,
