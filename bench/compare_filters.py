@@ -59,14 +59,15 @@ def level_table():
     return table
 
 
-def best_of(fn, repeat):
+def timed(fn, repeat):
+    """(best ms, median ms, last result) over `repeat` runs."""
     times = []
     result = None
     for _ in range(repeat):
         t0 = time.perf_counter()
         result = fn()
         times.append((time.perf_counter() - t0) * 1000.0)
-    return statistics.median(times), min(times), result
+    return min(times), statistics.median(times), result
 
 
 def run_bench(build_dir, volume_path, out_dir, repeat):
@@ -74,16 +75,17 @@ def run_bench(build_dir, volume_path, out_dir, repeat):
     if not exe.exists():
         sys.exit(f"compare_filters: {exe} not found; build it with: cmake --build {build_dir} --target bench_filters")
     env = dict(os.environ, TESSAN_BENCH_VOLUME=str(volume_path), TESSAN_BENCH_OUTPUT_DIR=str(out_dir))
-    cmd = [str(exe), "--benchmark_format=json", f"--benchmark_repetitions={repeat}",
-           "--benchmark_report_aggregates_only=true"]
+    cmd = [str(exe), "--benchmark_format=json", f"--benchmark_repetitions={repeat}"]
     res = subprocess.run(cmd, env=env, capture_output=True, text=True, check=True)
     data = json.loads(res.stdout)
-    medians = {}
+    runs = {}
     for b in data["benchmarks"]:
-        if b.get("aggregate_name") == "median":
+        if b.get("run_type") == "iteration":
             name = b["run_name"].replace("/real_time", "")
-            medians[name] = b["real_time"]  # milliseconds (the benchmarks use kMillisecond)
-    return medians, data.get("context", {})
+            runs.setdefault(name, []).append(b["real_time"])  # milliseconds (kMillisecond)
+    best = {k: min(v) for k, v in runs.items()}
+    median = {k: statistics.median(v) for k, v in runs.items()}
+    return best, median, data.get("context", {})
 
 
 def main():
@@ -97,18 +99,18 @@ def main():
     with tempfile.TemporaryDirectory() as tmp:
         tmp = Path(tmp)
         (tmp / "volume.raw").write_bytes(vol.tobytes())
-        ours, context = run_bench(Path(args.build_dir), tmp / "volume.raw", tmp, max(args.repeat, 3))
+        ours, ours_median, context = run_bench(Path(args.build_dir), tmp / "volume.raw", tmp, max(args.repeat, 3))
         outputs = {n: np.frombuffer((tmp / f"{n}.raw").read_bytes(), np.uint8).reshape(vol.shape)
                    for n in ("blur_byte", "dilation", "erosion", "level")}
 
     fp = ball(3)
     table = level_table()
     peers = {}
-    peers["gauss"] = best_of(lambda: ndimage.gaussian_filter(vol, sigma=2.0, truncate=2.5), args.repeat)
-    peers["dilation"] = best_of(lambda: ndimage.grey_dilation(vol, footprint=fp), args.repeat)
-    peers["erosion"] = best_of(lambda: ndimage.grey_erosion(vol, footprint=fp), args.repeat)
-    peers["lut"] = best_of(lambda: np.take(table, vol), max(args.repeat, 5))
-    peers["copy"] = best_of(lambda: vol.copy(), max(args.repeat, 5))
+    peers["gauss"] = timed(lambda: ndimage.gaussian_filter(vol, sigma=2.0, truncate=2.5), args.repeat)
+    peers["dilation"] = timed(lambda: ndimage.grey_dilation(vol, footprint=fp), args.repeat)
+    peers["erosion"] = timed(lambda: ndimage.grey_erosion(vol, footprint=fp), args.repeat)
+    peers["lut"] = timed(lambda: np.take(table, vol), max(args.repeat, 5))
+    peers["copy"] = timed(lambda: vol.copy(), max(args.repeat, 5))
 
     # Cross-checks on the same bytes. Borders differ by design (SciPy reflects, these filters
     # leave border voxels unblurred and clip the element), so compare the interior.
@@ -143,17 +145,19 @@ def main():
     lines.append(f"One {SIDE}^3 byte volume (smooth blobs plus noise), the same bytes for both sides. "
                  f"Machine: {cpu}, {threads} cores, load average {load:.2f} when measured. "
                  f"This project: `build/bin/bench_filters` (RelWithDebInfo, -O2 -march=x86-64-v2, vector paths "
-                 f"chosen at run time, \"ThreadNumFilter=\" = {os.cpu_count()} workers), median of "
+                 f"chosen at run time, \"ThreadNumFilter=\" = {os.cpu_count()} workers), "
                  f"{max(args.repeat, 3)} repetitions. Peers: SciPy {__import__('scipy').__version__} / NumPy "
-                 f"{np.__version__} (single-threaded), median of {args.repeat} or more runs.")
+                 f"{np.__version__} (single-threaded), {args.repeat} or more runs. The machine is shared, so "
+                 f"the best run of each side is compared; medians are given in brackets.")
     lines.append("Regenerate with `bench/compare_filters.py` after `cmake --build build --target bench_filters`.")
     lines.append("")
-    lines.append("| Operation | Kivrel Tessan (ms) | Peer | Peer (ms) | Peer / ours |")
+    lines.append("| Operation | Kivrel Tessan, best (median) ms | Peer | Peer, best (median) ms | Peer / ours (best) |")
     lines.append("|---|---:|---|---:|---:|")
     for title, bench, peer, peer_desc in rows:
         t_ours = ours.get(bench, float("nan"))
         t_peer = peers[peer][0]
-        lines.append(f"| {title} | {t_ours:.1f} | {peer_desc} | {t_peer:.1f} | {t_peer / t_ours:.1f}x |")
+        lines.append(f"| {title} | {t_ours:.1f} ({ours_median.get(bench, float('nan')):.1f}) | {peer_desc} | "
+                     f"{t_peer:.1f} ({peers[peer][1]:.1f}) | {t_peer / t_ours:.1f}x |")
     lines.append("")
     lines.append("Vector paths (this project, ms): "
                  + ", ".join(f"{k} {v:.1f}" for k, v in sorted(ours.items()) if "/" in k)

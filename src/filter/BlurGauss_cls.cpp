@@ -244,8 +244,9 @@ template <typename S, typename D> void CopyConvert(D* dst, const S* src, size_t 
     if constexpr (std::is_same_v<S, D>) {
         std::memcpy(dst, src, n * sizeof(D));
     } else {
-        for (size_t i = 0; i < n; ++i)
-            StoreValue(dst + i, static_cast<float>(src[i]));
+        // A one-tap kernel of weight 1 is an exact conversion, done by the vector loops.
+        static const float kOne = 1.0f;
+        BlurSpan(dst, src, 0, &kOne, 1, n);
     }
 }
 
@@ -294,11 +295,26 @@ void BlurSlicesXYGeneric(D* temp, const unsigned char* in, const unsigned int* s
 {
     size_t X = sizes[0], Y = sizes[1];
     std::vector<R> row(X);
+    // Along y every voxel feeds 2 r + 1 output rows: converting the slice to floats once, rather
+    // than once per tap, takes the byte conversions out of the inner loop. Exact either way.
+    std::vector<float> sliceF;
+    if (radius[1] > 0) {
+        try {
+            sliceF.resize(X * Y);
+        } catch (const std::bad_alloc&) {
+            sliceF.clear(); // not enough memory: convert per tap instead
+        }
+    }
     for (size_t z = z0; z < z1; ++z) {
         const unsigned char* slice = in + z * X * Y;
         D* dstSlice = temp + z * X * Y;
+        if (!sliceF.empty())
+            CopyConvert(sliceF.data(), slice, X * Y);
         for (size_t y = 0; y < Y; ++y) {
-            BlurRowY(row.data(), slice, X, Y, y, kernels[1], radius[1]);
+            if (sliceF.empty())
+                BlurRowY(row.data(), slice, X, Y, y, kernels[1], radius[1]);
+            else
+                BlurRowY(row.data(), sliceF.data(), X, Y, y, kernels[1], radius[1]);
             BlurRowX(dstSlice + y * X, row.data(), X, kernels[0], radius[0]);
         }
     }
