@@ -10,7 +10,7 @@ packages=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libwxgtk3.2-dev libgl-dev libglu1-mesa-dev freeglut3-dev mesa-utils libgl1-mesa-dri
   povray povray-includes
-  xvfb xauth x11-utils imagemagick
+  xvfb xauth x11-utils imagemagick xdotool desktop-file-utils
   gettext locales
   clang-14 libclang-rt-14-dev
   assimp-utils parallel

@@ -1,0 +1,90 @@
+#include "gui/CommandLine_cls.h"
+
+#include "config/TextFormat.h"
+
+#include <cctype>
+
+CommandLine_cls::Action CommandLine_cls::Parse(int argc, const char* const* argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        auto value = [&](std::string& out) {
+            // Both "--opt VALUE" and "--opt=VALUE".
+            const size_t eq = arg.find('=');
+            if (eq != std::string::npos) {
+                out = arg.substr(eq + 1);
+                return !out.empty();
+            }
+            if (i + 1 >= argc)
+                return false;
+            out = argv[++i];
+            return true;
+        };
+        const std::string name = arg.substr(0, arg.find('='));
+        if (arg == "--help" || arg == "-h")
+            return kHelp;
+        if (arg == "--version")
+            return kVersion;
+        if (name == "--screenshot") {
+            if (!value(mStrScreenshot)) {
+                mStrError = "option --screenshot needs a file name";
+                return kUsageError;
+            }
+        } else if (name == "--size") {
+            std::string text;
+            if (!value(text) || !ParseSize(text, miWidth, miHeight)) {
+                mStrError = "option --size needs WIDTHxHEIGHT (64 to 16384 each), e.g. 800x600";
+                return kUsageError;
+            }
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            mStrError = "unknown option '" + arg + "'";
+            return kUsageError;
+        } else if (mStrFile.empty()) {
+            mStrFile = arg;
+        } else {
+            mStrError = "only one file can be opened at start-up";
+            return kUsageError;
+        }
+    }
+    return kRun;
+}
+
+bool CommandLine_cls::ParseSize(const std::string& text, int& width, int& height)
+{
+    const size_t x = text.find_first_of("xX");
+    if (x == std::string::npos || x == 0 || x + 1 >= text.size())
+        return false;
+    for (size_t i = 0; i < text.size(); ++i)
+        if (i != x && !std::isdigit(static_cast<unsigned char>(text[i])))
+            return false;
+    const long w = ParseLong(text.substr(0, x));
+    const long h = ParseLong(text.substr(x + 1));
+    if (w < 64 || h < 64 || w > 16384 || h > 16384)
+        return false;
+    width = static_cast<int>(w);
+    height = static_cast<int>(h);
+    return true;
+}
+
+std::string CommandLine_cls::HelpText()
+{
+    return "Usage: tessan [OPTION]... [FILE.df3 | PROJECT.vsp]\n"
+           "View, filter and animate volumetric density data (DF3 volume series).\n"
+           "\n"
+           "  FILE.df3             open this DF3 volume (and the numbered series it belongs to)\n"
+           "  PROJECT.vsp          open this project file\n"
+           "      --size WxH       make the window's client area W x H pixels\n"
+           "      --screenshot OUT.png\n"
+           "                       when every visible view is drawn, save the window's client\n"
+           "                       area as a PNG picture and exit (0 on success)\n"
+           "  -h, --help           show this help and exit\n"
+           "      --version        show the version and exit\n"
+           "\n"
+           "Settings are kept in KivrelConfigure.txt (working folder) and the recent projects in\n"
+           "KivrelRecent.txt beside the program.\n";
+}
+
+std::string CommandLine_cls::VersionText()
+{
+    return std::string("tessan (Kivrel Tessan) ") + TESSAN_VERSION + "\n";
+}

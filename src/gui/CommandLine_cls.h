@@ -1,0 +1,40 @@
+#pragma once
+// The command line of the window program: `tessan [--size WxH] [--screenshot OUT.png]
+// [FILE.df3 | PROJECT.vsp]`, plus --help and --version. Parsed before the toolkit starts, so
+// --help works without a display.
+#include <string>
+
+class CommandLine_cls
+{
+  public:
+    /// What main() should do after parsing.
+    enum Action { kRun, kHelp, kVersion, kUsageError };
+
+    /// Parses argv (argv[0] is skipped). Never exits; the result tells what to do.
+    Action Parse(int argc, const char* const* argv);
+
+    /// The --help text (ends with a newline).
+    static std::string HelpText();
+    /// The --version text (ends with a newline).
+    static std::string VersionText();
+
+    /// The usage error for kUsageError (no newline).
+    const std::string& GetError() const { return mStrError; }
+    /// The file to open at start-up (empty: none).
+    const std::string& GetFile() const { return mStrFile; }
+    /// Where --screenshot saves the picture (empty: no screenshot).
+    const std::string& GetScreenshotPath() const { return mStrScreenshot; }
+    /// The client size asked by --size, 0 x 0 when not given.
+    int GetWidth() const { return miWidth; }
+    int GetHeight() const { return miHeight; }
+
+    /// Parses "WxH" (both 64..16384); false leaves width and height untouched.
+    static bool ParseSize(const std::string& text, int& width, int& height);
+
+  private:
+    std::string mStrError;
+    std::string mStrFile;
+    std::string mStrScreenshot;
+    int miWidth = 0;
+    int miHeight = 0;
+};

@@ -1,0 +1,14 @@
+#include "gui/FrameMainInitializer01_cls.h"
+
+#include "config/Translate.h"
+#include "gui/FrameMain_cls.h"
+
+void FrameMainInitializer01_cls::Entry()
+{
+    FrameMain_cls::StartupData& data = mpFrame->GetStartupData();
+    data.mStrBackground = L"WHEAT";
+    data.mStrColourDialogInitial = L"BLACK";
+    data.mStrProjectWildcard = TrW("Project file (*.vsp)") + L"|*.vsp";
+    data.mStrDataWildcard = TrW("DF3 file (*.df3)") + L"|*.df3;*.DF3|" + TrW("All files (*)") + L"|*";
+    *mpDone = true;
+}

@@ -1,0 +1,772 @@
+// Sections: drop target; construction; idle loop; files (configuration, projects, recent list);
+// view commands; screenshot; quit.
+#include "gui/FrameMain_cls.h"
+
+#include "config/GlobalFlags.h"
+#include "config/Preference_cls.h"
+#include "config/TessanAssert.h"
+#include "config/TextFormat.h"
+#include "config/Translate.h"
+#include "gui/FrameMainInitializer01_cls.h"
+#include "gui/FrameMainInitializer02_cls.h"
+#include "gui/GLCanvasCtrl_cls.h"
+#include "gui/MainGLCanvas_cls.h"
+#include "gui/Main_cls.h"
+#include "gui/MyApp.h"
+#include "gui/WxUserPrompt_cls.h"
+
+#include <wx/button.h>
+#include <wx/dcmemory.h>
+#include <wx/dcscreen.h>
+#include <wx/dnd.h>
+#include <wx/filedlg.h>
+#include <wx/filename.h>
+#include <wx/gauge.h>
+#include <wx/log.h>
+#include <wx/menu.h>
+#include <wx/panel.h>
+#include <wx/sizer.h>
+#include <wx/splitter.h>
+#include <wx/stattext.h>
+#include <wx/statusbr.h>
+#include <wx/tooltip.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace
+{
+
+constexpr int kIdFixedViewFirst = 6300; // + Camera_cls::FixedView
+constexpr const wchar_t* kConfigureName = L"KivrelConfigure.txt";
+
+bool IsConfigureFile(const std::wstring& path)
+{
+    return std::filesystem::path(path).filename().wstring() == kConfigureName;
+}
+
+bool HasVspExtension(const std::wstring& path)
+{
+    const std::wstring ext = std::filesystem::path(path).extension().wstring();
+    return ext == L".vsp" || ext == L".VSP";
+}
+
+// --- drop target -------------------------------------------------------------------------------
+
+// Dropped files are opened like the open command (the first one; a series is found from it).
+class FrameMainDropTarget : public wxFileDropTarget
+{
+  public:
+    explicit FrameMainDropTarget(FrameMain_cls* frame) : mpFrame(frame) {}
+    bool OnDropFiles(wxCoord, wxCoord, const wxArrayString& files) override
+    {
+        if (files.empty())
+            return false;
+        mpFrame->OpenAtStart(files[0].ToStdWstring());
+        return true;
+    }
+
+  private:
+    FrameMain_cls* mpFrame;
+};
+
+} // namespace
+
+// --- construction ------------------------------------------------------------------------------
+
+wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame) EVT_IDLE(FrameMain_cls::OnIdle) EVT_CLOSE(FrameMain_cls::OnClose)
+    EVT_MENU(kIdQuit, FrameMain_cls::OnQuit) EVT_MENU(kIdOpenProject, FrameMain_cls::OnOpenProject)
+        EVT_MENU(kIdSaveProject, FrameMain_cls::OnSaveProject)
+            EVT_MENU(kIdSaveProjectAs, FrameMain_cls::OnSaveProjectAs)
+                EVT_MENU_RANGE(kIdRecentFirst, kIdRecentFirst + RecentList_cls::kSize - 1, FrameMain_cls::OnRecent)
+                    EVT_MENU(kIdOneView, FrameMain_cls::OnOneView) EVT_MENU(kIdFourViews, FrameMain_cls::OnFourViews)
+                        EVT_MENU(kIdResetCamera, FrameMain_cls::OnResetCamera)
+                            EVT_MENU(kIdExtraView, FrameMain_cls::OnExtraView)
+                                EVT_MENU(kIdToolTip, FrameMain_cls::OnToolTip)
+                                    EVT_MENU(kIdAbout, FrameMain_cls::OnAbout)
+                                        EVT_BUTTON(wxID_ANY, FrameMain_cls::OnFixedViewButton) wxEND_EVENT_TABLE()
+
+                                            FrameMain_cls::FrameMain_cls(const std::wstring& title, Main_cls* main,
+                                                                         int x, int y, int width, int height)
+    : wxFrame(nullptr, wxID_ANY, title, wxPoint(x, y), wxSize(width, height)), mpMain(main)
+{
+    // 1. Stopwatch and the window's own settings.
+    mCStopWatchStart = std::chrono::steady_clock::now();
+    mCConfList.Add(&mStrItemImgSeqName, L"ImgSequenceName=", L"Image");
+    mCConfList.Add(&miItemSashPos, L"FrameMainSashPosition=", L"-300");
+    mCConfList.Add(&muItemLayout, L"FrameMainViewLayout=", L"0");
+    SetExtraStyle(GetExtraStyle() | wxWS_EX_PROCESS_IDLE);
+
+    // 2. Shortcuts first, so the menus carry the user's keys.
+    mpShortcut = std::make_unique<Shortcut_cls>();
+    mpShortcut->ReadShortcutSection(Narrow(kConfigureName));
+
+    // 3. - 5. The start-up workers, one after the other, and what they prepared.
+    RunStartupThreads();
+
+    // 6. Views, panels, status bar, recent menu.
+    for (int i = 0; i < kViewCount; ++i) {
+        const auto view = i < 4 ? static_cast<Camera_cls::FixedView>(i) : Camera_cls::kViewPerspective;
+        mvViewCtrl[static_cast<size_t>(i)] = std::make_unique<GLCanvasCtrl_cls>(i, view);
+    }
+    mpSplitter =
+        new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxSP_LIVE_UPDATE | wxSP_3D, "splitter");
+    mpSplitter->Bind(wxEVT_SPLITTER_SASH_POS_CHANGED, &FrameMain_cls::OnSashMoved, this);
+    mpSplitter->SetMinimumPaneSize(120);
+    mpSplitter->SetSashGravity(1.0);
+    BuildViews();
+    BuildControlPanel();
+    mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
+
+    wxStatusBar* bar = CreateStatusBar(3);
+    const int widths[3] = {-2, -1, -1};
+    bar->SetStatusWidths(3, widths);
+    SetStatusText(TrW("Powered by wxWidgets"), 0);
+    SetStatusText(L"field_1", 1);
+    SetStatusText(L"field_2", 2);
+    mpGauge = new wxGauge(bar, wxID_ANY, 100);
+    mpGauge->Hide();
+    mpPrompt = std::make_unique<WxUserPrompt_cls>(this, mpGauge);
+    SetUserPrompt(mpPrompt.get());
+
+    SetDropTarget(new FrameMainDropTarget(this));
+    UpdateRecentMenu();
+    LayoutViews();
+    mCLastFrameMark = std::chrono::steady_clock::now();
+    if (const char* stateFile = std::getenv("TESSAN_STATE_FILE"))
+        mStrStateFile = stateFile;
+}
+
+FrameMain_cls::~FrameMain_cls()
+{
+    // The prompt dies with the window: fall back to the stderr prompt for anything after it.
+    SetUserPrompt(nullptr);
+    MainGLCanvas_cls::ReleaseContext();
+}
+
+void FrameMain_cls::RunStartupThreads()
+{
+    bool done01 = false;
+    FrameMainInitializer01_cls init01(this, &done01);
+    init01.SetParameters();
+    init01.Wait();
+    TESSAN_ASSERT(done01, "app/FrameMain_cls");
+    SetBackgroundColour(wxColour(mCStartup.mStrBackground));
+
+    // The icon is optional: a missing file must not stop the start.
+    if (wxFileName::FileExists("ICONS/TessanS.png")) {
+        wxIcon icon;
+        icon.CopyFromBitmap(wxBitmap(wxImage("ICONS/TessanS.png")));
+        SetIcon(icon);
+    }
+
+    bool done02 = false;
+    FrameMainInitializer02_cls init02(this, &done02);
+    init02.SetParameters();
+    init02.Wait();
+    TESSAN_ASSERT(done02, "app/FrameMain_cls");
+    auto* menuBar = new wxMenuBar;
+    mpRecentMenu = Shortcut_cls::SetMenuItem(menuBar, mCStartup.mvMenuModel);
+    SetMenuBar(menuBar);
+}
+
+void FrameMain_cls::BuildViews()
+{
+    mpViewArea = new wxPanel(mpSplitter, wxID_ANY);
+    mpViewArea->SetBackgroundColour(wxColour(40, 40, 48));
+    for (int i = 0; i < 4; ++i)
+        mvCanvas[static_cast<size_t>(i)] =
+            new MainGLCanvas_cls(mpViewArea, mvViewCtrl[static_cast<size_t>(i)].get(), this);
+
+    mpExtraFrame = new wxFrame(this, wxID_ANY, TrW("Extra View"), wxDefaultPosition, wxSize(480, 400),
+                               wxDEFAULT_FRAME_STYLE | wxFRAME_FLOAT_ON_PARENT);
+    mvCanvas[kExtraView] = new MainGLCanvas_cls(mpExtraFrame, mvViewCtrl[kExtraView].get(), this);
+    // Closing the extra window only hides it; the main window owns it.
+    mpExtraFrame->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& e) {
+        if (e.CanVeto()) {
+            e.Veto();
+            SetExtraViewShown(false);
+        } else {
+            e.Skip();
+        }
+    });
+}
+
+void FrameMain_cls::BuildControlPanel()
+{
+    mpControlPanel = new wxPanel(mpSplitter, wxID_ANY);
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    sizer->Add(new wxStaticText(mpControlPanel, wxID_ANY, TrW("Camera")), 0, wxALL, 6);
+    mpActiveInfo = new wxStaticText(mpControlPanel, wxID_ANY, L"");
+    mpCamInfo = new wxStaticText(mpControlPanel, wxID_ANY, L"");
+    mpAncInfo = new wxStaticText(mpControlPanel, wxID_ANY, L"");
+    sizer->Add(mpActiveInfo, 0, wxLEFT | wxRIGHT, 6);
+    sizer->Add(mpCamInfo, 0, wxLEFT | wxRIGHT | wxTOP, 6);
+    sizer->Add(mpAncInfo, 0, wxLEFT | wxRIGHT | wxTOP, 6);
+    auto* grid = new wxGridSizer(2, 2, 4, 4);
+    const char* names[4] = {"Top", "Front", "Side", "Perspective"};
+    for (int v = 0; v < 4; ++v) {
+        auto* button = new wxButton(mpControlPanel, kIdFixedViewFirst + v, TrW(names[v]));
+        button->SetToolTip(TrW("Set the active view to this fixed view"));
+        grid->Add(button, 1, wxEXPAND);
+    }
+    sizer->Add(grid, 0, wxEXPAND | wxALL, 6);
+    mpControlPanel->SetSizer(sizer);
+    UpdateCameraInfo();
+}
+
+// --- idle loop ---------------------------------------------------------------------------------
+
+void FrameMain_cls::InitializeOnIdle()
+{
+    ReadConfigure(kConfigureName);
+    // Data slots: the preview property gets Set3DTextureCondition with the GL version here, and
+    // the sequence panel its visibility and bitmaps.
+    if (wxMenuBar* bar = GetMenuBar())
+        if (wxMenuItem* item = bar->FindItem(kIdToolTip))
+            item->Check(mpMain->GetToolTip());
+    wxToolTip::Enable(mpMain->GetToolTip());
+    SetActiveView(miActiveView);
+    LayoutViews();
+    Refresh();
+}
+
+void FrameMain_cls::OnIdle(wxIdleEvent& event)
+{
+    // 1. First pass.
+    if (!mbInitialized) {
+        mbInitialized = true;
+        InitializeOnIdle();
+    }
+    // 2. Pending relayout and view update.
+    if (mbPendingRelayout) {
+        mbPendingRelayout = false;
+        LayoutViews();
+    }
+    if (mbPendingViewUpdate) {
+        mbPendingViewUpdate = false;
+        RefreshViews();
+        UpdateCameraInfo();
+        event.RequestMore();
+        return;
+    }
+    // 3. A loader finished with the buffers the views draw: one full refresh.
+    if (GbGLLockForLoading && GbGLUnlockOK) {
+        GbGLLockForLoading = false;
+        Refresh();
+        return;
+    }
+    // 4. Data slots: PovRay_cls::ProcessRenderAnim advances a running sequence render here.
+    // 5. Workers own the GL data: draw nothing this pass.
+    if (GbGLLockForMultithread && GbGLForceWaitThreadEnd) {
+        event.RequestMore();
+        return;
+    }
+    GbGLForceWaitThreadEnd = false;
+    mCFrameBudget = std::chrono::microseconds(kFrameIntervalMs * 1000);
+
+    // 6. Apply the collected mouse motion of every dragged view and repaint it.
+    bool dragged = false;
+    for (int i = 0; i < kViewCount; ++i) {
+        GLCanvasCtrl_cls& ctrl = GetViewCtrl(i);
+        if (!ctrl.IsDragging())
+            continue;
+        dragged = true;
+        MainGLCanvas_cls* canvas = mvCanvas[static_cast<size_t>(i)];
+        if (ctrl.ProcessDrag(canvas->GetClientSize().y)) {
+            canvas->Refresh(false);
+            canvas->Update();
+            if (i == miActiveView)
+                UpdateCameraInfo();
+        }
+    }
+
+    // 7. Nothing dragged: one release or fetch step (data slots), or a playback step.
+    if (!dragged) {
+        // Data slots: while the scene clock is not playing, DF3SeqCtrl_cls::IdleProcessesRelease
+        // (-1, false), else IdleProcessesFetch(), set the nothing-left-to-fetch flag from both;
+        // while playing, ProcPlayTex. Without slots there is nothing to load.
+        mbNothingLeftToFetch = true;
+        WriteStateReport();
+        if (!mStrScreenshotPath.empty()) {
+            if (ScreenshotReady())
+                TakeScreenshot();
+            else
+                event.RequestMore();
+        }
+        event.Skip();
+        return;
+    }
+
+    // 8. Dragging: keep to one frame per interval.
+    const auto now = std::chrono::steady_clock::now();
+    const auto spent = now - mCLastFrameMark;
+    mCLastFrameMark = now;
+    if (spent < mCFrameBudget)
+        std::this_thread::sleep_for(mCFrameBudget - spent);
+    event.RequestMore();
+}
+
+void FrameMain_cls::WakeIdle()
+{
+    wxWakeUpIdle();
+}
+
+// --- files -------------------------------------------------------------------------------------
+
+void FrameMain_cls::ReadConfigure(const std::wstring& path)
+{
+    std::ifstream in(std::filesystem::path(path), std::ios::binary);
+    if (in) {
+        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        const std::wstring text = Widen(bytes);
+        std::vector<std::wstring> lines;
+        size_t start = 0;
+        for (size_t nl; (nl = text.find(L'\n', start)) != std::wstring::npos; start = nl + 1)
+            lines.push_back(StripLineEnd(text.substr(start, nl - start)));
+        if (start < text.size())
+            lines.push_back(StripLineEnd(text.substr(start)));
+
+        std::vector<std::wstring> shortcutBlock;
+        bool inShortcuts = false;
+        for (const std::wstring& line : lines) {
+            // The key assignments were read before the menus were built; skip their block here.
+            if (line == L"-ShortcutBegin") {
+                inShortcuts = true;
+                continue;
+            }
+            if (line == L"-ShortcutEnd") {
+                inShortcuts = false;
+                continue;
+            }
+            if (inShortcuts)
+                continue;
+            // Data slots: DF3SeqCtrl_cls::ReadStrLineAllDF3Sequence and Main_cls::ImportParamMain
+            // see each line first.
+            mCConfList.ReadStrLineAll(line);
+            GetPreference().GetConfList().ReadStrLineAll(line);
+            mpMain->ReadStrLine(line);
+            for (auto& ctrl : mvViewCtrl)
+                ctrl->ReadStrLine(line);
+        }
+    }
+    if (!IsConfigureFile(path) && in) {
+        mStrProjectPath = path;
+        mpMain->PushBackRecent(path);
+        UpdateRecentMenu();
+    }
+    // Settings that drive the layout.
+    if (muItemLayout.Get() > 1)
+        muItemLayout.Set(0);
+    if (wxMenuBar* bar = GetMenuBar())
+        if (wxMenuItem* item = bar->FindItem(IsFourViews() ? kIdFourViews : kIdOneView))
+            item->Check(true);
+    if (mpSplitter != nullptr && mpSplitter->IsSplit())
+        mpSplitter->SetSashPosition(miItemSashPos.Get());
+    mbPendingRelayout = true;
+    mbPendingViewUpdate = true;
+}
+
+bool FrameMain_cls::SaveConfigure(const std::wstring& path, bool project)
+{
+    if (mpSplitter != nullptr && mpSplitter->IsSplit()) {
+        // Saved from the right edge (negative) so the control panel keeps its width when the
+        // window size differs next time.
+        miItemSashPos.Set(mpSplitter->GetSashPosition() - mpSplitter->GetClientSize().x);
+    }
+    std::wstring text;
+    // Data slots: DF3SeqCtrl_cls::SerializeRenderParam and SerializeSceneConf come first.
+    text += mCConfList.SerializeAll();
+    text += GetPreference().GetConfList().SerializeAll();
+    text += mpMain->Serialize();
+    if (project) {
+        // Data slots: the view anchor, parameter groups, slots, clock, drawing blocks, lights,
+        // "BoxSize"/"BoxRotate" and the preview property are written here.
+        for (const auto& ctrl : mvViewCtrl)
+            text += ctrl->SerializeConf();
+    } else {
+        text += mpShortcut->SerializeForConfigure();
+    }
+
+    // Written to a temporary file renamed over the target, so a failed write keeps the old file.
+    const std::filesystem::path target(path);
+    std::filesystem::path temp = target;
+    temp += L".tmp";
+    bool ok = false;
+    {
+        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+        if (out) {
+            const std::string bytes = Narrow(text);
+            out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+            out.close();
+            ok = static_cast<bool>(out);
+        }
+    }
+    std::error_code ec;
+    if (ok) {
+        std::filesystem::rename(temp, target, ec);
+        ok = !ec;
+    }
+    if (!ok) {
+        std::filesystem::remove(temp, ec);
+        GetUserPrompt()->Message(TrW("File open fails"), TrW("Error!"));
+        return false;
+    }
+    if (!IsConfigureFile(path)) {
+        mStrProjectPath = path;
+        mpMain->PushBackRecent(path);
+        UpdateRecentMenu();
+    }
+    return true;
+}
+
+void FrameMain_cls::OpenProjectMain(const std::wstring& path)
+{
+    if (!std::filesystem::exists(std::filesystem::path(path))) {
+        GetUserPrompt()->Message(TrW("File not found: ") + path, TrW("Error!"));
+        return;
+    }
+    // Data slots: the filter chains and the camera path are cleared before reading, the undo
+    // history after.
+    ReadConfigure(path);
+    SetTitle(path + L" - " + L"Tessan");
+    miProjectLoaded = 1;
+}
+
+void FrameMain_cls::OpenAtStart(const std::wstring& path)
+{
+    if (HasVspExtension(path) &&
+        GetUserPrompt()->AskYesNo(TrW("Read as a Project file?"), TrW("Opening .vsp File"), true)) {
+        OpenProjectMain(path);
+        return;
+    }
+    // Data slots: Main_cls::OpenFileSequence(path) opens the data here.
+    GetUserPrompt()->Message(TrW("This build cannot open volume data yet: ") + path, TrW("Error!"));
+}
+
+void FrameMain_cls::OnOpenProject(wxCommandEvent&)
+{
+    wxFileDialog dialog(this, TrW("Open Project"), "", "", mCStartup.mStrProjectWildcard,
+                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+    if (dialog.ShowModal() == wxID_OK)
+        OpenProjectMain(dialog.GetPath().ToStdWstring());
+}
+
+void FrameMain_cls::OnSaveProject(wxCommandEvent& event)
+{
+    if (mStrProjectPath.empty()) {
+        OnSaveProjectAs(event);
+        return;
+    }
+    if (SaveConfigure(mStrProjectPath, true))
+        SetStatusText(TrW("Saved ") + mStrProjectPath, 0);
+}
+
+void FrameMain_cls::OnSaveProjectAs(wxCommandEvent&)
+{
+    // The dialog asks before replacing an existing file: that is the user's explicit choice.
+    wxFileDialog dialog(this, TrW("Save Project"), "", "", mCStartup.mStrProjectWildcard,
+                        wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
+    if (dialog.ShowModal() != wxID_OK)
+        return;
+    std::wstring path = dialog.GetPath().ToStdWstring();
+    if (!HasVspExtension(path))
+        path += L".vsp";
+    if (SaveConfigure(path, true)) {
+        SetTitle(path + L" - " + L"Tessan");
+        SetStatusText(TrW("Saved ") + path, 0);
+    }
+}
+
+void FrameMain_cls::UpdateRecentMenu()
+{
+    if (mpRecentMenu == nullptr)
+        return;
+    while (mpRecentMenu->GetMenuItemCount() > 0)
+        mpRecentMenu->Destroy(mpRecentMenu->FindItemByPosition(0));
+    const RecentList_cls& recent = mpMain->GetRecent();
+    for (int i = 0; i < RecentList_cls::kSize; ++i)
+        if (!recent.Get(i).empty())
+            mpRecentMenu->Append(kIdRecentFirst + i, WStrPrintf("&%d ", (i + 1) % 10) + recent.Get(i));
+    if (mpRecentMenu->GetMenuItemCount() == 0)
+        mpRecentMenu->Append(wxID_ANY, TrW("(none)"))->Enable(false);
+}
+
+void FrameMain_cls::OnRecent(wxCommandEvent& event)
+{
+    const int i = event.GetId() - kIdRecentFirst;
+    const std::wstring path = mpMain->GetRecent().Get(i);
+    if (!path.empty())
+        OpenProjectMain(path);
+}
+
+// --- view commands -----------------------------------------------------------------------------
+
+void FrameMain_cls::SetFourViews(bool four)
+{
+    muItemLayout.Set(four ? 1 : 0);
+    if (!four && miActiveView < 4)
+        miActiveView = 3;
+    LayoutViews();
+    UpdateCameraInfo();
+}
+
+void FrameMain_cls::LayoutViews()
+{
+    if (mpViewArea == nullptr)
+        return;
+    const bool four = IsFourViews();
+    // Detach the canvases from the previous layout before the new one takes them.
+    if (wxSizer* old = mpViewArea->GetSizer())
+        old->Clear(false);
+    auto* sizer = new wxGridSizer(four ? 2 : 1, four ? 2 : 1, 2, 2);
+    for (int i = 0; i < 4; ++i) {
+        MainGLCanvas_cls* canvas = mvCanvas[static_cast<size_t>(i)];
+        // One view shows the perspective panel alone.
+        const bool shown = four || i == 3;
+        canvas->Show(shown);
+        if (shown)
+            sizer->Add(canvas, 1, wxEXPAND);
+    }
+    mpViewArea->SetSizer(sizer, true);
+    mpViewArea->Layout();
+    RefreshViews();
+}
+
+void FrameMain_cls::RefreshViews()
+{
+    for (MainGLCanvas_cls* canvas : mvCanvas)
+        if (canvas != nullptr && canvas->IsShownOnScreen())
+            canvas->Refresh(false);
+}
+
+void FrameMain_cls::SetActiveView(int i)
+{
+    if (i < 0 || i >= kViewCount)
+        return;
+    miActiveView = i;
+    UpdateCameraInfo();
+}
+
+void FrameMain_cls::OnViewChanged(int i)
+{
+    if (i >= 0 && i < kViewCount)
+        mvCanvas[static_cast<size_t>(i)]->Refresh(false);
+    if (i == miActiveView)
+        UpdateCameraInfo();
+}
+
+void FrameMain_cls::UpdateCameraInfo()
+{
+    if (mpCamInfo == nullptr)
+        return;
+    const GLCanvasCtrl_cls& ctrl = GetViewCtrl(miActiveView);
+    const Vec3d& p = ctrl.GetCamera().GetPosition();
+    const Vec3d& a = ctrl.GetCamera().GetAnchor();
+    mpActiveInfo->SetLabel(TrW("Active view: ") + ctrl.GetViewName() +
+                           (miActiveView == kExtraView ? TrW(" (extra window)") : L""));
+    mpCamInfo->SetLabel(WStrPrintf("[Cam XYZ] %.3f %.3f %.3f", p[0], p[1], p[2]));
+    mpAncInfo->SetLabel(WStrPrintf("[Anc XYZ] %.3f %.3f %.3f", a[0], a[1], a[2]));
+}
+
+void FrameMain_cls::OnOneView(wxCommandEvent&)
+{
+    SetFourViews(false);
+}
+void FrameMain_cls::OnFourViews(wxCommandEvent&)
+{
+    SetFourViews(true);
+}
+
+void FrameMain_cls::OnResetCamera(wxCommandEvent&)
+{
+    for (auto& ctrl : mvViewCtrl)
+        ctrl->ResetCamera();
+    RefreshViews();
+    UpdateCameraInfo();
+}
+
+void FrameMain_cls::OnFixedViewButton(wxCommandEvent& event)
+{
+    const int v = event.GetId() - kIdFixedViewFirst;
+    if (v < 0 || v > 3) {
+        event.Skip();
+        return;
+    }
+    GetViewCtrl(miActiveView).SetView(static_cast<Camera_cls::FixedView>(v));
+    OnViewChanged(miActiveView);
+}
+
+void FrameMain_cls::SetExtraViewShown(bool shown)
+{
+    mpExtraFrame->Show(shown);
+    if (wxMenuBar* bar = GetMenuBar())
+        if (wxMenuItem* item = bar->FindItem(kIdExtraView))
+            item->Check(shown);
+}
+
+void FrameMain_cls::OnExtraView(wxCommandEvent& event)
+{
+    SetExtraViewShown(event.IsChecked());
+}
+
+void FrameMain_cls::OnToolTip(wxCommandEvent& event)
+{
+    mpMain->SetToolTip(event.IsChecked());
+    wxToolTip::Enable(event.IsChecked());
+}
+
+void FrameMain_cls::OnAbout(wxCommandEvent&)
+{
+    int major = 0, minor = 0;
+    MainGLCanvas_cls::GetGLVersion(major, minor);
+    GetUserPrompt()->Message(mpMain->GetTitle() + L"\n" + TrW("Volumetric density viewer and animator") + L"\n" +
+                                 WStrPrintf("OpenGL %d.%d", major, minor),
+                             TrW("About"));
+}
+
+void FrameMain_cls::OnSashMoved(wxSplitterEvent& event)
+{
+    mbPendingRelayout = true;
+    event.Skip();
+}
+
+// --- screenshot --------------------------------------------------------------------------------
+
+bool FrameMain_cls::ScreenshotReady() const
+{
+    // Data slots: also wait until every shown slot's current frame is loaded and bound.
+    if (!IsShownOnScreen())
+        return false;
+    for (MainGLCanvas_cls* canvas : mvCanvas)
+        if (canvas != nullptr && canvas->IsShownOnScreen() && canvas->GetPaintCount() == 0)
+            return false;
+    // A few passes more after the first paints let the window manager settle the size.
+    return ++const_cast<FrameMain_cls*>(this)->miScreenshotIdlePasses > 3;
+}
+
+void FrameMain_cls::TakeScreenshot()
+{
+    const std::wstring path = mStrScreenshotPath;
+    mStrScreenshotPath.clear();
+    const wxSize size = GetClientSize();
+    wxImage image;
+    {
+        // The widgets come from the screen; the GL views are read from their own buffers below,
+        // so they are right even where the screen grab cannot see GL content.
+        wxBitmap bitmap(size.x, size.y, 24);
+        wxMemoryDC memory(bitmap);
+        wxScreenDC screen;
+        const wxPoint origin = ClientToScreen(wxPoint(0, 0));
+        if (!memory.Blit(0, 0, size.x, size.y, &screen, origin.x, origin.y)) {
+            memory.SetBackground(wxBrush(GetBackgroundColour()));
+            memory.Clear();
+        }
+        memory.SelectObject(wxNullBitmap);
+        image = bitmap.ConvertToImage();
+    }
+    const wxPoint clientOrigin = ClientToScreen(wxPoint(0, 0));
+    for (int i = 0; i < 4; ++i) {
+        MainGLCanvas_cls* canvas = mvCanvas[static_cast<size_t>(i)];
+        if (!canvas->IsShownOnScreen())
+            continue;
+        std::vector<uint8_t> rgb;
+        int w = 0, h = 0;
+        if (!canvas->GrabPixels(rgb, w, h))
+            continue;
+        const wxPoint at = canvas->GetScreenPosition() - clientOrigin;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                const int tx = at.x + x, ty = at.y + y;
+                if (tx < 0 || ty < 0 || tx >= image.GetWidth() || ty >= image.GetHeight())
+                    continue;
+                const uint8_t* px = &rgb[(size_t(y) * w + x) * 3];
+                image.SetRGB(tx, ty, px[0], px[1], px[2]);
+            }
+    }
+    bool saved = false;
+    {
+        // The failure is reported below in the program's own words, not in a log dialog that
+        // nobody is there to close.
+        wxLogNull quiet;
+        saved = image.IsOk() && image.SaveFile(wxString(path), wxBITMAP_TYPE_PNG);
+    }
+    if (saved) {
+        std::printf("%s\n", Narrow(path).c_str());
+        std::fflush(stdout);
+    } else {
+        std::fprintf(stderr, "tessan: cannot save the screenshot to %s\n", Narrow(path).c_str());
+    }
+    wxGetApp().SetExitCode(saved ? 0 : 1);
+    // Leaves without the quit question and without touching the configuration.
+    Destroy();
+    wxGetApp().ExitMainLoop();
+}
+
+// --- quit --------------------------------------------------------------------------------------
+
+void FrameMain_cls::OnQuit(wxCommandEvent&)
+{
+    if (!GetUserPrompt()->AskYesNo(TrW("Really Quit ?"), TrW("Query"), false))
+        return;
+    SaveConfigure(kConfigureName, false);
+    SetExtraViewShown(false);
+    mpMain->QuitProcess();
+    Close(true);
+}
+
+void FrameMain_cls::OnClose(wxCloseEvent& event)
+{
+    // Closing by other means than the quit command saves nothing.
+    event.Skip();
+}
+
+void FrameMain_cls::WriteStateReport()
+{
+    // For unattended checks (the GUI tests): what the window shows, read back from the widgets
+    // themselves, written whenever it changes.
+    if (mStrStateFile.empty())
+        return;
+    std::wstring text = L"title=" + GetTitle().ToStdWstring() + L"\n";
+    if (wxStatusBar* bar = GetStatusBar())
+        for (int i = 0; i < bar->GetFieldsCount(); ++i)
+            text += WStrPrintf("status%d=", i) + bar->GetStatusText(i).ToStdWstring() + L"\n";
+    if (wxMenuBar* bar = GetMenuBar()) {
+        text += L"menus=";
+        for (size_t i = 0; i < bar->GetMenuCount(); ++i)
+            text += (i ? L"," : L"") + bar->GetMenuLabelText(i).ToStdWstring();
+        text += L"\n";
+    }
+    text += std::wstring(L"layout=") + (IsFourViews() ? L"four" : L"one") + L"\n";
+    text += WStrPrintf("active=%d\n", miActiveView);
+    for (int i = 0; i < kViewCount; ++i) {
+        const MainGLCanvas_cls* canvas = mvCanvas[static_cast<size_t>(i)];
+        const Camera_cls& cam = GetViewCtrl(i).GetCamera();
+        // Screen positions exist only for windows on screen (the extra window may be hidden).
+        const bool shown = canvas->IsShownOnScreen();
+        const wxPoint screen = shown ? canvas->GetScreenPosition() : wxPoint(0, 0);
+        const wxPoint at = shown ? screen - ClientToScreen(wxPoint(0, 0)) : wxPoint(0, 0);
+        const wxSize size = canvas->GetClientSize();
+        // Client-relative position, size, screen position, name.
+        text += WStrPrintf("view%d=%s %d %d %d %d %d %d ", i, shown ? "shown" : "hidden", at.x, at.y, size.x, size.y,
+                           screen.x, screen.y) +
+                GetViewCtrl(i).GetViewName() + L"\n";
+        const Vec3d& p = cam.GetPosition();
+        const Vec3d& a = cam.GetAnchor();
+        text += WStrPrintf("camera%d=%.6f %.6f %.6f anchor %.6f %.6f %.6f\n", i, p[0], p[1], p[2], a[0], a[1], a[2]);
+    }
+    if (text == mStrLastState)
+        return;
+    mStrLastState = text;
+    const std::string temp = mStrStateFile + ".tmp";
+    {
+        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+        const std::string bytes = Narrow(text);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+    std::error_code ec;
+    std::filesystem::rename(temp, mStrStateFile, ec);
+}

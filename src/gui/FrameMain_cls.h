@@ -1,0 +1,158 @@
+#pragma once
+// The main window: menus from the shortcut table, the splitter with the view panels and the
+// control panel, the three-field status bar with its progress gauge, the extra view window, the
+// recent-project menu, the configuration and project files, and the idle loop that drives
+// dragging (and, with the data slots, loading and playback).
+#include "config/ConfItemList_cls.h"
+#include "gui/Shortcut_cls.h"
+
+#include <wx/frame.h>
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+class Main_cls;
+class MainGLCanvas_cls;
+class GLCanvasCtrl_cls;
+class WxUserPrompt_cls;
+class wxGauge;
+class wxPanel;
+class wxSplitterWindow;
+class wxSplitterEvent;
+class wxStaticText;
+
+class FrameMain_cls : public wxFrame
+{
+  public:
+    /// Number of view controllers: four panels and the extra window.
+    static constexpr int kViewCount = 5;
+    /// Index of the extra window's view.
+    static constexpr int kExtraView = 4;
+    /// Target time per played or dragged frame.
+    static constexpr unsigned kFrameIntervalMs = 25;
+
+    /// What the start-up workers prepare for the GUI thread (plain data only).
+    struct StartupData {
+        std::wstring mStrBackground;          ///< colour name of the frame's background
+        std::wstring mStrColourDialogInitial; ///< initial colour of the colour dialog
+        std::wstring mStrProjectWildcard;     ///< file-dialog filter for projects
+        std::wstring mStrDataWildcard;        ///< file-dialog filter for data files
+        std::vector<Shortcut_cls::Menu> mvMenuModel;
+    };
+
+    /// Builds the window (see the start-up order in the constructor). GUI thread.
+    FrameMain_cls(const std::wstring& title, Main_cls* main, int x, int y, int width, int height);
+    ~FrameMain_cls() override;
+
+    /// Filled by the start-up workers while the GUI thread waits.
+    StartupData& GetStartupData() { return mCStartup; }
+    /// The shortcut table with the user's keys.
+    Shortcut_cls& GetShortcut() { return *mpShortcut; }
+    /// The view controller i (0..4).
+    GLCanvasCtrl_cls& GetViewCtrl(int i) { return *mvViewCtrl[static_cast<size_t>(i)]; }
+
+    /// The scene frame shown in the views' frame-number guide.
+    int GetCurrentFrame() const { return miCurrentFrame; }
+    /// Makes view i the one the View menu's camera commands act on.
+    void SetActiveView(int i);
+    /// A view's camera changed outside the idle pass (wheel): repaint it and update the info.
+    void OnViewChanged(int i);
+    /// Asks for another idle pass (mouse motion waiting to be applied).
+    void WakeIdle();
+
+    /// --screenshot: once every visible view has been drawn, save the client area to `path` as
+    /// PNG and exit (exit code 0, or 1 with a message when it cannot be saved).
+    void SetScreenshotPath(const std::wstring& path) { mStrScreenshotPath = path; }
+    /// Opens the file named on the command line (a project, or data when the slots exist).
+    void OpenAtStart(const std::wstring& path);
+
+    /// Shows one large perspective view (false) or the four views (true).
+    void SetFourViews(bool four);
+    bool IsFourViews() const { return muItemLayout.Get() == 1; }
+
+    /// Reads a configuration or project file; a missing file leaves the defaults.
+    void ReadConfigure(const std::wstring& path);
+    /// Writes the configuration (project false) or a project (project true). Returns false
+    /// after showing "File open fails" when the file cannot be written (the old file stays).
+    bool SaveConfigure(const std::wstring& path, bool project);
+    /// Opens a project file: reads it, remembers it and titles the window after it.
+    void OpenProjectMain(const std::wstring& path);
+    /// Rebuilds the recent-project menu from the controller's list.
+    void UpdateRecentMenu();
+
+  private:
+    void OnIdle(wxIdleEvent& event);
+    void InitializeOnIdle();
+    void OnQuit(wxCommandEvent& event);
+    void OnClose(wxCloseEvent& event);
+    void OnOpenProject(wxCommandEvent& event);
+    void OnSaveProject(wxCommandEvent& event);
+    void OnSaveProjectAs(wxCommandEvent& event);
+    void OnRecent(wxCommandEvent& event);
+    void OnOneView(wxCommandEvent& event);
+    void OnFourViews(wxCommandEvent& event);
+    void OnResetCamera(wxCommandEvent& event);
+    void OnExtraView(wxCommandEvent& event);
+    void OnToolTip(wxCommandEvent& event);
+    void OnAbout(wxCommandEvent& event);
+    void OnSashMoved(wxSplitterEvent& event);
+    void OnFixedViewButton(wxCommandEvent& event);
+
+    void BuildViews();
+    void BuildControlPanel();
+    void LayoutViews();
+    void RefreshViews();
+    void UpdateCameraInfo();
+    void SetExtraViewShown(bool shown);
+    bool ScreenshotReady() const;
+    void TakeScreenshot();
+    void RunStartupThreads();
+    void WriteStateReport();
+
+    Main_cls* mpMain;
+    StartupData mCStartup;
+    std::unique_ptr<Shortcut_cls> mpShortcut;
+    std::unique_ptr<WxUserPrompt_cls> mpPrompt;
+    std::chrono::steady_clock::time_point mCStopWatchStart;
+
+    // Window settings.
+    ConfItemList_cls mCConfList;
+    ConfItemSTR_cls mStrItemImgSeqName;
+    ConfItemINT_cls miItemSashPos;
+    ConfItemUINT_cls muItemLayout;
+
+    // Widgets (owned by the toolkit).
+    wxSplitterWindow* mpSplitter = nullptr;
+    wxPanel* mpViewArea = nullptr;
+    wxPanel* mpControlPanel = nullptr;
+    wxStaticText* mpCamInfo = nullptr;
+    wxStaticText* mpAncInfo = nullptr;
+    wxStaticText* mpActiveInfo = nullptr;
+    wxGauge* mpGauge = nullptr;
+    wxMenu* mpRecentMenu = nullptr;
+    wxFrame* mpExtraFrame = nullptr;
+    std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
+    std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
+
+    // Run-time values.
+    std::chrono::microseconds mCFrameBudget{kFrameIntervalMs * 1000};
+    std::chrono::steady_clock::time_point mCLastFrameMark;
+    bool mbNothingLeftToFetch = false;
+    int miProjectLoaded = 0;
+    std::wstring mStrLastDataPath;
+    std::wstring mStrProjectPath;
+    int miActiveView = 3;
+    int miCurrentFrame = 0;
+    bool mbInitialized = false;
+    bool mbPendingRelayout = false;
+    bool mbPendingViewUpdate = false;
+    std::wstring mStrScreenshotPath;
+    int miScreenshotIdlePasses = 0;
+    std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::wstring mStrLastState; ///< the last report written
+
+    wxDECLARE_EVENT_TABLE();
+};

@@ -1,0 +1,186 @@
+#include "gui/MainGLCanvas_cls.h"
+
+#include "config/TextFormat.h"
+#include "config/Translate.h"
+#include "gl/GuideGL_cls.h"
+#include "gui/FrameMain_cls.h"
+#include "gui/GLCanvasCtrl_cls.h"
+
+#include <wx/dcclient.h>
+#include <wx/dcmemory.h>
+#include <wx/settings.h>
+
+wxGLContext* MainGLCanvas_cls::msContext = nullptr;
+int MainGLCanvas_cls::msGLMajor = 0;
+int MainGLCanvas_cls::msGLMinor = 0;
+
+wxBEGIN_EVENT_TABLE(MainGLCanvas_cls, wxGLCanvas) EVT_PAINT(MainGLCanvas_cls::OnPaint)
+    EVT_SIZE(MainGLCanvas_cls::OnSize) EVT_MOUSE_EVENTS(MainGLCanvas_cls::OnMouse)
+        EVT_MOUSE_CAPTURE_LOST(MainGLCanvas_cls::OnCaptureLost) wxEND_EVENT_TABLE()
+
+            namespace
+{
+    wxGLAttributes CanvasAttributes()
+    {
+        wxGLAttributes attrs;
+        attrs.PlatformDefaults().RGBA().DoubleBuffer().Depth(24).EndList();
+        return attrs;
+    }
+} // namespace
+
+MainGLCanvas_cls::MainGLCanvas_cls(wxWindow* parent, GLCanvasCtrl_cls* ctrl, FrameMain_cls* frame)
+    : wxGLCanvas(parent, CanvasAttributes(), wxID_ANY, wxDefaultPosition, wxDefaultSize, wxFULL_REPAINT_ON_RESIZE),
+      mpCtrl(ctrl), mpFrame(frame)
+{
+    if (msContext == nullptr)
+        msContext = new wxGLContext(this);
+}
+
+MainGLCanvas_cls::~MainGLCanvas_cls()
+{
+    if (HasCapture())
+        ReleaseMouse();
+}
+
+void MainGLCanvas_cls::ReleaseContext()
+{
+    delete msContext;
+    msContext = nullptr;
+}
+
+void MainGLCanvas_cls::GetGLVersion(int& major, int& minor)
+{
+    major = msGLMajor;
+    minor = msGLMinor;
+}
+
+bool MainGLCanvas_cls::Render(int& width, int& height)
+{
+    if (msContext == nullptr || !IsShownOnScreen())
+        return false;
+    const wxSize size = GetClientSize() * GetContentScaleFactor();
+    width = size.x;
+    height = size.y;
+    if (width <= 0 || height <= 0)
+        return false;
+    SetCurrent(*msContext);
+    if (msGLMajor == 0)
+        GuideGL_cls::GetGLVersion(msGLMajor, msGLMinor);
+    glEnable(GL_DEPTH_TEST);
+    mpCtrl->Draw(width, height);
+    // Data slots: the volumes of every shown slot are drawn here, between the guides' clear
+    // and the labels, once the slice-stack drawing has its textures.
+    DrawLabel(mpCtrl->GetViewName(), 6, 4, false, width, height);
+    DrawLabel(WStrPrintf("%s %d", Tr("Frame").c_str(), mpFrame->GetCurrentFrame()), width - 6, height - 20, true, width,
+              height);
+    return true;
+}
+
+void MainGLCanvas_cls::OnPaint(wxPaintEvent&)
+{
+    wxPaintDC dc(this);
+    int w = 0, h = 0;
+    if (!Render(w, h))
+        return;
+    glFlush();
+    SwapBuffers();
+    ++miPaintCount;
+}
+
+void MainGLCanvas_cls::OnSize(wxSizeEvent& event)
+{
+    Refresh(false);
+    event.Skip();
+}
+
+bool MainGLCanvas_cls::GrabPixels(std::vector<uint8_t>& rgb, int& width, int& height)
+{
+    if (!Render(width, height))
+        return false;
+    glFinish();
+    rgb = GuideGL_cls::ReadPixelsRGB(width, height);
+    SwapBuffers();
+    return true;
+}
+
+void MainGLCanvas_cls::OnMouse(wxMouseEvent& event)
+{
+    const wxPoint p = event.GetPosition();
+    if (event.ButtonDown()) {
+        SetFocus();
+        mpFrame->SetActiveView(mpCtrl->GetIndex());
+        GLCanvasCtrl_cls::DragMode mode = GLCanvasCtrl_cls::kDragNone;
+        if (event.LeftDown())
+            mode = GLCanvasCtrl_cls::kDragOrbit;
+        else if (event.RightDown())
+            mode = GLCanvasCtrl_cls::kDragZoom;
+        else if (event.MiddleDown())
+            mode = GLCanvasCtrl_cls::kDragPan;
+        if (mode != GLCanvasCtrl_cls::kDragNone) {
+            mpCtrl->BeginDrag(mode, p.x, p.y);
+            if (!HasCapture())
+                CaptureMouse();
+        }
+    } else if (event.Dragging()) {
+        mpCtrl->DragTo(p.x, p.y);
+        mpFrame->WakeIdle();
+    } else if (event.ButtonUp()) {
+        mpCtrl->DragTo(p.x, p.y);
+        mpCtrl->EndDrag();
+        if (HasCapture())
+            ReleaseMouse();
+        mpFrame->WakeIdle();
+    } else if (event.GetWheelRotation() != 0) {
+        mpCtrl->Wheel(event.GetWheelRotation(), event.GetWheelDelta());
+        mpFrame->OnViewChanged(mpCtrl->GetIndex());
+    }
+    event.Skip();
+}
+
+void MainGLCanvas_cls::OnCaptureLost(wxMouseCaptureLostEvent&)
+{
+    mpCtrl->EndDrag();
+}
+
+const MainGLCanvas_cls::TextImage& MainGLCanvas_cls::GetTextImage(const std::wstring& text)
+{
+    auto it = mCTextCache.find(text);
+    if (it != mCTextCache.end())
+        return it->second;
+    if (mCTextCache.size() > 256)
+        mCTextCache.clear(); // frame numbers change while playing; keep the cache small
+    // White text on black, then the brightness becomes the alpha: anti-aliased edges blend.
+    wxFont font = wxSystemSettings::GetFont(wxSYS_DEFAULT_GUI_FONT);
+    wxMemoryDC measure;
+    measure.SetFont(font);
+    const wxSize extent = measure.GetTextExtent(text);
+    TextImage img;
+    img.miWidth = std::max(extent.x, 1);
+    img.miHeight = std::max(extent.y, 1);
+    wxBitmap bmp(img.miWidth, img.miHeight, 24);
+    {
+        wxMemoryDC dc(bmp);
+        dc.SetBackground(*wxBLACK_BRUSH);
+        dc.Clear();
+        dc.SetFont(font);
+        dc.SetTextForeground(*wxWHITE);
+        dc.DrawText(text, 0, 0);
+    }
+    const wxImage image = bmp.ConvertToImage();
+    img.mvRGBA.resize(size_t(img.miWidth) * img.miHeight * 4);
+    const unsigned char* src = image.GetData();
+    for (size_t i = 0; i < size_t(img.miWidth) * img.miHeight; ++i) {
+        img.mvRGBA[i * 4 + 0] = 255;
+        img.mvRGBA[i * 4 + 1] = 255;
+        img.mvRGBA[i * 4 + 2] = 220;
+        img.mvRGBA[i * 4 + 3] = src[i * 3 + 1];
+    }
+    return mCTextCache.emplace(text, std::move(img)).first->second;
+}
+
+void MainGLCanvas_cls::DrawLabel(const std::wstring& text, int x, int y, bool alignRight, int viewWidth, int viewHeight)
+{
+    const TextImage& img = GetTextImage(text);
+    GuideGL_cls::DrawImageAt(img.mvRGBA, img.miWidth, img.miHeight, alignRight ? x - img.miWidth : x, y, viewWidth,
+                             viewHeight);
+}

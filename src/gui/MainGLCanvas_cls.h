@@ -1,0 +1,56 @@
+#pragma once
+// The OpenGL canvas of one view. All canvases share one GL context (textures made for one view
+// are drawn in every view). The canvas turns mouse events into calls on its view controller and
+// draws through it; labels (view name, frame number) are rasterised by wx and drawn as pixels.
+#include <wx/glcanvas.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+class GLCanvasCtrl_cls;
+class FrameMain_cls;
+
+class MainGLCanvas_cls : public wxGLCanvas
+{
+  public:
+    /// Creates the canvas for `ctrl` (not owned) inside `parent`; `frame` receives activity
+    /// notices (which view is active, that a drag started).
+    MainGLCanvas_cls(wxWindow* parent, GLCanvasCtrl_cls* ctrl, FrameMain_cls* frame);
+    ~MainGLCanvas_cls() override;
+
+    /// The view controller drawn by this canvas.
+    GLCanvasCtrl_cls* GetCtrl() const { return mpCtrl; }
+    /// Number of completed paints (the screenshot waits for every visible view to have one).
+    int GetPaintCount() const { return miPaintCount; }
+    /// Draws the view now and reads its pixels (RGB rows top to bottom). False when the canvas
+    /// is not shown or has no size.
+    bool GrabPixels(std::vector<uint8_t>& rgb, int& width, int& height);
+    /// The GL version of the shared context, read at the first paint (0.0 before).
+    static void GetGLVersion(int& major, int& minor);
+    /// Frees the shared context (when the last canvas is gone).
+    static void ReleaseContext();
+
+  private:
+    void OnPaint(wxPaintEvent& event);
+    void OnSize(wxSizeEvent& event);
+    void OnMouse(wxMouseEvent& event);
+    void OnCaptureLost(wxMouseCaptureLostEvent& event);
+    bool Render(int& width, int& height);
+    void DrawLabel(const std::wstring& text, int x, int y, bool alignRight, int viewWidth, int viewHeight);
+
+    struct TextImage {
+        int miWidth = 0, miHeight = 0;
+        std::vector<uint8_t> mvRGBA;
+    };
+    const TextImage& GetTextImage(const std::wstring& text);
+
+    GLCanvasCtrl_cls* mpCtrl;
+    FrameMain_cls* mpFrame;
+    int miPaintCount = 0;
+    std::map<std::wstring, TextImage> mCTextCache;
+    static wxGLContext* msContext;
+    static int msGLMajor, msGLMinor;
+    wxDECLARE_EVENT_TABLE();
+};

@@ -1,0 +1,63 @@
+#include "gui/MyApp.h"
+
+#include "config/TextFormat.h"
+#include "config/Translate.h"
+#include "gui/FrameMain_cls.h"
+#include "gui/Main_cls.h"
+
+#include <wx/image.h>
+
+#include <cstdio>
+
+wxIMPLEMENT_APP_NO_MAIN(MyApp);
+
+CommandLine_cls MyApp::msCommandLine;
+
+void MyApp::SetCommandLine(const CommandLine_cls& commandLine)
+{
+    msCommandLine = commandLine;
+}
+
+bool MyApp::OnInit()
+{
+    // 1. Locale and catalogue; every user-visible text goes through the catalogue.
+    mCLocale.Init(wxLANGUAGE_DEFAULT, wxLOCALE_DONT_LOAD_DEFAULT);
+    wxLocale::AddCatalogLookupPathPrefix(".");
+    wxLocale::AddCatalogLookupPathPrefix("./locale");
+    mCLocale.AddCatalog("Tessan");
+    SetTranslator(
+        [](const char* msgid) { return std::string(wxGetTranslation(wxString::FromUTF8(msgid)).utf8_str()); });
+
+    // 2. Image handlers (BMP is built in).
+    wxImage::AddHandler(new wxPNGHandler);
+    wxImage::AddHandler(new wxJPEGHandler);
+    wxImage::AddHandler(new wxTIFFHandler);
+
+    // 3. Idle events only for windows that ask for them (the main window does).
+    wxIdleEvent::SetMode(wxIDLE_PROCESS_SPECIFIED);
+
+    // 4. Controller and window.
+    mpMain = std::make_unique<Main_cls>(msCommandLine.GetWidth(), msCommandLine.GetHeight());
+    FrameMain_cls* frame = mpMain->GetFrame();
+    if (!msCommandLine.GetScreenshotPath().empty())
+        frame->SetScreenshotPath(Widen(msCommandLine.GetScreenshotPath()));
+    frame->Show(true);
+    SetTopWindow(frame);
+    if (!msCommandLine.GetFile().empty()) {
+        const std::wstring file = Widen(msCommandLine.GetFile());
+        frame->CallAfter([frame, file] { frame->OpenAtStart(file); });
+    }
+    return true;
+}
+
+int MyApp::OnRun()
+{
+    const int rc = wxApp::OnRun();
+    return miExitCode != 0 ? miExitCode : rc;
+}
+
+int MyApp::OnExit()
+{
+    mpMain.reset();
+    return 0;
+}

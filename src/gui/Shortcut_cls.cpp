@@ -1,0 +1,208 @@
+#include "gui/Shortcut_cls.h"
+
+#include "config/TextFormat.h"
+#include "config/Translate.h"
+
+#include <wx/accel.h>
+#include <wx/menu.h>
+
+#include <fstream>
+#include <iterator>
+
+namespace
+{
+
+const char* const kBlockBegin = "-ShortcutBegin";
+const char* const kBlockEnd = "-ShortcutEnd";
+
+std::wstring Trim(const std::wstring& s)
+{
+    const size_t b = s.find_first_not_of(L" \t\r\n");
+    if (b == std::wstring::npos)
+        return L"";
+    const size_t e = s.find_last_not_of(L" \t\r\n");
+    return s.substr(b, e - b + 1);
+}
+
+// The toolkit's normalised form, so "ctrl+q" and "Ctrl+Q" count as the same key.
+std::wstring Normalise(const std::wstring& key)
+{
+    if (key.empty())
+        return key;
+    wxAcceleratorEntry entry;
+    if (!entry.FromString(wxString(key)))
+        return L"";
+    return entry.ToRawString().ToStdWstring();
+}
+
+} // namespace
+
+const std::vector<Shortcut_cls::Record>& Shortcut_cls::Records()
+{
+    static const std::vector<Record> sRecords = {
+        {kIdOpenProject, "&File", "OpenProject", "&Open Project...", "Open a project file (*.vsp)", "Ctrl+O",
+         "ICONS/Open.png", kNormal},
+        {kIdSaveProject, "&File", "SaveProject", "&Save Project", "Save the project", "Ctrl+S", "ICONS/Save.png",
+         kNormal},
+        {kIdSaveProjectAs, "&File", "SaveProjectAs", "Save Project &As...", "Save the project under a new name",
+         "Ctrl+Shift+S", "", kNormal},
+        {0, "&File", "", "", "", "", "", kSeparator},
+        {kIdRecentFirst, "&File", "", "&Recent Projects", "Open a recently used project", "", "", kRecentSubmenu},
+        {0, "&File", "", "", "", "", "", kSeparator},
+        {kIdQuit, "&File", "Quit", "&Quit", "Quit Kivrel Tessan", "Ctrl+Q", "", kNormal},
+        {kIdOneView, "&View", "OneView", "&One View", "Show one large perspective view", "Ctrl+1", "", kRadio},
+        {kIdFourViews, "&View", "FourViews", "&Four Views", "Show the top, front, side and perspective views", "Ctrl+4",
+         "", kRadio},
+        {0, "&View", "", "", "", "", "", kSeparator},
+        {kIdResetCamera, "&View", "ResetCamera", "&Reset Camera", "Put every view's camera back to its start", "Ctrl+R",
+         "", kNormal},
+        {kIdExtraView, "&View", "ExtraView", "&Extra View Window", "Show the separate view window", "Ctrl+E", "",
+         kCheck},
+        {kIdToolTip, "&View", "ToolTip", "Show &Tool Tips", "Show tool tips on the controls", "", "", kCheck},
+        {kIdAbout, "&Help", "About", "&About...", "About Kivrel Tessan", "F1", "", kNormal},
+    };
+    return sRecords;
+}
+
+Shortcut_cls::Shortcut_cls()
+{
+    for (const Record& r : Records())
+        mvKeys.push_back(Normalise(Widen(r.mpDefault)));
+}
+
+bool Shortcut_cls::IsValidKey(const std::wstring& key)
+{
+    if (key.empty())
+        return true;
+    wxAcceleratorEntry entry;
+    return entry.FromString(wxString(key));
+}
+
+std::wstring Shortcut_cls::GetKey(const std::string& name) const
+{
+    const auto& records = Records();
+    for (size_t i = 0; i < records.size(); ++i)
+        if (name == records[i].mpName && !name.empty())
+            return mvKeys[i];
+    return L"";
+}
+
+bool Shortcut_cls::SetKey(const std::string& name, const std::wstring& key)
+{
+    if (name.empty() || !IsValidKey(key))
+        return false;
+    const std::wstring norm = Normalise(key);
+    const auto& records = Records();
+    size_t index = records.size();
+    for (size_t i = 0; i < records.size(); ++i) {
+        if (name == records[i].mpName)
+            index = i;
+        else if (!norm.empty() && mvKeys[i] == norm)
+            return false; // one key, one command
+    }
+    if (index == records.size())
+        return false;
+    mvKeys[index] = norm;
+    return true;
+}
+
+int Shortcut_cls::ReadShortcutLines(const std::vector<std::wstring>& lines)
+{
+    int taken = 0;
+    for (const std::wstring& raw : lines) {
+        const std::wstring line = Trim(raw);
+        const size_t eq = line.find(L'=');
+        if (eq == std::wstring::npos || eq == 0)
+            continue;
+        taken += SetKey(Narrow(Trim(line.substr(0, eq))), Trim(line.substr(eq + 1))) ? 1 : 0;
+    }
+    return taken;
+}
+
+int Shortcut_cls::ReadShortcutSection(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return 0;
+    std::vector<std::wstring> block;
+    bool inside = false;
+    for (std::string line; std::getline(in, line);) {
+        const std::wstring w = Trim(Widen(line));
+        if (w == Widen(kBlockBegin)) {
+            inside = true;
+            block.clear();
+        } else if (w == Widen(kBlockEnd)) {
+            if (inside)
+                return ReadShortcutLines(block);
+        } else if (inside) {
+            block.push_back(w);
+        }
+    }
+    // A block without its end marker (a cut file) still gives what it holds.
+    return inside ? ReadShortcutLines(block) : 0;
+}
+
+std::wstring Shortcut_cls::SerializeForConfigure() const
+{
+    std::wstring text = Widen(kBlockBegin) + L"\n";
+    const auto& records = Records();
+    for (size_t i = 0; i < records.size(); ++i)
+        if (records[i].mpName[0] != '\0')
+            text += Widen(records[i].mpName) + L"=" + mvKeys[i] + L"\n";
+    text += Widen(kBlockEnd) + L"\n";
+    return text;
+}
+
+std::vector<Shortcut_cls::Menu> Shortcut_cls::BuildMenuModel() const
+{
+    std::vector<Menu> model;
+    const auto& records = Records();
+    for (size_t i = 0; i < records.size(); ++i) {
+        const Record& r = records[i];
+        const std::wstring title = TrW(r.mpMenu);
+        if (model.empty() || model.back().mStrTitle != title)
+            model.push_back(Menu{title, {}});
+        MenuEntry e;
+        e.miId = r.miId;
+        e.meKind = r.meKind;
+        if (r.meKind != kSeparator) {
+            e.mStrLabel = TrW(r.mpText);
+            if (!mvKeys[i].empty())
+                e.mStrLabel += L"\t" + mvKeys[i];
+            e.mStrHelp = TrW(r.mpHelp);
+        }
+        model.back().mvEntries.push_back(std::move(e));
+    }
+    return model;
+}
+
+wxMenu* Shortcut_cls::SetMenuItem(wxMenuBar* bar, const std::vector<Menu>& model)
+{
+    wxMenu* recent = nullptr;
+    for (const Menu& m : model) {
+        auto* menu = new wxMenu;
+        for (const MenuEntry& e : m.mvEntries) {
+            switch (e.meKind) {
+            case kSeparator:
+                menu->AppendSeparator();
+                break;
+            case kCheck:
+                menu->AppendCheckItem(e.miId, e.mStrLabel, e.mStrHelp);
+                break;
+            case kRadio:
+                menu->AppendRadioItem(e.miId, e.mStrLabel, e.mStrHelp);
+                break;
+            case kRecentSubmenu:
+                recent = new wxMenu;
+                menu->AppendSubMenu(recent, e.mStrLabel, e.mStrHelp);
+                break;
+            case kNormal:
+            default:
+                menu->Append(e.miId, e.mStrLabel, e.mStrHelp);
+                break;
+            }
+        }
+        bar->Append(menu, m.mStrTitle);
+    }
+    return recent;
+}

@@ -1,0 +1,361 @@
+// Marching-cubes driver.
+//
+// Sections:
+//   1. Block split, value ranges and scheduling of the block workers
+//   2. Welding stages
+//   3. Clearing and counts
+//   4. mesh2 and OBJ text, file writing
+#include "iso/MarchingCube_cls.h"
+
+#include "config/TextFormat.h"
+#include "iso/ThreadIsoWriterBase_cls.h"
+#include "iso/ThreadMarching.h"
+#include "iso/ThreadOptimizeA.h"
+#include "iso/ThreadOptimizeFull.h"
+#include "iso/ThreadWavefrontWriterBase_cls.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+// ---------------------------------------------------------------------------------------------
+// 1. Block split, value ranges and scheduling
+// ---------------------------------------------------------------------------------------------
+
+MarchingCube_cls::MarchingCube_cls() : mvBlocks(kBlockNum)
+{
+}
+
+void MarchingCube_cls::SetBlockRanges()
+{
+    // Part k of an axis with n voxels (n - 1 cubes) covers cubes [trunc(k*n/8), min(n-1, trunc((k+1)*n/8))):
+    // the parts tile every cube exactly once, and axes shorter than 8 simply leave parts empty.
+    auto part = [](int n, int k, int& begin, int& end) {
+        begin = static_cast<int>(static_cast<long long>(k) * n / kDiv);
+        end = static_cast<int>(std::min<long long>(n - 1, static_cast<long long>(k + 1) * n / kDiv));
+        begin = std::min(begin, n - 1);
+        end = std::max(end, begin);
+    };
+    for (int kz = 0; kz < kDiv; ++kz)
+        for (int ky = 0; ky < kDiv; ++ky)
+            for (int kx = 0; kx < kDiv; ++kx) {
+                MarchingBlock_cls& b = mvBlocks[static_cast<size_t>((kz * kDiv + ky) * kDiv + kx)];
+                part(miSize[0], kx, b.miBegin[0], b.miEnd[0]);
+                part(miSize[1], ky, b.miBegin[1], b.miEnd[1]);
+                part(miSize[2], kz, b.miBegin[2], b.miEnd[2]);
+            }
+}
+
+void MarchingCube_cls::GetMinMaxValue(const unsigned char* data)
+{
+    const size_t nx = static_cast<size_t>(miSize[0]), nxy = nx * static_cast<size_t>(miSize[1]);
+    mCThreadCtrl.RunRanges(mvBlocks.size(), [&](size_t first, size_t last) {
+        for (size_t i = first; i < last; ++i) {
+            MarchingBlock_cls& b = mvBlocks[i];
+            int lo = 255, hi = 0;
+            if (b.GetCubeNumber() > 0) {
+                // The cubes of the block reach one voxel past the end of the cube range.
+                for (int z = b.miBegin[2]; z <= b.miEnd[2]; ++z)
+                    for (int y = b.miBegin[1]; y <= b.miEnd[1]; ++y) {
+                        const unsigned char* row = data + static_cast<size_t>(z) * nxy + static_cast<size_t>(y) * nx;
+                        auto [mn, mx] = std::minmax_element(row + b.miBegin[0], row + b.miEnd[0] + 1);
+                        lo = std::min<int>(lo, *mn);
+                        hi = std::max<int>(hi, *mx);
+                    }
+            }
+            b.miMin = lo;
+            b.miMax = hi;
+        }
+    });
+}
+
+bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int ny, int nz, float level, unsigned flags)
+{
+    Clear(1);
+    if (data == nullptr || nx < 2 || ny < 2 || nz < 2 || !(level >= 0.0f && level <= 1.0f))
+        return false;
+    miSize[0] = nx;
+    miSize[1] = ny;
+    miSize[2] = nz;
+    miLevel = static_cast<int>(255.0f * level);
+    mbNormals = (flags & kFlagNormals) != 0;
+
+    mCThreadCtrl.InitializeThreadCtrl();
+    SetBlockRanges();
+    GetMinMaxValue(data);
+
+    const unsigned workerFlags = (mbNormals ? ThreadMarching::kFlagNormals : 0u) |
+                                 ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u);
+    miMarchedBlocks = 0;
+    // Blocks are handed out z-slab by z-slab, then y, then x: the full weld relies on that order.
+    for (MarchingBlock_cls& b : mvBlocks) {
+        if (b.GetCubeNumber() == 0) {
+            b.miStatus = MarchingBlock_cls::kNotMarched;
+            continue;
+        }
+        // Inclusive at both ends: a block whose minimum or maximum equals L has cut cubes.
+        if (miLevel < b.miMin) {
+            b.miStatus = MarchingBlock_cls::kAllAbove;
+            continue;
+        }
+        if (miLevel > b.miMax) {
+            b.miStatus = MarchingBlock_cls::kAllBelow;
+            continue;
+        }
+        ++miMarchedBlocks;
+        mCThreadCtrl.WaitForThreadsAndRun(std::make_unique<ThreadMarching>(data, miSize, miLevel, workerFlags, &b));
+    }
+    mCThreadCtrl.WaitAllThreadsEnd();
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// 2. Welding stages
+// ---------------------------------------------------------------------------------------------
+
+void MarchingCube_cls::OptimizeVertices()
+{
+    mCThreadCtrl.InitializeThreadCtrl();
+    for (MarchingBlock_cls& b : mvBlocks) {
+        if (b.mbOptDone || b.mvPos.empty())
+            continue;
+        mCThreadCtrl.WaitForThreadsAndRun(std::make_unique<ThreadOptimizeA>(&b));
+    }
+    mCThreadCtrl.WaitAllThreadsEnd();
+}
+
+void MarchingCube_cls::OptimizeVerticesFull()
+{
+    bool pending = std::any_of(mvBlocks.begin(), mvBlocks.end(),
+                               [](const MarchingBlock_cls& b) { return !b.mbOptDone && !b.mvPos.empty(); });
+    if (pending)
+        OptimizeVertices();
+    // One merge in block order; it runs on the calling thread, which would only wait otherwise.
+    ThreadOptimizeFull merge(&mvBlocks, miSize, &mCThreadCtrl, &mvPosFull, &mvNormFull, &mvIndexFull);
+    merge.Entry();
+}
+
+// ---------------------------------------------------------------------------------------------
+// 3. Clearing and counts
+// ---------------------------------------------------------------------------------------------
+
+namespace
+{
+template <class T> void Release(std::vector<T>& v, bool keepCapacity)
+{
+    if (keepCapacity)
+        v.clear();
+    else
+        std::vector<T>().swap(v);
+}
+} // namespace
+
+void MarchingCube_cls::Clear(int keepCapacity)
+{
+    for (MarchingBlock_cls& b : mvBlocks) {
+        Release(b.mvPos, keepCapacity != 0);
+        Release(b.mvNorm, keepCapacity != 0);
+        b.muVertexNum = 0;
+        b.miStatus = MarchingBlock_cls::kNotMarched;
+    }
+    miMarchedBlocks = 0;
+    for (MarchingBlock_cls& b : mvBlocks) {
+        Release(b.mvPosOpt, keepCapacity != 0);
+        Release(b.mvNormOpt, keepCapacity != 0);
+        Release(b.mvIndexOpt, keepCapacity != 0);
+        b.mbOptDone = false;
+    }
+    ClearOptFull();
+}
+
+void MarchingCube_cls::ClearOpt()
+{
+    for (MarchingBlock_cls& b : mvBlocks) {
+        Release(b.mvPosOpt, false);
+        Release(b.mvNormOpt, false);
+        Release(b.mvIndexOpt, false);
+        b.mbOptDone = false;
+    }
+}
+
+void MarchingCube_cls::ClearOptFull()
+{
+    Release(mvPosFull, false);
+    Release(mvNormFull, false);
+    Release(mvIndexFull, false);
+    for (MarchingBlock_cls& b : mvBlocks) {
+        b.muFaceBeginFull = 0;
+        b.muFaceNumFull = 0;
+        b.muFirstVertexFull = 0;
+    }
+}
+
+size_t MarchingCube_cls::GetVertexNumber() const
+{
+    size_t n = 0;
+    for (const MarchingBlock_cls& b : mvBlocks)
+        n += b.GetVertexNumber();
+    return n;
+}
+
+size_t MarchingCube_cls::GetVertexNumberOpt() const
+{
+    size_t n = 0;
+    for (const MarchingBlock_cls& b : mvBlocks)
+        n += b.mvPosOpt.size() / 3;
+    return n;
+}
+
+double MarchingCube_cls::GetVertexDensity() const
+{
+    size_t cubes = 0;
+    for (const MarchingBlock_cls& b : mvBlocks)
+        cubes += b.GetCubeNumber();
+    return cubes ? static_cast<double>(GetVertexNumber()) / static_cast<double>(cubes) : 0.0;
+}
+
+double MarchingCube_cls::GetMaxVertexDensity() const
+{
+    double best = 0.0;
+    for (const MarchingBlock_cls& b : mvBlocks) {
+        size_t cubes = b.GetCubeNumber();
+        if (cubes)
+            best = std::max(best, static_cast<double>(b.GetVertexNumber()) / static_cast<double>(cubes));
+    }
+    return best;
+}
+
+// ---------------------------------------------------------------------------------------------
+// 4. mesh2 and OBJ text, file writing
+// ---------------------------------------------------------------------------------------------
+
+namespace
+{
+constexpr const char* kProgramTitle = "Kivrel Tessan v ";
+constexpr const char* kPlaceholder = "##########";
+
+void AppendSection(std::string& s, const char* head, size_t count, const ThreadIsoWriterBase_cls& body)
+{
+    s += head;
+    s += "\n\t\t";
+    s += std::to_string(count);
+    s += ",\n";
+    s += body.GetBuffer();
+    s += "\n\t}\n";
+}
+} // namespace
+
+bool MarchingCube_cls::GetStrPovMesh2(std::string* out, const std::wstring& name, const std::wstring& suffix,
+                                      bool withNormals) const
+{
+    if (out == nullptr)
+        return false;
+    const bool normals = withNormals && !mvNormFull.empty() && mvNormFull.size() == mvPosFull.size();
+    // The sections are formatted in parallel before the text is assembled.
+    ThreadIsoWriterVectors3_cls vertexWriter(&mvPosFull, kPrecisionPosition, 0.0f);
+    ThreadIsoWriterVectors3_cls normalWriter(&mvNormFull, kPrecisionNormal, 0.0f);
+    ThreadIsoWriterFaces_cls faceWriter(&mvIndexFull);
+    vertexWriter.Run();
+    if (normals)
+        normalWriter.Run();
+    faceWriter.Run();
+
+    std::string& s = *out;
+    s.clear();
+    s += "//Mesh2file generated by ";
+    s += kProgramTitle;
+    s += TESSAN_VERSION;
+    s += "\n//normal_start_at=";
+    const size_t normalField = s.size();
+    s += kPlaceholder;
+    s += "\n//index_start_at=";
+    const size_t indexField = s.size();
+    s += kPlaceholder;
+    s += "\n#declare ISOSURF_";
+    s += Narrow(name);
+    s += Narrow(suffix);
+    s += "=mesh2{\n";
+
+    vertexWriter.Wait();
+    if (normals)
+        normalWriter.Wait();
+    faceWriter.Wait();
+    s.reserve(s.size() + vertexWriter.GetLength() + normalWriter.GetLength() + faceWriter.GetLength() + 256);
+
+    AppendSection(s, "\tvertex_vectors{", GetVertexNumberOptFull(), vertexWriter);
+    const size_t normalStart = s.size();
+    if (normals)
+        AppendSection(s, "\tnormal_vectors{", GetVertexNumberOptFull(), normalWriter);
+    const size_t indexStart = s.size();
+    AppendSection(s, "\tface_indices{", GetFaceNumberOptFull(), faceWriter);
+    s += "\tinside_vector <0.01, 0.01, 0.99>\n\n}\n";
+
+    // Same width as the placeholder, so nothing after it moves. Without normals both fields point
+    // at the index section, where a reader would have found the normals.
+    const std::string normalPos = StrPrintf("%010zu", normals ? normalStart : indexStart);
+    const std::string indexPos = StrPrintf("%010zu", indexStart);
+    s.replace(normalField, normalPos.size(), normalPos);
+    s.replace(indexField, indexPos.size(), indexPos);
+    return true;
+}
+
+bool MarchingCube_cls::GetStrWaveFrontObj(std::string* out, bool withNormals) const
+{
+    if (out == nullptr)
+        return false;
+    const bool normals = withNormals && !mvNormFull.empty() && mvNormFull.size() == mvPosFull.size();
+    ThreadWavefrontWriterVector3_cls vertexWriter(&mvPosFull, "v", kPrecisionPosition);
+    ThreadWavefrontWriterVector3_cls normalWriter(&mvNormFull, "vn", kPrecisionNormal);
+    ThreadWavefrontWriterFaces_cls faceWriter(&mvIndexFull);
+    vertexWriter.Run();
+    if (normals)
+        normalWriter.Run();
+    faceWriter.Run();
+    vertexWriter.Wait();
+    if (normals)
+        normalWriter.Wait();
+    faceWriter.Wait();
+
+    std::string& s = *out;
+    s.clear();
+    s.reserve(vertexWriter.GetLength() + normalWriter.GetLength() + faceWriter.GetLength() + 32);
+    s += "o Isosurface\n";
+    s += vertexWriter.GetBuffer();
+    if (normals)
+        s += normalWriter.GetBuffer();
+    s += "s off\n";
+    s += faceWriter.GetBuffer();
+    return true;
+}
+
+int MarchingCube_cls::WriteNewFile(const std::string& path, const std::string& text)
+{
+    // O_EXCL: an existing file (or a link to one) is never touched.
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return errno == EEXIST ? 1 : 2;
+    const char* p = text.data();
+    size_t left = text.size();
+    bool ok = true;
+    while (left > 0) {
+        ssize_t n = ::write(fd, p, left);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            ok = false;
+            break;
+        }
+        p += n;
+        left -= static_cast<size_t>(n);
+    }
+    if (::close(fd) != 0)
+        ok = false;
+    if (!ok) {
+        ::unlink(path.c_str());
+        return 2;
+    }
+    return 0;
+}

@@ -1,0 +1,647 @@
+// Marching one block of cubes.
+//
+// Sections:
+//   1. Case tables (edge flags, triangle connections, edge and corner geometry)
+//   2. Edge offsets, trilinear sampling and normals
+//   3. Marching one cube
+//   4. Row and layer loops with uniform-cube skipping
+//   5. Worker entry
+#include "iso/ThreadMarching.h"
+
+#include "iso/ThreadOptimizeA.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+// ---------------------------------------------------------------------------------------------
+// 1. Case tables
+//
+// Corner i of a cube sits at VOffset[i]; edge e joins corners a2iEdgeConnection[e]. Bit i of the
+// case index is set when corner i lies at or below the level. The two big tables are the classic
+// ones of the method: for each case the cut edges, and the triangles over those edges. Every
+// triangle is wound so that its geometric normal points towards the corners at or below the level,
+// the same way as the gradient normals (from high towards low density).
+// ---------------------------------------------------------------------------------------------
+
+const int ThreadMarching::VOffset[8][3] = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
+                                           {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
+
+const int ThreadMarching::a2iEdgeConnection[12][2] = {{0, 1}, {1, 2}, {2, 3}, {3, 0}, {4, 5}, {5, 6},
+                                                      {6, 7}, {7, 4}, {0, 4}, {1, 5}, {2, 6}, {3, 7}};
+
+const float ThreadMarching::a2fEdgeDirection[12][3] = {{1.0f, 0.0f, 0.0f},  {0.0f, 1.0f, 0.0f},  {-1.0f, 0.0f, 0.0f},
+                                                       {0.0f, -1.0f, 0.0f}, {1.0f, 0.0f, 0.0f},  {0.0f, 1.0f, 0.0f},
+                                                       {-1.0f, 0.0f, 0.0f}, {0.0f, -1.0f, 0.0f}, {0.0f, 0.0f, 1.0f},
+                                                       {0.0f, 0.0f, 1.0f},  {0.0f, 0.0f, 1.0f},  {0.0f, 0.0f, 1.0f}};
+
+const int ThreadMarching::aiCubeEdgeFlags[256] = {
+    0x000, 0x109, 0x203, 0x30a, 0x406, 0x50f, 0x605, 0x70c, 0x80c, 0x905, 0xa0f, 0xb06, 0xc0a, 0xd03, 0xe09, 0xf00,
+    0x190, 0x099, 0x393, 0x29a, 0x596, 0x49f, 0x795, 0x69c, 0x99c, 0x895, 0xb9f, 0xa96, 0xd9a, 0xc93, 0xf99, 0xe90,
+    0x230, 0x339, 0x033, 0x13a, 0x636, 0x73f, 0x435, 0x53c, 0xa3c, 0xb35, 0x83f, 0x936, 0xe3a, 0xf33, 0xc39, 0xd30,
+    0x3a0, 0x2a9, 0x1a3, 0x0aa, 0x7a6, 0x6af, 0x5a5, 0x4ac, 0xbac, 0xaa5, 0x9af, 0x8a6, 0xfaa, 0xea3, 0xda9, 0xca0,
+    0x460, 0x569, 0x663, 0x76a, 0x066, 0x16f, 0x265, 0x36c, 0xc6c, 0xd65, 0xe6f, 0xf66, 0x86a, 0x963, 0xa69, 0xb60,
+    0x5f0, 0x4f9, 0x7f3, 0x6fa, 0x1f6, 0x0ff, 0x3f5, 0x2fc, 0xdfc, 0xcf5, 0xfff, 0xef6, 0x9fa, 0x8f3, 0xbf9, 0xaf0,
+    0x650, 0x759, 0x453, 0x55a, 0x256, 0x35f, 0x055, 0x15c, 0xe5c, 0xf55, 0xc5f, 0xd56, 0xa5a, 0xb53, 0x859, 0x950,
+    0x7c0, 0x6c9, 0x5c3, 0x4ca, 0x3c6, 0x2cf, 0x1c5, 0x0cc, 0xfcc, 0xec5, 0xdcf, 0xcc6, 0xbca, 0xac3, 0x9c9, 0x8c0,
+    0x8c0, 0x9c9, 0xac3, 0xbca, 0xcc6, 0xdcf, 0xec5, 0xfcc, 0x0cc, 0x1c5, 0x2cf, 0x3c6, 0x4ca, 0x5c3, 0x6c9, 0x7c0,
+    0x950, 0x859, 0xb53, 0xa5a, 0xd56, 0xc5f, 0xf55, 0xe5c, 0x15c, 0x055, 0x35f, 0x256, 0x55a, 0x453, 0x759, 0x650,
+    0xaf0, 0xbf9, 0x8f3, 0x9fa, 0xef6, 0xfff, 0xcf5, 0xdfc, 0x2fc, 0x3f5, 0x0ff, 0x1f6, 0x6fa, 0x7f3, 0x4f9, 0x5f0,
+    0xb60, 0xa69, 0x963, 0x86a, 0xf66, 0xe6f, 0xd65, 0xc6c, 0x36c, 0x265, 0x16f, 0x066, 0x76a, 0x663, 0x569, 0x460,
+    0xca0, 0xda9, 0xea3, 0xfaa, 0x8a6, 0x9af, 0xaa5, 0xbac, 0x4ac, 0x5a5, 0x6af, 0x7a6, 0x0aa, 0x1a3, 0x2a9, 0x3a0,
+    0xd30, 0xc39, 0xf33, 0xe3a, 0x936, 0x83f, 0xb35, 0xa3c, 0x53c, 0x435, 0x73f, 0x636, 0x13a, 0x033, 0x339, 0x230,
+    0xe90, 0xf99, 0xc93, 0xd9a, 0xa96, 0xb9f, 0x895, 0x99c, 0x69c, 0x795, 0x49f, 0x596, 0x29a, 0x393, 0x099, 0x190,
+    0xf00, 0xe09, 0xd03, 0xc0a, 0xb06, 0xa0f, 0x905, 0x80c, 0x70c, 0x605, 0x50f, 0x406, 0x30a, 0x203, 0x109, 0x000};
+
+// clang-format off
+const signed char ThreadMarching::a2iTriangleConnectionTable[256][16] = {
+    {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 3, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 1, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 8, 3, 9, 8, 1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 3, 1, 2, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {9, 2, 10, 0, 2, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {2, 8, 3, 2, 10, 8, 10, 9, 8, -1, -1, -1, -1, -1, -1, -1},
+    {3, 11, 2, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 11, 2, 8, 11, 0, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 9, 0, 2, 3, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 11, 2, 1, 9, 11, 9, 8, 11, -1, -1, -1, -1, -1, -1, -1},
+    {3, 10, 1, 11, 10, 3, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 10, 1, 0, 8, 10, 8, 11, 10, -1, -1, -1, -1, -1, -1, -1},
+    {3, 9, 0, 3, 11, 9, 11, 10, 9, -1, -1, -1, -1, -1, -1, -1},
+    {9, 8, 10, 10, 8, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 7, 8, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 3, 0, 7, 3, 4, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 1, 9, 8, 4, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 1, 9, 4, 7, 1, 7, 3, 1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 10, 8, 4, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {3, 4, 7, 3, 0, 4, 1, 2, 10, -1, -1, -1, -1, -1, -1, -1},
+    {9, 2, 10, 9, 0, 2, 8, 4, 7, -1, -1, -1, -1, -1, -1, -1},
+    {2, 10, 9, 2, 9, 7, 2, 7, 3, 7, 9, 4, -1, -1, -1, -1},
+    {8, 4, 7, 3, 11, 2, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {11, 4, 7, 11, 2, 4, 2, 0, 4, -1, -1, -1, -1, -1, -1, -1},
+    {9, 0, 1, 8, 4, 7, 2, 3, 11, -1, -1, -1, -1, -1, -1, -1},
+    {4, 7, 11, 9, 4, 11, 9, 11, 2, 9, 2, 1, -1, -1, -1, -1},
+    {3, 10, 1, 3, 11, 10, 7, 8, 4, -1, -1, -1, -1, -1, -1, -1},
+    {1, 11, 10, 1, 4, 11, 1, 0, 4, 7, 11, 4, -1, -1, -1, -1},
+    {4, 7, 8, 9, 0, 11, 9, 11, 10, 11, 0, 3, -1, -1, -1, -1},
+    {4, 7, 11, 4, 11, 9, 9, 11, 10, -1, -1, -1, -1, -1, -1, -1},
+    {9, 5, 4, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {9, 5, 4, 0, 8, 3, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 5, 4, 1, 5, 0, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {8, 5, 4, 8, 3, 5, 3, 1, 5, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 10, 9, 5, 4, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {3, 0, 8, 1, 2, 10, 4, 9, 5, -1, -1, -1, -1, -1, -1, -1},
+    {5, 2, 10, 5, 4, 2, 4, 0, 2, -1, -1, -1, -1, -1, -1, -1},
+    {2, 10, 5, 3, 2, 5, 3, 5, 4, 3, 4, 8, -1, -1, -1, -1},
+    {9, 5, 4, 2, 3, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 11, 2, 0, 8, 11, 4, 9, 5, -1, -1, -1, -1, -1, -1, -1},
+    {0, 5, 4, 0, 1, 5, 2, 3, 11, -1, -1, -1, -1, -1, -1, -1},
+    {2, 1, 5, 2, 5, 8, 2, 8, 11, 4, 8, 5, -1, -1, -1, -1},
+    {10, 3, 11, 10, 1, 3, 9, 5, 4, -1, -1, -1, -1, -1, -1, -1},
+    {4, 9, 5, 0, 8, 1, 8, 10, 1, 8, 11, 10, -1, -1, -1, -1},
+    {5, 4, 0, 5, 0, 11, 5, 11, 10, 11, 0, 3, -1, -1, -1, -1},
+    {5, 4, 8, 5, 8, 10, 10, 8, 11, -1, -1, -1, -1, -1, -1, -1},
+    {9, 7, 8, 5, 7, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {9, 3, 0, 9, 5, 3, 5, 7, 3, -1, -1, -1, -1, -1, -1, -1},
+    {0, 7, 8, 0, 1, 7, 1, 5, 7, -1, -1, -1, -1, -1, -1, -1},
+    {1, 5, 3, 3, 5, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {9, 7, 8, 9, 5, 7, 10, 1, 2, -1, -1, -1, -1, -1, -1, -1},
+    {10, 1, 2, 9, 5, 0, 5, 3, 0, 5, 7, 3, -1, -1, -1, -1},
+    {8, 0, 2, 8, 2, 5, 8, 5, 7, 10, 5, 2, -1, -1, -1, -1},
+    {2, 10, 5, 2, 5, 3, 3, 5, 7, -1, -1, -1, -1, -1, -1, -1},
+    {7, 9, 5, 7, 8, 9, 3, 11, 2, -1, -1, -1, -1, -1, -1, -1},
+    {9, 5, 7, 9, 7, 2, 9, 2, 0, 2, 7, 11, -1, -1, -1, -1},
+    {2, 3, 11, 0, 1, 8, 1, 7, 8, 1, 5, 7, -1, -1, -1, -1},
+    {11, 2, 1, 11, 1, 7, 7, 1, 5, -1, -1, -1, -1, -1, -1, -1},
+    {9, 5, 8, 8, 5, 7, 10, 1, 3, 10, 3, 11, -1, -1, -1, -1},
+    {5, 7, 0, 5, 0, 9, 7, 11, 0, 1, 0, 10, 11, 10, 0, -1},
+    {11, 10, 0, 11, 0, 3, 10, 5, 0, 8, 0, 7, 5, 7, 0, -1},
+    {11, 10, 5, 7, 11, 5, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {10, 6, 5, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 3, 5, 10, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {9, 0, 1, 5, 10, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 8, 3, 1, 9, 8, 5, 10, 6, -1, -1, -1, -1, -1, -1, -1},
+    {1, 6, 5, 2, 6, 1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 6, 5, 1, 2, 6, 3, 0, 8, -1, -1, -1, -1, -1, -1, -1},
+    {9, 6, 5, 9, 0, 6, 0, 2, 6, -1, -1, -1, -1, -1, -1, -1},
+    {5, 9, 8, 5, 8, 2, 5, 2, 6, 3, 2, 8, -1, -1, -1, -1},
+    {2, 3, 11, 10, 6, 5, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {11, 0, 8, 11, 2, 0, 10, 6, 5, -1, -1, -1, -1, -1, -1, -1},
+    {0, 1, 9, 2, 3, 11, 5, 10, 6, -1, -1, -1, -1, -1, -1, -1},
+    {5, 10, 6, 1, 9, 2, 9, 11, 2, 9, 8, 11, -1, -1, -1, -1},
+    {6, 3, 11, 6, 5, 3, 5, 1, 3, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 11, 0, 11, 5, 0, 5, 1, 5, 11, 6, -1, -1, -1, -1},
+    {3, 11, 6, 0, 3, 6, 0, 6, 5, 0, 5, 9, -1, -1, -1, -1},
+    {6, 5, 9, 6, 9, 11, 11, 9, 8, -1, -1, -1, -1, -1, -1, -1},
+    {5, 10, 6, 4, 7, 8, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 3, 0, 4, 7, 3, 6, 5, 10, -1, -1, -1, -1, -1, -1, -1},
+    {1, 9, 0, 5, 10, 6, 8, 4, 7, -1, -1, -1, -1, -1, -1, -1},
+    {10, 6, 5, 1, 9, 7, 1, 7, 3, 7, 9, 4, -1, -1, -1, -1},
+    {6, 1, 2, 6, 5, 1, 4, 7, 8, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 5, 5, 2, 6, 3, 0, 4, 3, 4, 7, -1, -1, -1, -1},
+    {8, 4, 7, 9, 0, 5, 0, 6, 5, 0, 2, 6, -1, -1, -1, -1},
+    {7, 3, 9, 7, 9, 4, 3, 2, 9, 5, 9, 6, 2, 6, 9, -1},
+    {3, 11, 2, 7, 8, 4, 10, 6, 5, -1, -1, -1, -1, -1, -1, -1},
+    {5, 10, 6, 4, 7, 2, 4, 2, 0, 2, 7, 11, -1, -1, -1, -1},
+    {0, 1, 9, 4, 7, 8, 2, 3, 11, 5, 10, 6, -1, -1, -1, -1},
+    {9, 2, 1, 9, 11, 2, 9, 4, 11, 7, 11, 4, 5, 10, 6, -1},
+    {8, 4, 7, 3, 11, 5, 3, 5, 1, 5, 11, 6, -1, -1, -1, -1},
+    {5, 1, 11, 5, 11, 6, 1, 0, 11, 7, 11, 4, 0, 4, 11, -1},
+    {0, 5, 9, 0, 6, 5, 0, 3, 6, 11, 6, 3, 8, 4, 7, -1},
+    {6, 5, 9, 6, 9, 11, 4, 7, 9, 7, 11, 9, -1, -1, -1, -1},
+    {10, 4, 9, 6, 4, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 10, 6, 4, 9, 10, 0, 8, 3, -1, -1, -1, -1, -1, -1, -1},
+    {10, 0, 1, 10, 6, 0, 6, 4, 0, -1, -1, -1, -1, -1, -1, -1},
+    {8, 3, 1, 8, 1, 6, 8, 6, 4, 6, 1, 10, -1, -1, -1, -1},
+    {1, 4, 9, 1, 2, 4, 2, 6, 4, -1, -1, -1, -1, -1, -1, -1},
+    {3, 0, 8, 1, 2, 9, 2, 4, 9, 2, 6, 4, -1, -1, -1, -1},
+    {0, 2, 4, 4, 2, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {8, 3, 2, 8, 2, 4, 4, 2, 6, -1, -1, -1, -1, -1, -1, -1},
+    {10, 4, 9, 10, 6, 4, 11, 2, 3, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 2, 2, 8, 11, 4, 9, 10, 4, 10, 6, -1, -1, -1, -1},
+    {3, 11, 2, 0, 1, 6, 0, 6, 4, 6, 1, 10, -1, -1, -1, -1},
+    {6, 4, 1, 6, 1, 10, 4, 8, 1, 2, 1, 11, 8, 11, 1, -1},
+    {9, 6, 4, 9, 3, 6, 9, 1, 3, 11, 6, 3, -1, -1, -1, -1},
+    {8, 11, 1, 8, 1, 0, 11, 6, 1, 9, 1, 4, 6, 4, 1, -1},
+    {3, 11, 6, 3, 6, 0, 0, 6, 4, -1, -1, -1, -1, -1, -1, -1},
+    {6, 4, 8, 11, 6, 8, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {7, 10, 6, 7, 8, 10, 8, 9, 10, -1, -1, -1, -1, -1, -1, -1},
+    {0, 7, 3, 0, 10, 7, 0, 9, 10, 6, 7, 10, -1, -1, -1, -1},
+    {10, 6, 7, 1, 10, 7, 1, 7, 8, 1, 8, 0, -1, -1, -1, -1},
+    {10, 6, 7, 10, 7, 1, 1, 7, 3, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 6, 1, 6, 8, 1, 8, 9, 8, 6, 7, -1, -1, -1, -1},
+    {2, 6, 9, 2, 9, 1, 6, 7, 9, 0, 9, 3, 7, 3, 9, -1},
+    {7, 8, 0, 7, 0, 6, 6, 0, 2, -1, -1, -1, -1, -1, -1, -1},
+    {7, 3, 2, 6, 7, 2, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {2, 3, 11, 10, 6, 8, 10, 8, 9, 8, 6, 7, -1, -1, -1, -1},
+    {2, 0, 7, 2, 7, 11, 0, 9, 7, 6, 7, 10, 9, 10, 7, -1},
+    {1, 8, 0, 1, 7, 8, 1, 10, 7, 6, 7, 10, 2, 3, 11, -1},
+    {11, 2, 1, 11, 1, 7, 10, 6, 1, 6, 7, 1, -1, -1, -1, -1},
+    {8, 9, 6, 8, 6, 7, 9, 1, 6, 11, 6, 3, 1, 3, 6, -1},
+    {0, 9, 1, 11, 6, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {7, 8, 0, 7, 0, 6, 3, 11, 0, 11, 6, 0, -1, -1, -1, -1},
+    {7, 11, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {7, 6, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {3, 0, 8, 11, 7, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 1, 9, 11, 7, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {8, 1, 9, 8, 3, 1, 11, 7, 6, -1, -1, -1, -1, -1, -1, -1},
+    {10, 1, 2, 6, 11, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 10, 3, 0, 8, 6, 11, 7, -1, -1, -1, -1, -1, -1, -1},
+    {2, 9, 0, 2, 10, 9, 6, 11, 7, -1, -1, -1, -1, -1, -1, -1},
+    {6, 11, 7, 2, 10, 3, 10, 8, 3, 10, 9, 8, -1, -1, -1, -1},
+    {7, 2, 3, 6, 2, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {7, 0, 8, 7, 6, 0, 6, 2, 0, -1, -1, -1, -1, -1, -1, -1},
+    {2, 7, 6, 2, 3, 7, 0, 1, 9, -1, -1, -1, -1, -1, -1, -1},
+    {1, 6, 2, 1, 8, 6, 1, 9, 8, 8, 7, 6, -1, -1, -1, -1},
+    {10, 7, 6, 10, 1, 7, 1, 3, 7, -1, -1, -1, -1, -1, -1, -1},
+    {10, 7, 6, 1, 7, 10, 1, 8, 7, 1, 0, 8, -1, -1, -1, -1},
+    {0, 3, 7, 0, 7, 10, 0, 10, 9, 6, 10, 7, -1, -1, -1, -1},
+    {7, 6, 10, 7, 10, 8, 8, 10, 9, -1, -1, -1, -1, -1, -1, -1},
+    {6, 8, 4, 11, 8, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {3, 6, 11, 3, 0, 6, 0, 4, 6, -1, -1, -1, -1, -1, -1, -1},
+    {8, 6, 11, 8, 4, 6, 9, 0, 1, -1, -1, -1, -1, -1, -1, -1},
+    {9, 4, 6, 9, 6, 3, 9, 3, 1, 11, 3, 6, -1, -1, -1, -1},
+    {6, 8, 4, 6, 11, 8, 2, 10, 1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 10, 3, 0, 11, 0, 6, 11, 0, 4, 6, -1, -1, -1, -1},
+    {4, 11, 8, 4, 6, 11, 0, 2, 9, 2, 10, 9, -1, -1, -1, -1},
+    {10, 9, 3, 10, 3, 2, 9, 4, 3, 11, 3, 6, 4, 6, 3, -1},
+    {8, 2, 3, 8, 4, 2, 4, 6, 2, -1, -1, -1, -1, -1, -1, -1},
+    {0, 4, 2, 4, 6, 2, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 9, 0, 2, 3, 4, 2, 4, 6, 4, 3, 8, -1, -1, -1, -1},
+    {1, 9, 4, 1, 4, 2, 2, 4, 6, -1, -1, -1, -1, -1, -1, -1},
+    {8, 1, 3, 8, 6, 1, 8, 4, 6, 6, 10, 1, -1, -1, -1, -1},
+    {10, 1, 0, 10, 0, 6, 6, 0, 4, -1, -1, -1, -1, -1, -1, -1},
+    {4, 6, 3, 4, 3, 8, 6, 10, 3, 0, 3, 9, 10, 9, 3, -1},
+    {10, 9, 4, 6, 10, 4, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 9, 5, 7, 6, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 3, 4, 9, 5, 11, 7, 6, -1, -1, -1, -1, -1, -1, -1},
+    {5, 0, 1, 5, 4, 0, 7, 6, 11, -1, -1, -1, -1, -1, -1, -1},
+    {11, 7, 6, 8, 3, 4, 3, 5, 4, 3, 1, 5, -1, -1, -1, -1},
+    {9, 5, 4, 10, 1, 2, 7, 6, 11, -1, -1, -1, -1, -1, -1, -1},
+    {6, 11, 7, 1, 2, 10, 0, 8, 3, 4, 9, 5, -1, -1, -1, -1},
+    {7, 6, 11, 5, 4, 10, 4, 2, 10, 4, 0, 2, -1, -1, -1, -1},
+    {3, 4, 8, 3, 5, 4, 3, 2, 5, 10, 5, 2, 11, 7, 6, -1},
+    {7, 2, 3, 7, 6, 2, 5, 4, 9, -1, -1, -1, -1, -1, -1, -1},
+    {9, 5, 4, 0, 8, 6, 0, 6, 2, 6, 8, 7, -1, -1, -1, -1},
+    {3, 6, 2, 3, 7, 6, 1, 5, 0, 5, 4, 0, -1, -1, -1, -1},
+    {6, 2, 8, 6, 8, 7, 2, 1, 8, 4, 8, 5, 1, 5, 8, -1},
+    {9, 5, 4, 10, 1, 6, 1, 7, 6, 1, 3, 7, -1, -1, -1, -1},
+    {1, 6, 10, 1, 7, 6, 1, 0, 7, 8, 7, 0, 9, 5, 4, -1},
+    {4, 0, 10, 4, 10, 5, 0, 3, 10, 6, 10, 7, 3, 7, 10, -1},
+    {7, 6, 10, 7, 10, 8, 5, 4, 10, 4, 8, 10, -1, -1, -1, -1},
+    {6, 9, 5, 6, 11, 9, 11, 8, 9, -1, -1, -1, -1, -1, -1, -1},
+    {3, 6, 11, 0, 6, 3, 0, 5, 6, 0, 9, 5, -1, -1, -1, -1},
+    {0, 11, 8, 0, 5, 11, 0, 1, 5, 5, 6, 11, -1, -1, -1, -1},
+    {6, 11, 3, 6, 3, 5, 5, 3, 1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 10, 9, 5, 11, 9, 11, 8, 11, 5, 6, -1, -1, -1, -1},
+    {0, 11, 3, 0, 6, 11, 0, 9, 6, 5, 6, 9, 1, 2, 10, -1},
+    {11, 8, 5, 11, 5, 6, 8, 0, 5, 10, 5, 2, 0, 2, 5, -1},
+    {6, 11, 3, 6, 3, 5, 2, 10, 3, 10, 5, 3, -1, -1, -1, -1},
+    {5, 8, 9, 5, 2, 8, 5, 6, 2, 3, 8, 2, -1, -1, -1, -1},
+    {9, 5, 6, 9, 6, 0, 0, 6, 2, -1, -1, -1, -1, -1, -1, -1},
+    {1, 5, 8, 1, 8, 0, 5, 6, 8, 3, 8, 2, 6, 2, 8, -1},
+    {1, 5, 6, 2, 1, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 3, 6, 1, 6, 10, 3, 8, 6, 5, 6, 9, 8, 9, 6, -1},
+    {10, 1, 0, 10, 0, 6, 9, 5, 0, 5, 6, 0, -1, -1, -1, -1},
+    {0, 3, 8, 5, 6, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {10, 5, 6, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {11, 5, 10, 7, 5, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {11, 5, 10, 11, 7, 5, 8, 3, 0, -1, -1, -1, -1, -1, -1, -1},
+    {5, 11, 7, 5, 10, 11, 1, 9, 0, -1, -1, -1, -1, -1, -1, -1},
+    {10, 7, 5, 10, 11, 7, 9, 8, 1, 8, 3, 1, -1, -1, -1, -1},
+    {11, 1, 2, 11, 7, 1, 7, 5, 1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 3, 1, 2, 7, 1, 7, 5, 7, 2, 11, -1, -1, -1, -1},
+    {9, 7, 5, 9, 2, 7, 9, 0, 2, 2, 11, 7, -1, -1, -1, -1},
+    {7, 5, 2, 7, 2, 11, 5, 9, 2, 3, 2, 8, 9, 8, 2, -1},
+    {2, 5, 10, 2, 3, 5, 3, 7, 5, -1, -1, -1, -1, -1, -1, -1},
+    {8, 2, 0, 8, 5, 2, 8, 7, 5, 10, 2, 5, -1, -1, -1, -1},
+    {9, 0, 1, 5, 10, 3, 5, 3, 7, 3, 10, 2, -1, -1, -1, -1},
+    {9, 8, 2, 9, 2, 1, 8, 7, 2, 10, 2, 5, 7, 5, 2, -1},
+    {1, 3, 5, 3, 7, 5, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 7, 0, 7, 1, 1, 7, 5, -1, -1, -1, -1, -1, -1, -1},
+    {9, 0, 3, 9, 3, 5, 5, 3, 7, -1, -1, -1, -1, -1, -1, -1},
+    {9, 8, 7, 5, 9, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {5, 8, 4, 5, 10, 8, 10, 11, 8, -1, -1, -1, -1, -1, -1, -1},
+    {5, 0, 4, 5, 11, 0, 5, 10, 11, 11, 3, 0, -1, -1, -1, -1},
+    {0, 1, 9, 8, 4, 10, 8, 10, 11, 10, 4, 5, -1, -1, -1, -1},
+    {10, 11, 4, 10, 4, 5, 11, 3, 4, 9, 4, 1, 3, 1, 4, -1},
+    {2, 5, 1, 2, 8, 5, 2, 11, 8, 4, 5, 8, -1, -1, -1, -1},
+    {0, 4, 11, 0, 11, 3, 4, 5, 11, 2, 11, 1, 5, 1, 11, -1},
+    {0, 2, 5, 0, 5, 9, 2, 11, 5, 4, 5, 8, 11, 8, 5, -1},
+    {9, 4, 5, 2, 11, 3, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {2, 5, 10, 3, 5, 2, 3, 4, 5, 3, 8, 4, -1, -1, -1, -1},
+    {5, 10, 2, 5, 2, 4, 4, 2, 0, -1, -1, -1, -1, -1, -1, -1},
+    {3, 10, 2, 3, 5, 10, 3, 8, 5, 4, 5, 8, 0, 1, 9, -1},
+    {5, 10, 2, 5, 2, 4, 1, 9, 2, 9, 4, 2, -1, -1, -1, -1},
+    {8, 4, 5, 8, 5, 3, 3, 5, 1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 4, 5, 1, 0, 5, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {8, 4, 5, 8, 5, 3, 9, 0, 5, 0, 3, 5, -1, -1, -1, -1},
+    {9, 4, 5, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 11, 7, 4, 9, 11, 9, 10, 11, -1, -1, -1, -1, -1, -1, -1},
+    {0, 8, 3, 4, 9, 7, 9, 11, 7, 9, 10, 11, -1, -1, -1, -1},
+    {1, 10, 11, 1, 11, 4, 1, 4, 0, 7, 4, 11, -1, -1, -1, -1},
+    {3, 1, 4, 3, 4, 8, 1, 10, 4, 7, 4, 11, 10, 11, 4, -1},
+    {4, 11, 7, 9, 11, 4, 9, 2, 11, 9, 1, 2, -1, -1, -1, -1},
+    {9, 7, 4, 9, 11, 7, 9, 1, 11, 2, 11, 1, 0, 8, 3, -1},
+    {11, 7, 4, 11, 4, 2, 2, 4, 0, -1, -1, -1, -1, -1, -1, -1},
+    {11, 7, 4, 11, 4, 2, 8, 3, 4, 3, 2, 4, -1, -1, -1, -1},
+    {2, 9, 10, 2, 7, 9, 2, 3, 7, 7, 4, 9, -1, -1, -1, -1},
+    {9, 10, 7, 9, 7, 4, 10, 2, 7, 8, 7, 0, 2, 0, 7, -1},
+    {3, 7, 10, 3, 10, 2, 7, 4, 10, 1, 10, 0, 4, 0, 10, -1},
+    {1, 10, 2, 8, 7, 4, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 9, 1, 4, 1, 7, 7, 1, 3, -1, -1, -1, -1, -1, -1, -1},
+    {4, 9, 1, 4, 1, 7, 0, 8, 1, 8, 7, 1, -1, -1, -1, -1},
+    {4, 0, 3, 7, 4, 3, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {4, 8, 7, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {9, 10, 8, 10, 11, 8, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {3, 0, 9, 3, 9, 11, 11, 9, 10, -1, -1, -1, -1, -1, -1, -1},
+    {0, 1, 10, 0, 10, 8, 8, 10, 11, -1, -1, -1, -1, -1, -1, -1},
+    {3, 1, 10, 11, 3, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 2, 11, 1, 11, 9, 9, 11, 8, -1, -1, -1, -1, -1, -1, -1},
+    {3, 0, 9, 3, 9, 11, 1, 2, 9, 2, 11, 9, -1, -1, -1, -1},
+    {0, 2, 11, 8, 0, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {3, 2, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {2, 3, 8, 2, 8, 10, 10, 8, 9, -1, -1, -1, -1, -1, -1, -1},
+    {9, 10, 2, 0, 9, 2, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {2, 3, 8, 2, 8, 10, 0, 1, 8, 1, 10, 8, -1, -1, -1, -1},
+    {1, 10, 2, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {1, 3, 8, 9, 1, 8, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 9, 1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {0, 3, 8, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1},
+    {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1}};
+// clang-format on
+
+// ---------------------------------------------------------------------------------------------
+// 2. Edge offsets, trilinear sampling and normals
+// ---------------------------------------------------------------------------------------------
+
+double ThreadMarching::GetEdgeOffset(int a, int b, int level)
+{
+    if (a == b)
+        return 0.5;
+    return (static_cast<double>(level) - a) / (static_cast<double>(b) - a);
+}
+
+namespace
+{
+
+inline int ClampIndex(int i, int n)
+{
+    return i < 0 ? 0 : (i >= n ? n - 1 : i);
+}
+
+// Moves a sample coordinate (index + fraction) by d (|d| <= 1) and renormalises the fraction into
+// [0, 1), carrying into the neighbouring index.
+inline void Shift(int& index, float& frac, float d)
+{
+    frac += d;
+    if (frac < 0.0f) {
+        frac += 1.0f;
+        --index;
+    } else if (frac >= 1.0f) {
+        frac -= 1.0f;
+        ++index;
+    }
+}
+
+} // namespace
+
+float ThreadMarching::GetInterpolatedValue2(const unsigned char* data, const int size[3], const int index[3],
+                                            const float frac[3])
+{
+    const int nx = size[0], ny = size[1], nz = size[2];
+    const int x0 = ClampIndex(index[0], nx), x1 = ClampIndex(index[0] + 1, nx);
+    const int y0 = ClampIndex(index[1], ny), y1 = ClampIndex(index[1] + 1, ny);
+    const int z0 = ClampIndex(index[2], nz), z1 = ClampIndex(index[2] + 1, nz);
+    const float fx = frac[0], fy = frac[1], fz = frac[2];
+    // a + f * (b - a) with f == 0 is exactly a, so zero fractions skip their loads without
+    // changing the result; vertices lie on cube edges, which makes most fractions zero.
+    auto row = [&](int y, int z) -> float {
+        const unsigned char* r = data + (static_cast<size_t>(z) * ny + y) * nx;
+        float a = r[x0];
+        return fx == 0.0f ? a : a + fx * (static_cast<float>(r[x1]) - a);
+    };
+    auto plane = [&](int z) -> float {
+        float a = row(y0, z);
+        return fy == 0.0f ? a : a + fy * (row(y1, z) - a);
+    };
+    float a = plane(z0);
+    return fz == 0.0f ? a : a + fz * (plane(z1) - a);
+}
+
+void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size[3], const int index[3],
+                                       const float frac[3], float normal[3])
+{
+    int base[3];
+    float f[3];
+    for (int a = 0; a < 3; ++a) {
+        base[a] = index[a];
+        f[a] = frac[a];
+        Shift(base[a], f[a], 0.0f); // a fraction of exactly 1 moves to the next voxel
+    }
+    for (int a = 0; a < 3; ++a) {
+        int im[3] = {base[0], base[1], base[2]}, ip[3] = {base[0], base[1], base[2]};
+        float fm[3] = {f[0], f[1], f[2]}, fp[3] = {f[0], f[1], f[2]};
+        Shift(im[a], fm[a], -0.5f);
+        Shift(ip[a], fp[a], 0.5f);
+        float lo = GetInterpolatedValue2(data, size, im, fm);
+        float hi = GetInterpolatedValue2(data, size, ip, fp);
+        normal[a] = (lo - hi) * static_cast<float>(size[a]);
+    }
+    float len = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
+    if (len == 0.0f) {
+        normal[0] = 0.0f;
+        normal[1] = 0.0f;
+        normal[2] = 1.0f;
+        return;
+    }
+    normal[0] /= len;
+    normal[1] /= len;
+    normal[2] /= len;
+}
+
+// ---------------------------------------------------------------------------------------------
+// 3. Marching one cube
+// ---------------------------------------------------------------------------------------------
+
+ThreadMarching::ThreadMarching(const unsigned char* data, const int size[3], int level, unsigned flags,
+                               MarchingBlock_cls* out)
+    : mpData(data), miSize{size[0], size[1], size[2]},
+      muSliceStride(static_cast<size_t>(size[0]) * static_cast<size_t>(size[1])), miLevel(level),
+      mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0), mpOut(out)
+{
+}
+
+void ThreadMarching::AdvanceLayer()
+{
+    // Planes: x- and y-edges of even voxel layers (0, 1), of odd voxel layers (2, 3), vertical
+    // edges of the current cube layer (4). Moving up from cube layer z, voxel layer z + 1 stays and
+    // voxel layer z (same parity as the coming z + 2) is dropped together with the vertical edges.
+    ++miCacheZ;
+    const size_t drop = static_cast<size_t>((miCacheZ + 1) & 1) * 2;
+    std::fill_n(mvValid.begin() + static_cast<std::ptrdiff_t>(drop * muPlane), 2 * muPlane, 0);
+    std::fill_n(mvValid.begin() + static_cast<std::ptrdiff_t>(4 * muPlane), muPlane, 0);
+}
+
+const ThreadMarching::EdgeVertex& ThreadMarching::GetEdgeVertex(int e, int x, int y, int z, const int v[8])
+{
+    // The offset is measured from the edge's lower corner (mathematically the same point as from
+    // its first corner) so that the four cubes sharing an edge produce bit-identical vertices,
+    // which the exact-equality welding across blocks relies on.
+    const int c0 = a2iEdgeConnection[e][0], c1 = a2iEdgeConnection[e][1];
+    const int axis = a2fEdgeDirection[e][0] != 0.0f ? 0 : (a2fEdgeDirection[e][1] != 0.0f ? 1 : 2);
+    const int lo = VOffset[c0][axis] < VOffset[c1][axis] ? c0 : c1;
+    const int hi = lo == c0 ? c1 : c0;
+    int index[3] = {x + VOffset[lo][0], y + VOffset[lo][1], z + VOffset[lo][2]};
+
+    const size_t cell = static_cast<size_t>(index[1] - mpOut->miBegin[1]) * static_cast<size_t>(miCacheW) +
+                        static_cast<size_t>(index[0] - mpOut->miBegin[0]);
+    const size_t plane = axis == 2 ? 4 : static_cast<size_t>((index[2] & 1) * 2 + axis);
+    const size_t slot = plane * muPlane + cell;
+    EdgeVertex& ev = mvCache[slot];
+    if (mvValid[slot])
+        return ev;
+    mvValid[slot] = 1;
+
+    const double t = GetEdgeOffset(v[lo], v[hi], miLevel);
+    for (int a = 0; a < 3; ++a)
+        ev.mfPos[a] = static_cast<float>(static_cast<double>(index[a]) / miSize[a]);
+    ev.mfPos[axis] = static_cast<float>((static_cast<double>(index[axis]) + t) / miSize[axis]);
+    if (mbNormals) {
+        float frac[3] = {0.0f, 0.0f, 0.0f};
+        frac[axis] = static_cast<float>(t);
+        GetNormalPrecise2(mpData, miSize, index, frac, ev.mfNorm);
+    }
+    return ev;
+}
+
+void ThreadMarching::Emit(const EdgeVertex& ev)
+{
+    MarchingBlock_cls& b = *mpOut;
+    const size_t n = muEmitted++;
+    if (!mbWeld) {
+        // Entry() reserved the exact size, so these appends never reallocate.
+        b.mvPos.insert(b.mvPos.end(), ev.mfPos, ev.mfPos + 3);
+        if (mbNormals)
+            b.mvNorm.insert(b.mvNorm.end(), ev.mfNorm, ev.mfNorm + 3);
+        return;
+    }
+    // The same rule as ThreadOptimizeA: the first triangle as it is, then a short look-back.
+    const size_t unique = b.mvPosOpt.size() / 3;
+    if (n >= 3) {
+        const size_t stop = unique > static_cast<size_t>(ThreadOptimizeA::kLookBack)
+                                ? unique - static_cast<size_t>(ThreadOptimizeA::kLookBack)
+                                : 0;
+        for (size_t u = unique; u-- > stop;) {
+            const float* q = &b.mvPosOpt[u * 3];
+            if (q[0] == ev.mfPos[0] && q[1] == ev.mfPos[1] && q[2] == ev.mfPos[2]) {
+                b.mvIndexOpt.push_back(static_cast<uint32_t>(u));
+                return;
+            }
+        }
+    }
+    b.mvPosOpt.insert(b.mvPosOpt.end(), ev.mfPos, ev.mfPos + 3);
+    if (mbNormals)
+        b.mvNormOpt.insert(b.mvNormOpt.end(), ev.mfNorm, ev.mfNorm + 3);
+    b.mvIndexOpt.push_back(static_cast<uint32_t>(unique));
+}
+
+int ThreadMarching::MarchCube(int x, int y, int z)
+{
+    const size_t nx = static_cast<size_t>(miSize[0]);
+    const unsigned char* p = mpData + static_cast<size_t>(z) * muSliceStride + static_cast<size_t>(y) * nx + x;
+    const int v[8] = {p[0],
+                      p[1],
+                      p[nx + 1],
+                      p[nx],
+                      p[muSliceStride],
+                      p[muSliceStride + 1],
+                      p[muSliceStride + nx + 1],
+                      p[muSliceStride + nx]};
+    const int L = miLevel;
+    int flagIndex = 0;
+    for (int i = 0; i < 8; ++i)
+        flagIndex |= (v[i] <= L) << i;
+    if (flagIndex == 0)
+        return MarchingBlock_cls::kAllAbove;
+    if (flagIndex == 255)
+        return MarchingBlock_cls::kAllBelow;
+
+    const signed char* tri = a2iTriangleConnectionTable[flagIndex];
+    for (int k = 0; k < 15 && tri[k] >= 0; ++k)
+        Emit(GetEdgeVertex(tri[k], x, y, z, v));
+    return MarchingBlock_cls::kCut;
+}
+
+// ---------------------------------------------------------------------------------------------
+// 4. Row and layer loops
+//
+// Cubes at odd offsets are marched first. The cube between two marched cubes shares all its
+// corners with them, so when both reported the same uniform code it is uniform too and is skipped.
+// The same reasoning applies to whole rows within a layer.
+// ---------------------------------------------------------------------------------------------
+
+int ThreadMarching::MarchCubeLOOPX1(int y, int z)
+{
+    const int xb = mpOut->miBegin[0], xe = mpOut->miEnd[0];
+    bool cut = false;
+    int last = MarchingBlock_cls::kCut;
+    int prev = -1; // code of the cube two places back (none at the row start)
+    for (int x = xb + 1; x < xe; x += 2) {
+        int code = MarchCube(x, y, z);
+        cut |= code == 0;
+        if (!(code != 0 && code == prev))
+            cut |= MarchCube(x - 1, y, z) == 0;
+        prev = code;
+        last = code;
+    }
+    if ((xe - xb) % 2 == 1) {
+        last = MarchCube(xe - 1, y, z);
+        cut |= last == 0;
+    }
+    return cut ? MarchingBlock_cls::kCut : last;
+}
+
+int ThreadMarching::MarchCubeLOOPY(int z)
+{
+    const int yb = mpOut->miBegin[1], ye = mpOut->miEnd[1];
+    bool cut = false;
+    int last = MarchingBlock_cls::kCut;
+    int prev = -1;
+    for (int y = yb + 1; y < ye; y += 2) {
+        int code = MarchCubeLOOPX1(y, z);
+        cut |= code == 0;
+        if (!(code != 0 && code == prev))
+            cut |= MarchCubeLOOPX1(y - 1, z) == 0;
+        prev = code;
+        last = code;
+    }
+    if ((ye - yb) % 2 == 1) {
+        last = MarchCubeLOOPX1(ye - 1, z);
+        cut |= last == 0;
+    }
+    return cut ? MarchingBlock_cls::kCut : last;
+}
+
+// ---------------------------------------------------------------------------------------------
+// 5. Worker entry
+// ---------------------------------------------------------------------------------------------
+
+size_t ThreadMarching::CountTriangles() const
+{
+    // Triangles per case, from the connection table.
+    static const auto sTriangles = [] {
+        std::array<unsigned char, 256> n{};
+        for (int c = 0; c < 256; ++c) {
+            int k = 0;
+            while (k < 15 && a2iTriangleConnectionTable[c][k] >= 0)
+                k += 3;
+            n[static_cast<size_t>(c)] = static_cast<unsigned char>(k / 3);
+        }
+        return n;
+    }();
+    const MarchingBlock_cls& b = *mpOut;
+    const size_t nx = static_cast<size_t>(miSize[0]);
+    size_t total = 0;
+    for (int z = b.miBegin[2]; z < b.miEnd[2]; ++z)
+        for (int y = b.miBegin[1]; y < b.miEnd[1]; ++y) {
+            const unsigned char* p = mpData + static_cast<size_t>(z) * muSliceStride + static_cast<size_t>(y) * nx;
+            const unsigned char* q = p + nx;
+            const unsigned char* r = p + muSliceStride;
+            const unsigned char* s = r + nx;
+            // The left face of each cube is the right face of the one before it.
+            int left = (p[b.miBegin[0]] <= miLevel) | (q[b.miBegin[0]] <= miLevel) << 3 |
+                       (r[b.miBegin[0]] <= miLevel) << 4 | (s[b.miBegin[0]] <= miLevel) << 7;
+            for (int x = b.miBegin[0]; x < b.miEnd[0]; ++x) {
+                int right = (p[x + 1] <= miLevel) << 1 | (q[x + 1] <= miLevel) << 2 | (r[x + 1] <= miLevel) << 5 |
+                            (s[x + 1] <= miLevel) << 6;
+                total += sTriangles[static_cast<size_t>(left | right)];
+                left = (right >> 1 & 1) | (right >> 2 & 1) << 3 | (right >> 5 & 1) << 4 | (right >> 6 & 1) << 7;
+            }
+        }
+    return total;
+}
+
+void ThreadMarching::Entry()
+{
+    MarchingBlock_cls& b = *mpOut;
+    b.mvPos.clear();
+    b.mvNorm.clear();
+    // Counting first costs one cheap pass and saves the copies of a growing array.
+    const size_t floats = CountTriangles() * 9;
+    muEmitted = 0;
+    if (mbWeld) {
+        // A closed surface has about half as many vertices as triangles; the look-back keeps some
+        // duplicates, so start at two thirds of the unshared count and let the rare rest grow.
+        b.mvPosOpt.clear();
+        b.mvNormOpt.clear();
+        b.mvIndexOpt.clear();
+        b.mvIndexOpt.reserve(floats / 3);
+        b.mvPosOpt.reserve(floats * 2 / 3);
+        if (mbNormals)
+            b.mvNormOpt.reserve(floats * 2 / 3);
+    } else {
+        b.mvPos.reserve(floats);
+        if (mbNormals)
+            b.mvNorm.reserve(floats);
+    }
+    miCacheW = b.miEnd[0] - b.miBegin[0] + 1;
+    muPlane = static_cast<size_t>(miCacheW) * static_cast<size_t>(b.miEnd[1] - b.miBegin[1] + 1);
+    mvCache.resize(5 * muPlane);
+    mvValid.assign(5 * muPlane, 0);
+    miCacheZ = b.miBegin[2];
+    bool cut = false;
+    int last = MarchingBlock_cls::kNotMarched;
+    for (int z = b.miBegin[2]; z < b.miEnd[2]; ++z) {
+        if (z > b.miBegin[2])
+            AdvanceLayer();
+        last = MarchCubeLOOPY(z);
+        cut |= last == 0;
+    }
+    b.miStatus = cut ? MarchingBlock_cls::kCut : last;
+    b.muVertexNum = muEmitted;
+    if (mbWeld)
+        b.mbOptDone = true;
+}

@@ -1,0 +1,297 @@
+// Cross-block vertex welding.
+//
+// Sections:
+//   1. Position hash tables
+//   2. Per block: exact de-duplication and border flags (parallel)
+//   3. Global numbering of border vertices (sequential, z-slab window)
+//   4. Copying vertices and remapping indices (parallel)
+#include "iso/ThreadOptimizeFull.h"
+
+#include <bit>
+#include <cstring>
+
+namespace
+{
+
+// ---------------------------------------------------------------------------------------------
+// 1. Position hash tables: open addressing keyed by the exact bits of a position.
+// ---------------------------------------------------------------------------------------------
+
+inline size_t HashPosition(const float* p)
+{
+    uint64_t h = std::bit_cast<uint32_t>(p[0]) * 0x9E3779B97F4A7C15ull;
+    h ^= std::bit_cast<uint32_t>(p[1]) * 0xC2B2AE3D27D4EB4Full;
+    h ^= std::bit_cast<uint32_t>(p[2]) * 0x165667B19E3779F9ull;
+    return static_cast<size_t>(h ^ (h >> 29));
+}
+
+inline bool SamePosition(const float* a, const float* b)
+{
+    return a[0] == b[0] && a[1] == b[1] && a[2] == b[2];
+}
+
+// Maps positions to numbers; entries carry their own copy of the position.
+class PositionTable
+{
+  public:
+    void Reset(size_t expected)
+    {
+        size_t cap = std::bit_ceil(expected * 2 + 16);
+        mvSlots.assign(cap, Slot{});
+        mMask = cap - 1;
+        mCount = 0;
+    }
+
+    // The number stored for p, or UINT32_MAX.
+    uint32_t Find(const float* p) const
+    {
+        if (mvSlots.empty())
+            return UINT32_MAX;
+        for (size_t s = HashPosition(p) & mMask;; s = (s + 1) & mMask) {
+            const Slot& slot = mvSlots[s];
+            if (slot.muId == UINT32_MAX)
+                return UINT32_MAX;
+            if (SamePosition(slot.mfPos, p))
+                return slot.muId;
+        }
+    }
+
+    // Stores p -> id; p must not be present.
+    void Insert(const float* p, uint32_t id)
+    {
+        if ((mCount + 1) * 2 > mvSlots.size())
+            Grow();
+        size_t s = HashPosition(p) & mMask;
+        while (mvSlots[s].muId != UINT32_MAX)
+            s = (s + 1) & mMask;
+        mvSlots[s] = Slot{{p[0], p[1], p[2]}, id};
+        ++mCount;
+    }
+
+    void Swap(PositionTable& other)
+    {
+        mvSlots.swap(other.mvSlots);
+        std::swap(mMask, other.mMask);
+        std::swap(mCount, other.mCount);
+    }
+
+  private:
+    struct Slot {
+        float mfPos[3] = {0, 0, 0};
+        uint32_t muId = UINT32_MAX;
+    };
+
+    void Grow()
+    {
+        std::vector<Slot> old;
+        old.swap(mvSlots);
+        mvSlots.assign(old.empty() ? 32 : old.size() * 2, Slot{});
+        mMask = mvSlots.size() - 1;
+        for (const Slot& slot : old) {
+            if (slot.muId == UINT32_MAX)
+                continue;
+            size_t s = HashPosition(slot.mfPos) & mMask;
+            while (mvSlots[s].muId != UINT32_MAX)
+                s = (s + 1) & mMask;
+            mvSlots[s] = slot;
+        }
+    }
+
+    std::vector<Slot> mvSlots;
+    size_t mMask = 0;
+    size_t mCount = 0;
+};
+
+// Maps positions to numbers by index into a position list that outlives the table (the per-block
+// de-duplication: four bytes a slot keep the table small).
+class IndexTable
+{
+  public:
+    void Reset(const float* positions, size_t expected)
+    {
+        mpPos = positions;
+        size_t cap = std::bit_ceil(expected * 2 + 16);
+        mvSlots.assign(cap, UINT32_MAX);
+        mMask = cap - 1;
+    }
+    // The number stored for the position at list index u, inserting u when it is new.
+    uint32_t FindOrInsert(uint32_t u, uint32_t id, std::vector<uint32_t>& ids)
+    {
+        const float* p = mpPos + static_cast<size_t>(u) * 3;
+        for (size_t s = HashPosition(p) & mMask;; s = (s + 1) & mMask) {
+            uint32_t slot = mvSlots[s];
+            if (slot == UINT32_MAX) {
+                mvSlots[s] = u;
+                ids[u] = id;
+                return id;
+            }
+            if (SamePosition(mpPos + static_cast<size_t>(slot) * 3, p))
+                return ids[slot];
+        }
+    }
+
+  private:
+    const float* mpPos = nullptr;
+    std::vector<uint32_t> mvSlots;
+    size_t mMask = 0;
+};
+
+// Per-block working lists of the merge.
+struct BlockMerge {
+    std::vector<uint32_t> mvOptToExact; // block-welded vertex -> exactly unique vertex of the block
+    std::vector<uint32_t> mvExactFirst; // exactly unique vertex -> its first block-welded vertex
+    std::vector<uint8_t> mvBorder;      // exactly unique vertex lies on a border plane of the block
+    std::vector<uint32_t> mvGlobal;     // exactly unique vertex -> global number
+    size_t muNewBegin = 0;              // the global numbers new in this block: [begin, end)
+    size_t muNewEnd = 0;
+    size_t muIndexBegin = 0; // first slot of the block in the global index list
+};
+
+} // namespace
+
+ThreadOptimizeFull::ThreadOptimizeFull(std::vector<MarchingBlock_cls>* blocks, const int size[3],
+                                       MultiThreadCtrl_cls* ctrl, std::vector<float>* outPos,
+                                       std::vector<float>* outNorm, std::vector<uint32_t>* outIndex)
+    : mpvBlocks(blocks), miSize{size[0], size[1], size[2]}, mpCtrl(ctrl), mpvPos(outPos), mpvNorm(outNorm),
+      mpvIndex(outIndex)
+{
+}
+
+void ThreadOptimizeFull::Entry()
+{
+    std::vector<MarchingBlock_cls>& blocks = *mpvBlocks;
+    const size_t blockNum = blocks.size();
+    const size_t perSlab = blockNum >= 64 ? 64 : (blockNum ? blockNum : 1);
+    std::vector<BlockMerge> merge(blockNum);
+
+    bool normals = true;
+    size_t indexTotal = 0;
+    for (size_t bi = 0; bi < blockNum; ++bi) {
+        const MarchingBlock_cls& b = blocks[bi];
+        if (!b.mvPosOpt.empty() && b.mvNormOpt.size() != b.mvPosOpt.size())
+            normals = false;
+        merge[bi].muIndexBegin = indexTotal;
+        indexTotal += b.mvIndexOpt.size();
+    }
+
+    // -----------------------------------------------------------------------------------------
+    // 2. Per block: the block stage looks back only a few vertices and leaves duplicates; remove
+    //    them exactly, and flag the vertices on the block's six border planes.
+    // -----------------------------------------------------------------------------------------
+    auto plane = [&](int index, int axis) {
+        // The same expression the march uses for a vertex on a voxel plane, so equality is exact.
+        return static_cast<float>(static_cast<double>(index) / miSize[axis]);
+    };
+    // The workers take contiguous ranges; spreading them over all slabs balances the load when
+    // the surface fills only part of the volume.
+    auto spread = [blockNum](size_t k) { return blockNum == 512 ? ((k & 7) << 6) | (k >> 3) : k; };
+    mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
+        IndexTable local;
+        for (size_t k = first; k < last; ++k) {
+            const size_t bi = spread(k);
+            const MarchingBlock_cls& b = blocks[bi];
+            BlockMerge& m = merge[bi];
+            const size_t n = b.mvPosOpt.size() / 3;
+            if (n == 0)
+                continue;
+            const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
+            const float hi[3] = {plane(b.miEnd[0], 0), plane(b.miEnd[1], 1), plane(b.miEnd[2], 2)};
+            local.Reset(b.mvPosOpt.data(), n);
+            m.mvOptToExact.resize(n);
+            m.mvExactFirst.clear();
+            m.mvBorder.clear();
+            for (size_t u = 0; u < n; ++u) {
+                const float* p = &b.mvPosOpt[u * 3];
+                const auto fresh = static_cast<uint32_t>(m.mvExactFirst.size());
+                uint32_t e = local.FindOrInsert(static_cast<uint32_t>(u), fresh, m.mvOptToExact);
+                if (e == fresh) {
+                    m.mvExactFirst.push_back(static_cast<uint32_t>(u));
+                    bool border = false;
+                    for (int a = 0; a < 3; ++a)
+                        border |= p[a] == lo[a] || p[a] == hi[a];
+                    m.mvBorder.push_back(border ? 1 : 0);
+                }
+                m.mvOptToExact[u] = e;
+            }
+        }
+    });
+
+    // -----------------------------------------------------------------------------------------
+    // 3. Global numbering in block order. Interior vertices are new by construction; border
+    //    vertices are looked up among the border vertices of this slab and the slab below.
+    // -----------------------------------------------------------------------------------------
+    const double window = 3.0 / miSize[2];
+    PositionTable current, below;
+    double slabStartZ = -1.0;
+    size_t count = 0;
+    for (size_t bi = 0; bi < blockNum; ++bi) {
+        const MarchingBlock_cls& b = blocks[bi];
+        BlockMerge& m = merge[bi];
+        if (bi % perSlab == 0) {
+            // A slab without cubes is nobody's neighbour: keep the tables as they are.
+            bool slabHasCubes = false;
+            size_t slabBorder = 0;
+            for (size_t k = bi; k < bi + perSlab && k < blockNum; ++k) {
+                slabHasCubes |= blocks[k].GetCubeNumber() > 0;
+                for (uint8_t f : merge[k].mvBorder)
+                    slabBorder += f;
+            }
+            if (slabHasCubes) {
+                below.Swap(current);
+                current.Reset(slabBorder);
+                slabStartZ = static_cast<double>(b.miBegin[2]) / miSize[2];
+            }
+        }
+        m.muNewBegin = count;
+        const size_t exact = m.mvExactFirst.size();
+        m.mvGlobal.resize(exact);
+        for (size_t e = 0; e < exact; ++e) {
+            if (!m.mvBorder[e]) {
+                m.mvGlobal[e] = static_cast<uint32_t>(count++);
+                continue;
+            }
+            const float* p = &b.mvPosOpt[static_cast<size_t>(m.mvExactFirst[e]) * 3];
+            uint32_t g = current.Find(p);
+            if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
+                g = below.Find(p);
+            if (g == UINT32_MAX) {
+                g = static_cast<uint32_t>(count++);
+                current.Insert(p, g);
+            }
+            m.mvGlobal[e] = g;
+        }
+        m.muNewEnd = count;
+    }
+
+    // -----------------------------------------------------------------------------------------
+    // 4. Copy the new vertices of each block to their global numbers and remap its triangles.
+    // -----------------------------------------------------------------------------------------
+    std::vector<float>& pos = *mpvPos;
+    std::vector<float>& norm = *mpvNorm;
+    std::vector<uint32_t>& index = *mpvIndex;
+    pos.resize(count * 3);
+    norm.resize(normals ? count * 3 : 0);
+    index.resize(indexTotal);
+    mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
+        for (size_t k = first; k < last; ++k) {
+            const size_t bi = spread(k);
+            MarchingBlock_cls& b = blocks[bi];
+            BlockMerge& m = merge[bi];
+            for (size_t e = 0; e < m.mvGlobal.size(); ++e) {
+                size_t g = m.mvGlobal[e];
+                if (g < m.muNewBegin || g >= m.muNewEnd)
+                    continue;
+                size_t src = static_cast<size_t>(m.mvExactFirst[e]) * 3;
+                std::memcpy(&pos[g * 3], &b.mvPosOpt[src], 3 * sizeof(float));
+                if (normals)
+                    std::memcpy(&norm[g * 3], &b.mvNormOpt[src], 3 * sizeof(float));
+            }
+            uint32_t* out = index.data() + m.muIndexBegin;
+            for (size_t k = 0; k < b.mvIndexOpt.size(); ++k)
+                out[k] = m.mvGlobal[m.mvOptToExact[b.mvIndexOpt[k]]];
+            b.muFirstVertexFull = m.muNewBegin;
+            b.muFaceBeginFull = m.muIndexBegin / 3;
+            b.muFaceNumFull = b.mvIndexOpt.size() / 3;
+        }
+    });
+}

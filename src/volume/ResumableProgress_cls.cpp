@@ -1,0 +1,39 @@
+#include "volume/ResumableProgress_cls.h"
+
+void ResumableProgress_cls::Initialize(uint32_t total)
+{
+    muTotal = total;
+    mbInProgress = true;
+    miStartTime = static_cast<int64_t>(clock());
+}
+
+void ResumableProgress_cls::Clear()
+{
+    mbFinished = false;
+    mbInProgress = false;
+    muPosition = 0;
+}
+
+void ResumableProgress_cls::Finalize()
+{
+    mbFinished = true;
+    mbInProgress = false;
+}
+
+bool ResumableProgress_cls::IsResumeConditionSatisfied(bool noInterrupt) const
+{
+    if (noInterrupt)
+        return false;
+    return static_cast<int64_t>(clock()) - miStartTime >= miTimeBudget;
+}
+
+int ResumableProgress_cls::GetPercent() const
+{
+    if (mbFinished)
+        return 100;
+    if (!mbInProgress)
+        return 0;
+    if (muPosition > muTotal || muTotal == 0)
+        return 100;
+    return static_cast<int>(static_cast<uint64_t>(muPosition) * 100 / muTotal);
+}

@@ -1,0 +1,365 @@
+#!/usr/bin/env python3
+"""Drives the real tessan window under Xvfb and checks what a user would see.
+
+Usage: gui_test.py CASE TESSAN_BINARY   (run inside xvfb-run; CASE "cli" needs no display)
+
+The program is copied into a scratch folder and started there, so the configuration file
+(working folder) and the recent list (beside the executable) land in that folder only. The
+window reports what its widgets show to TESSAN_STATE_FILE; questions are answered through
+TESSAN_PROMPT_ANSWERS. Pictures are grabbed from the X screen with ImageMagick's `import`.
+"""
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+TITLE = "Kivrel Tessan v 0.778"
+BOX = (217, 217, 217)        # bounding-box lines
+BACKGROUND = (31, 31, 41)    # view background
+WHEAT = (245, 222, 179)      # the window's background colour
+
+
+class Failure(Exception):
+    pass
+
+
+def check(condition, message):
+    if not condition:
+        raise Failure(message)
+
+
+# --- pictures ----------------------------------------------------------------------------------
+
+class Picture:
+    def __init__(self, path):
+        data = subprocess.run(["convert", path, "-depth", "8", "ppm:-"], check=True,
+                              capture_output=True).stdout
+        parts, pos = [], 0
+        while len(parts) < 4:
+            while data[pos:pos + 1].isspace():
+                pos += 1
+            if data[pos:pos + 1] == b"#":
+                pos = data.index(b"\n", pos) + 1
+                continue
+            end = pos
+            while not data[end:end + 1].isspace():
+                end += 1
+            parts.append(data[pos:end])
+            pos = end
+        check(parts[0] == b"P6", "not a colour picture")
+        self.width, self.height = int(parts[1]), int(parts[2])
+        self.rgb = data[pos + 1:pos + 1 + self.width * self.height * 3]
+
+    def pixel(self, x, y):
+        i = (y * self.width + x) * 3
+        return tuple(self.rgb[i:i + 3])
+
+    def count(self, colour, x0=0, y0=0, x1=None, y1=None, tolerance=12):
+        x1 = self.width if x1 is None else x1
+        y1 = self.height if y1 is None else y1
+        n = 0
+        for y in range(max(y0, 0), min(y1, self.height)):
+            row = y * self.width * 3
+            for x in range(max(x0, 0), min(x1, self.width)):
+                i = row + x * 3
+                if (abs(self.rgb[i] - colour[0]) <= tolerance and abs(self.rgb[i + 1] - colour[1]) <= tolerance
+                        and abs(self.rgb[i + 2] - colour[2]) <= tolerance):
+                    n += 1
+        return n
+
+    def count_dominant(self, channel, x0, y0, x1, y1):
+        """Pixels where one channel clearly leads (the triad's red, green or blue arm)."""
+        n = 0
+        for y in range(y0, y1):
+            for x in range(x0, x1):
+                p = self.pixel(x, y)
+                others = [p[c] for c in range(3) if c != channel]
+                if p[channel] > 150 and p[channel] - max(others) > 60:
+                    n += 1
+        return n
+
+    def distinct_colours(self):
+        return len({self.rgb[i:i + 3] for i in range(0, len(self.rgb), 3 * 7)})
+
+
+# --- running the program -----------------------------------------------------------------------
+
+class App:
+    def __init__(self, binary, answers="", args=(), folder=None):
+        self.dir = folder or tempfile.mkdtemp(prefix="tessan-gui-")
+        self.exe = os.path.join(self.dir, "tessan")
+        shutil.copy2(binary, self.exe)
+        self.state_file = os.path.join(self.dir, "state.txt")
+        env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", TESSAN_STATE_FILE=self.state_file,
+                   TESSAN_PROMPT_ANSWERS=answers)
+        self.err = open(os.path.join(self.dir, "stderr.txt"), "w")
+        self.proc = subprocess.Popen([self.exe, "--size", "900x700", *args], cwd=self.dir, env=env,
+                                     stdout=subprocess.DEVNULL, stderr=self.err)
+        self.wait_for(lambda s: s.get("view3", "").startswith("shown"), "the window never showed its view")
+        self.window = self.find_window()
+
+    def state(self):
+        try:
+            with open(self.state_file, encoding="utf-8") as f:
+                return dict(line.rstrip("\n").split("=", 1) for line in f if "=" in line)
+        except FileNotFoundError:
+            return {}
+
+    def wait_for(self, predicate, message, timeout=30.0):
+        end = time.time() + timeout
+        while time.time() < end:
+            s = self.state()
+            if s and predicate(s):
+                return s
+            check(self.proc.poll() is None, message + " (the program ended: " + self.stderr() + ")")
+            time.sleep(0.1)
+        raise Failure(message)
+
+    def find_window(self):
+        for _ in range(100):
+            out = subprocess.run(["xdotool", "search", "--name", "^" + TITLE + "$"], capture_output=True,
+                                 text=True).stdout.split()
+            if out:
+                return out[0]
+            time.sleep(0.1)
+        raise Failure("no window titled " + TITLE)
+
+    def key(self, keys):
+        subprocess.run(["xdotool", "windowfocus", "--sync", self.window], check=True)
+        subprocess.run(["xdotool", "key", keys], check=True)
+
+    def view(self, i):
+        f = self.state()["view%d" % i].split()
+        return {"shown": f[0] == "shown", "x": int(f[1]), "y": int(f[2]), "w": int(f[3]), "h": int(f[4]),
+                "sx": int(f[5]), "sy": int(f[6]), "name": " ".join(f[7:])}
+
+    def camera(self, i):
+        f = self.state()["camera%d" % i].split()
+        return [float(v) for v in f[0:3]], [float(v) for v in f[4:7]]
+
+    def grab(self, name):
+        path = os.path.join(self.dir, name)
+        time.sleep(0.5)  # let the last repaint reach the screen
+        subprocess.run(["import", "-window", "root", path], check=True)
+        return Picture(path)
+
+    def stderr(self):
+        self.err.flush()
+        with open(os.path.join(self.dir, "stderr.txt")) as f:
+            return f.read()
+
+    def close(self):
+        if self.proc.poll() is None:
+            self.proc.terminate()
+            try:
+                self.proc.wait(5)
+            except subprocess.TimeoutExpired:
+                self.proc.kill()
+        self.err.close()
+        shutil.rmtree(self.dir, ignore_errors=True)
+
+
+def distance(a, b):
+    return sum((x - y) ** 2 for x, y in zip(a, b)) ** 0.5
+
+
+# --- cases -------------------------------------------------------------------------------------
+
+def case_cli(binary):
+    r = subprocess.run([binary, "--help"], capture_output=True, text=True, env={"PATH": os.environ["PATH"]})
+    check(r.returncode == 0 and "Usage: tessan" in r.stdout and "--screenshot" in r.stdout,
+          "--help without a display: %d %r" % (r.returncode, r.stdout))
+    r = subprocess.run([binary, "--version"], capture_output=True, text=True)
+    check(r.returncode == 0 and "0.778" in r.stdout, "--version: %r" % r.stdout)
+    for bad in (["--size", "12"], ["--size", "800x"], ["--frobnicate"], ["a.df3", "b.df3"], ["--screenshot"]):
+        r = subprocess.run([binary, *bad], capture_output=True, text=True)
+        check(r.returncode == 2 and "tessan:" in r.stderr, "usage error for %s: %d %r" % (bad, r.returncode, r.stderr))
+
+
+def case_screenshot(binary):
+    work = tempfile.mkdtemp(prefix="tessan-shot-")
+    try:
+        out = os.path.join(work, "view.png")
+        r = subprocess.run([binary, "--size", "640x480", "--screenshot", out], cwd=work, capture_output=True,
+                           text=True, timeout=60, env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
+        check(r.returncode == 0, "screenshot exit code %d: %s" % (r.returncode, r.stderr))
+        check(r.stdout.strip() == out, "the path is printed: %r" % r.stdout)
+        pic = Picture(out)
+        check((pic.width, pic.height) == (640, 480), "picture size %dx%d" % (pic.width, pic.height))
+        check(pic.distinct_colours() > 20, "the picture is blank")
+        # The single view takes the left part; the control panel (wheat) the right.
+        check(pic.count(WHEAT, 560, 0, 640, 480) > 5000, "control panel not in the picture")
+        check(pic.count(BACKGROUND, 0, 0, 300, 480) > 50000, "view background missing")
+        check(pic.count(BOX, 0, 0, 340, 480, tolerance=40) > 600, "bounding box not drawn")
+        # The axis triad sits in the view's lower-left corner: red, green and blue arms.
+        for channel in range(3):
+            check(pic.count_dominant(channel, 0, 380, 100, 480) > 10, "triad arm %d missing" % channel)
+        # The screenshot run leaves no configuration behind.
+        check(not os.path.exists(os.path.join(work, "KivrelConfigure.txt")), "screenshot wrote the configuration")
+        # Not writable: a message and a non-zero exit.
+        r = subprocess.run([binary, "--screenshot", "/nonexistent-dir/x.png"], cwd=work, capture_output=True,
+                           text=True, timeout=60, env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
+        check(r.returncode != 0 and "cannot save" in r.stderr, "unwritable screenshot: %d %r" % (r.returncode, r.stderr))
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_window(binary):
+    app = App(binary)
+    try:
+        name = subprocess.run(["xprop", "-id", app.window, "WM_NAME"], capture_output=True, text=True).stdout
+        check('"%s"' % TITLE in name, "window title: %r" % name)
+        s = app.state()
+        check(s["status0"] == "Powered by wxWidgets" and s["status1"] == "field_1" and s["status2"] == "field_2",
+              "status bar texts: %r" % [s.get("status%d" % i) for i in range(3)])
+        check(s["menus"] == "File,View,Help", "menus: %r" % s["menus"])
+        check(s["layout"] == "one", "starts with one view")
+        v = app.view(3)
+        check(v["name"] == "Perspective" and v["w"] > 400 and v["h"] > 600, "one large perspective view: %r" % v)
+        for i in range(3):
+            check(not app.view(i)["shown"], "view %d hidden in the one-view layout" % i)
+        pic = app.grab("window.png")
+        check(pic.count(BOX, v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"], tolerance=40) > 800,
+              "bounding box visible on screen")
+        check(pic.count(WHEAT) > 20000, "control panel visible on screen")
+    finally:
+        app.close()
+
+
+def case_four_views(binary):
+    app = App(binary)
+    try:
+        app.key("ctrl+4")
+        app.wait_for(lambda s: s["layout"] == "four" and s["view0"].startswith("shown"), "Ctrl+4 shows four views")
+        views = [app.view(i) for i in range(4)]
+        check([v["name"] for v in views] == ["Top", "Front", "Side", "Perspective"], "view names %r" % views)
+        check(views[0]["x"] < views[1]["x"] and views[0]["y"] < views[2]["y"], "2 x 2 arrangement %r" % views)
+        pic = app.grab("four.png")
+        for v in views:
+            n = pic.count(BOX, v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"], tolerance=40)
+            check(n > 200, "box visible in the %s view (%d px)" % (v["name"], n))
+        # The front view looks straight at a face: its box outline is an axis-parallel square,
+        # so whole rows of box colour appear.
+        f = views[1]
+        rows = [sum(1 for x in range(f["sx"], f["sx"] + f["w"]) if max(abs(a - b) for a, b in
+                    zip(pic.pixel(x, y), BOX)) < 40) for y in range(f["sy"], f["sy"] + f["h"])]
+        check(max(rows) > f["w"] * 0.3, "front view shows a square face (longest row %d)" % max(rows))
+        app.key("ctrl+1")
+        app.wait_for(lambda s: s["layout"] == "one" and s["view0"].startswith("hidden"), "Ctrl+1 back to one view")
+    finally:
+        app.close()
+
+
+def case_navigation(binary):
+    app = App(binary)
+    try:
+        v = app.view(3)
+        cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+        pos0, anchor0 = app.camera(3)
+        before = app.grab("before.png")
+        # Left-drag to the right: orbit around the anchor, distance kept.
+        subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "mousedown", "1",
+                        "mousemove", str(cx + 30), str(cy), "sleep", "0.1",
+                        "mousemove", str(cx + 80), str(cy), "sleep", "0.1",
+                        "mousemove", str(cx + 120), str(cy), "sleep", "0.1", "mouseup", "1"], check=True)
+        s = app.wait_for(lambda s: s["camera3"] != "%.6f %.6f %.6f anchor %.6f %.6f %.6f" % (*pos0, *anchor0),
+                         "left-drag orbits the camera")
+        time.sleep(0.5)
+        pos1, anchor1 = app.camera(3)
+        check(abs(distance(pos1, anchor1) - distance(pos0, anchor0)) < 1e-3, "orbit keeps the distance")
+        check(pos1[0] < pos0[0], "dragging right moves the eye left round the anchor (%r -> %r)" % (pos0, pos1))
+        after = app.grab("after.png")
+        changed = sum(1 for y in range(v["sy"], v["sy"] + v["h"], 3) for x in range(v["sx"], v["sx"] + v["w"], 3)
+                      if before.pixel(x, y) != after.pixel(x, y))
+        check(changed > 200, "the picture changed after the orbit (%d samples)" % changed)
+        # Wheel toward the user: closer.
+        subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "click", "4", "click", "4"], check=True)
+        app.wait_for(lambda s: distance(*[[float(t) for t in s["camera3"].split()[a:a + 3]] for a in (0, 4)])
+                     < distance(pos1, anchor1) - 0.5, "wheel zooms in")
+        # Middle-drag pans: the anchor moves.
+        subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "mousedown", "2", "mousemove", str(cx + 60),
+                        str(cy), "sleep", "0.1", "mouseup", "2"], check=True)
+        app.wait_for(lambda s: s["camera3"].split()[4:7] != ["0.000000"] * 3, "middle-drag pans")
+        # Reset camera from the keyboard.
+        app.key("ctrl+r")
+        app.wait_for(lambda s: s["camera3"] == "%.6f %.6f %.6f anchor %.6f %.6f %.6f" % (*pos0, *anchor0),
+                     "Ctrl+R puts the camera back")
+    finally:
+        app.close()
+
+
+def case_quit_no(binary):
+    app = App(binary, answers="no")
+    try:
+        app.key("ctrl+q")
+        end = time.time() + 10
+        while "Really Quit ?" not in app.stderr() and time.time() < end:
+            time.sleep(0.1)
+        check("prompt: Query: Really Quit ? -> no" in app.stderr(), "the quit question was asked: " + app.stderr())
+        time.sleep(1.0)
+        check(app.proc.poll() is None, "No keeps the program running")
+        for name in ("KivrelConfigure.txt", "KivrelRecent.txt"):
+            check(not os.path.exists(os.path.join(app.dir, name)), "No wrote " + name)
+    finally:
+        app.close()
+
+
+def case_quit_yes(binary):
+    # A recent list beside the executable, read at start and written back at quit.
+    folder = tempfile.mkdtemp(prefix="tessan-gui-")
+    with open(os.path.join(folder, "KivrelRecent.txt"), "w") as f:
+        f.write("/data/a.vsp\n\n/data/b.vsp  \n")
+    app = App(binary, answers="yes", folder=folder)
+    try:
+        # Leave something to remember: four views.
+        app.key("ctrl+4")
+        app.wait_for(lambda s: s["layout"] == "four", "four views")
+        app.key("ctrl+q")
+        try:
+            rc = app.proc.wait(20)
+        except subprocess.TimeoutExpired:
+            raise Failure("Yes did not end the program")
+        check(rc == 0, "exit code %d" % rc)
+        check("prompt: Query: Really Quit ? -> yes" in app.stderr(), "question asked: " + app.stderr())
+        with open(os.path.join(app.dir, "KivrelConfigure.txt"), encoding="utf-8") as f:
+            conf = f.read()
+        check("FrameMainViewLayout=1\n" in conf, "the layout is saved")
+        check("ToolTip=" in conf and "ThreadNumFilter=" in conf, "controller and preference items saved")
+        check("-ShortcutBegin\n" in conf and "Quit=Ctrl+Q\n" in conf and conf.rstrip().endswith("-ShortcutEnd"),
+              "key assignments saved")
+        check("--GLCanvas" not in conf, "the configuration holds no scene blocks")
+        with open(os.path.join(app.dir, "KivrelRecent.txt")) as f:
+            recent = f.read()
+        check(recent == "/data/a.vsp\n/data/b.vsp\n", "recent list written back beside the program: %r" % recent)
+        # The saved layout comes back on the next start.
+        app.err.close()
+        app2 = App(binary, folder=app.dir)
+        try:
+            app2.wait_for(lambda s: s["layout"] == "four", "the saved four-view layout is restored")
+        finally:
+            app2.close()
+    finally:
+        app.close()
+
+
+CASES = {
+    "cli": case_cli,
+    "screenshot": case_screenshot,
+    "window": case_window,
+    "four_views": case_four_views,
+    "navigation": case_navigation,
+    "quit_no": case_quit_no,
+    "quit_yes": case_quit_yes,
+}
+
+if __name__ == "__main__":
+    if len(sys.argv) != 3 or sys.argv[1] not in CASES:
+        sys.exit("usage: gui_test.py {%s} TESSAN" % ",".join(CASES))
+    try:
+        CASES[sys.argv[1]](os.path.abspath(sys.argv[2]))
+    except Failure as e:
+        print("FAILED:", e)
+        sys.exit(1)
+    print("ok")
