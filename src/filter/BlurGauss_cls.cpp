@@ -324,6 +324,11 @@ void BlurSlicesXYGeneric(D* temp, const unsigned char* in, const unsigned int* s
 
 // ---- 3. Kernel construction and settings ----
 
+BlurGauss_cls::BlurGauss_cls(FilterCtrl_cls* owner)
+{
+    ConstructorCommon(owner, L"Gauss Blur", kTypeCode);
+}
+
 int BlurGauss_cls::KernelRadius(float s)
 {
     if (!(s > 0.0f))

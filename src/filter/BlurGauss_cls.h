@@ -2,6 +2,7 @@
 // Gaussian blur of the one-byte voxels of a frame: a separable kernel applied per axis on worker
 // threads, in two phases (x and y per slice, then z), with a byte and a float variant.
 #include "filter/BlurGaussData_cls.h"
+#include "filter/FilterBase_cls.h"
 #include "filter/MultiThreadCtrl_cls.h"
 
 #include <cstddef>
@@ -54,15 +55,19 @@ class ThreadBluringF : public MultiThreadThread_cls
 
 /// The Gaussian blur filter (chain type 5, "Gauss Blur"). Settings in GetData(); call
 /// ProcessXYZData from the thread that asks for the processed frame (one call at a time).
-class BlurGauss_cls
+class BlurGauss_cls : public FilterBase_cls
 {
   public:
     /// The chain's type code of this filter.
     static constexpr int kTypeCode = 5;
 
-    BlurGauss_cls() = default;
-    BlurGauss_cls(const BlurGauss_cls&) = delete;
-    BlurGauss_cls& operator=(const BlurGauss_cls&) = delete;
+    /// A blur with the default settings (switched on, kernel value 0); `owner` may be null.
+    explicit BlurGauss_cls(FilterCtrl_cls* owner = nullptr);
+
+    /// The persistent settings as the chain sees them.
+    FilterData_cls* GetPData() override { return &mCData; }
+    /// The configuration lines of the settings.
+    std::wstring SerializeConf() const override { return mCData.SerializeConf(); }
 
     /// The persistent settings.
     BlurGaussData_cls& GetData() { return mCData; }
@@ -83,7 +88,7 @@ class BlurGauss_cls
 
     /// "BlurGauss::" + kernel type ("%u") + kernel value and the three per-axis values ("%f");
     /// changes with every setting that affects the output.
-    std::wstring GetFilterStatusStr() const;
+    std::wstring GetFilterStatusStr() const override;
 
     /// Radius of the kernel for value s: 0 when s is 0 (or not positive), else trunc(s) + 1.
     static int KernelRadius(float s);

@@ -21,15 +21,21 @@ const wchar_t* const LevelAndGamma_cls::msParamLabel[kParamNum] = {L"InMin",  L"
                                                                    L"OutMax", L"gamma", L"offset"};
 const double LevelAndGamma_cls::msParamDefault[kParamNum] = {0.0, 1.0, 0.0, 1.0, 1.0, 0.0};
 
-LevelAndGamma_cls::LevelAndGamma_cls()
+LevelAndGamma_cls::LevelAndGamma_cls(FilterCtrl_cls* owner)
+    : FilterWithParameter_cls(kParamNum, msParamSetName, msParamDefault)
 {
+    ConstructorCommon(owner, L"Level Gamma", kTypeCode);
     std::copy(msParamDefault, msParamDefault + kParamNum, mdParam);
 }
 
-void LevelAndGamma_cls::SetParam(int index, double value)
+void LevelAndGamma_cls::ApplyParameterValues(const double* values)
 {
-    if (index >= 0 && index < kParamNum)
-        mdParam[index] = value;
+    std::copy(values, values + kParamNum, mdParam);
+}
+
+std::wstring LevelAndGamma_cls::SerializeConf() const
+{
+    return mCData.SerializeConf() + GetParameters().Serialize();
 }
 
 double LevelAndGamma_cls::GetParam(int index) const

@@ -1,6 +1,7 @@
 #pragma once
 // Density transfer through one 256-entry table built from an input window (linear or smooth),
 // a gamma, an offset and an output window.
+#include "filter/FilterWithParameter_cls.h"
 #include "filter/LevelAndGammaData_cls.h"
 #include "filter/MultiThreadCtrl_cls.h"
 
@@ -29,7 +30,7 @@ class ThreadLevel : public MultiThreadThread_cls
 
 /// The level-and-gamma filter (chain type 6, "Level Gamma"). The six animated values are set by
 /// the owner (from the key-framed set "LevelAndGamma" at the frame's time) before processing.
-class LevelAndGamma_cls
+class LevelAndGamma_cls : public FilterWithParameter_cls
 {
   public:
     /// The chain's type code of this filter.
@@ -43,7 +44,13 @@ class LevelAndGamma_cls
     /// Values of a new filter: the identity mapping 0, 1, 0, 1, 1, 0.
     static const double msParamDefault[kParamNum];
 
-    LevelAndGamma_cls();
+    /// Identity mapping until keys say otherwise; `owner` may be null outside a chain.
+    explicit LevelAndGamma_cls(FilterCtrl_cls* owner = nullptr);
+
+    /// The persistent settings as the chain sees them.
+    FilterData_cls* GetPData() override { return &mCData; }
+    /// The configuration lines followed by the key-framed set.
+    std::wstring SerializeConf() const override;
     LevelAndGamma_cls(const LevelAndGamma_cls&) = delete;
     LevelAndGamma_cls& operator=(const LevelAndGamma_cls&) = delete;
 
@@ -51,9 +58,7 @@ class LevelAndGamma_cls
     LevelAndGammaData_cls& GetData() { return mCData; }
     const LevelAndGammaData_cls& GetData() const { return mCData; }
 
-    /// Sets one animated value (index 0..5; others are ignored). Not while ProcessXYZData runs.
-    void SetParam(int index, double value);
-    /// One animated value (index 0..5; others give 0).
+    /// The value in use (index 0..5; others give 0), as last set or evaluated.
     double GetParam(int index) const;
 
     /// The linear input window of a normalised density x (0..1).
@@ -72,7 +77,7 @@ class LevelAndGamma_cls
     bool ProcessXYZData(unsigned char* out, const unsigned char* in, const unsigned int* sizes);
 
     /// "LevelAndGamma::" with the six values, the smooth flag and the switched-on state.
-    std::wstring GetFilterStatusStr() const;
+    std::wstring GetFilterStatusStr() const override;
 
     /// Workers used by the last ProcessXYZData: 2, or 0 when it ran on the calling thread.
     int GetLastWorkerNum() const { return miLastWorkerNum; }
@@ -81,6 +86,9 @@ class LevelAndGamma_cls
     /// then eight, four, two or one voxels per step.
     static void MapRange(unsigned char* out, const unsigned char* in, size_t first, size_t end,
                          const unsigned char* table);
+
+  protected:
+    void ApplyParameterValues(const double* values) override;
 
   private:
     LevelAndGammaData_cls mCData;

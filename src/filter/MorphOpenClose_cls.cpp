@@ -252,8 +252,9 @@ const wchar_t* const MorphOpenClose_cls::msOperationName[kOperationNum] = {
 const char* const MorphOpenClose_cls::msOperationSteps[kOperationNum] = {"D", "E", "ED", "DE", "EEDD", "DDEE"};
 const wchar_t* const MorphOpenClose_cls::msKernelTypeName[2] = {L"Sphere", L"Ellipsoid"};
 
-MorphOpenClose_cls::MorphOpenClose_cls()
+MorphOpenClose_cls::MorphOpenClose_cls(FilterCtrl_cls* owner)
 {
+    ConstructorCommon(owner, L"Morph Filter", kTypeCode);
     SetElement(1, 1, 1);
 }
 

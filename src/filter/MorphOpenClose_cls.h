@@ -1,6 +1,7 @@
 #pragma once
 // Grey-scale morphology of the one-byte voxels of a frame: erosion (minimum over a structuring
 // element), dilation (maximum), and the opening and closing sequences built from them.
+#include "filter/FilterBase_cls.h"
 #include "filter/MorphOpenCloseData_cls.h"
 #include "filter/MultiThreadCtrl_cls.h"
 
@@ -48,7 +49,7 @@ class ThreadMorphDilation : public MultiThreadThread_cls
 
 /// The morphological filter (chain type 15, "Morph Filter"). Settings in GetData(); call
 /// ProcessXYZData from the thread that asks for the processed frame (one call at a time).
-class MorphOpenClose_cls
+class MorphOpenClose_cls : public FilterBase_cls
 {
   public:
     /// The chain's type code of this filter.
@@ -65,7 +66,13 @@ class MorphOpenClose_cls
     static const wchar_t* const msKernelTypeName[2];
 
     /// Starts with a single-cell element until the first BuildElement.
-    MorphOpenClose_cls();
+    /// `owner` may be null for an item outside a chain.
+    explicit MorphOpenClose_cls(FilterCtrl_cls* owner = nullptr);
+
+    /// The persistent settings as the chain sees them.
+    FilterData_cls* GetPData() override { return &mCData; }
+    /// The configuration lines of the settings.
+    std::wstring SerializeConf() const override { return mCData.SerializeConf(); }
     MorphOpenClose_cls(const MorphOpenClose_cls&) = delete;
     MorphOpenClose_cls& operator=(const MorphOpenClose_cls&) = delete;
 
@@ -79,7 +86,7 @@ class MorphOpenClose_cls
     bool ProcessXYZData(unsigned char* out, const unsigned char* in, const unsigned int* sizes);
 
     /// Status text for the chain's signature; changes with every setting that affects the output.
-    std::wstring GetFilterStatusStr() const;
+    std::wstring GetFilterStatusStr() const override;
 
     /// Builds the element from the settings (a kernel type other than 0 and 1 keeps the last one).
     void BuildElement();
