@@ -217,6 +217,59 @@ __attribute__((target("avx2"))) void BlurSpanAvx2(D* dst, const S* src, ptrdiff_
     }
     BlurSpanSse41(dst + i, src + i, stride, k, taps, n - i);
 }
+
+__attribute__((target("avx2"))) inline __m256 Load8F(const unsigned char* p)
+{
+    return Cvt8(p);
+}
+__attribute__((target("avx2"))) inline __m256 Load8F(const float* p)
+{
+    return _mm256_loadu_ps(p);
+}
+__attribute__((target("avx2"))) inline void Store16Bytes(unsigned char* p, __m256 a, __m256 b)
+{
+    __m256i ia = _mm256_cvttps_epi32(a), ib = _mm256_cvttps_epi32(b);
+    __m128i wa = _mm_packus_epi32(_mm256_castsi256_si128(ia), _mm256_extracti128_si256(ia, 1));
+    __m128i wb = _mm_packus_epi32(_mm256_castsi256_si128(ib), _mm256_extracti128_si256(ib, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(wa, wb));
+}
+
+/// Four consecutive outputs at once: dst[b][i] = sum_j k[j] * src[i + (j + b) * stride] for
+/// b = 0..3. Each input is loaded and converted once for all four outputs it feeds, instead of
+/// once per output; every output still adds its taps in the order j = 0, 1, ...
+template <typename S>
+__attribute__((target("avx2"))) void BlurSpan4Avx2(unsigned char* const* dst, const S* src, ptrdiff_t stride,
+                                                   const float* k, int taps, size_t n)
+{
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        __m256 acc[4][2];
+        for (int b = 0; b < 4; ++b)
+            acc[b][0] = acc[b][1] = _mm256_setzero_ps();
+        for (int t = 0; t < taps + 3; ++t) {
+            const S* p = src + i + t * stride;
+            __m256 v0 = Load8F(p), v1 = Load8F(p + 8);
+#pragma GCC unroll 4
+            for (int b = 0; b < 4; ++b) {
+                int j = t - b;
+                if (j < 0 || j >= taps)
+                    continue;
+                __m256 kj = _mm256_set1_ps(k[j]);
+                if (j == 0) {
+                    acc[b][0] = _mm256_mul_ps(kj, v0);
+                    acc[b][1] = _mm256_mul_ps(kj, v1);
+                } else {
+                    acc[b][0] = _mm256_add_ps(acc[b][0], _mm256_mul_ps(kj, v0));
+                    acc[b][1] = _mm256_add_ps(acc[b][1], _mm256_mul_ps(kj, v1));
+                }
+            }
+        }
+        for (int b = 0; b < 4; ++b)
+            Store16Bytes(dst[b] + i, acc[b][0], acc[b][1]);
+    }
+    for (int b = 0; b < 4; ++b)
+        BlurSpanSse41(dst[b] + i, src + i + b * stride, stride, k, taps, n - i);
+}
 #endif
 
 /// dst[i] = sum over j of k[j] * src[i + j * stride], for i in [0, n).
@@ -283,10 +336,31 @@ template <typename S>
 void BlurSliceZ(unsigned char* out, const S* temp, size_t XY, size_t Z, size_t z, const std::vector<float>& k, int r)
 {
     size_t ur = static_cast<size_t>(r);
-    if (z <= ur || z + ur >= Z)
+    if (r == 0 || z <= ur || z + ur >= Z)
         CopyConvert(out + z * XY, temp + z * XY, XY);
     else
         BlurSpan(out + z * XY, temp + (z - ur) * XY, static_cast<ptrdiff_t>(XY), k.data(), 2 * r + 1, XY);
+}
+
+/// Along z for slices [z0, z1): with AVX2, runs of four blurred slices share their inputs.
+template <typename S>
+void BlurSlicesZGeneric(unsigned char* out, const S* temp, size_t XY, size_t Z, size_t z0, size_t z1,
+                        const std::vector<float>& k, int r)
+{
+    size_t ur = static_cast<size_t>(r);
+    size_t z = z0;
+#ifdef TESSAN_BLUR_X86
+    if (r > 0 && GetSimdLevel() >= SimdLevel::Avx2) {
+        for (; z < z1 && z <= ur; ++z)
+            BlurSliceZ(out, temp, XY, Z, z, k, r);
+        for (; z + 4 <= z1 && z + 3 + ur < Z; z += 4) {
+            unsigned char* dst[4] = {out + z * XY, out + (z + 1) * XY, out + (z + 2) * XY, out + (z + 3) * XY};
+            BlurSpan4Avx2(dst, temp + (z - ur) * XY, static_cast<ptrdiff_t>(XY), k.data(), 2 * r + 1, XY);
+        }
+    }
+#endif
+    for (; z < z1; ++z)
+        BlurSliceZ(out, temp, XY, Z, z, k, r);
 }
 
 template <typename R, typename D>
@@ -399,16 +473,14 @@ void BlurGauss_cls::BlurSlicesZ(unsigned char* out, const unsigned char* temp, c
                                 unsigned int z0, unsigned int z1) const
 {
     size_t XY = static_cast<size_t>(sizes[0]) * sizes[1];
-    for (size_t z = z0; z < z1; ++z)
-        BlurSliceZ(out, temp, XY, sizes[2], z, mvfKernel[2], miRadius[2]);
+    BlurSlicesZGeneric(out, temp, XY, sizes[2], z0, z1, mvfKernel[2], miRadius[2]);
 }
 
 void BlurGauss_cls::BlurSlicesZF(unsigned char* out, const float* temp, const unsigned int* sizes, unsigned int z0,
                                  unsigned int z1) const
 {
     size_t XY = static_cast<size_t>(sizes[0]) * sizes[1];
-    for (size_t z = z0; z < z1; ++z)
-        BlurSliceZ(out, temp, XY, sizes[2], z, mvfKernel[2], miRadius[2]);
+    BlurSlicesZGeneric(out, temp, XY, sizes[2], z0, z1, mvfKernel[2], miRadius[2]);
 }
 
 void ThreadBluring::SetParameters(BlurGauss_cls* filter, unsigned char* out, const unsigned char* in,
