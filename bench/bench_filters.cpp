@@ -5,6 +5,7 @@
 // 256^3 byte file, so that bench/compare_filters.py can time its peers on the very same data.
 // With TESSAN_BENCH_OUTPUT_DIR set, each filter's result is also written there as raw bytes.
 // Workers: "ThreadNumFilter=" as on the machine (the number of cores).
+#include "config/Preference_cls.h"
 #include "filter/BlurGauss_cls.h"
 #include "filter/LevelAndGamma_cls.h"
 #include "filter/MorphOpenClose_cls.h"
@@ -138,6 +139,21 @@ void BM_LevelAndGamma(benchmark::State& state)
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kCount));
 }
 BENCHMARK(BM_LevelAndGamma)->Arg(0)->Arg(2)->Arg(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+/// The same lookup on the calling thread alone ("ThreadNumFilter=" 1): compared with the
+/// single-threaded copy below, it is the figure least disturbed by other load on the machine.
+void BM_LevelAndGammaOneThread(benchmark::State& state)
+{
+    int old = GetPreference().GetThreadNumFilter();
+    GetPreference().SetThreadNumFilter(1);
+    LevelAndGamma_cls f;
+    SetLevel(f);
+    for (auto _ : state)
+        f.ProcessXYZData(Output().data(), Volume().data(), kSizes);
+    GetPreference().SetThreadNumFilter(old);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kCount));
+}
+BENCHMARK(BM_LevelAndGammaOneThread)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_Memcpy(benchmark::State& state)
 {
