@@ -261,13 +261,10 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
         return kIdleNothing;
 
     // 2. The file changed since it was read: forget the contents. Same-size buffers are kept for
-    //    the new contents, which are read into them at once below.
-    if (df3.IsFileChanged()) {
-        if (df3.GetLoadedFileTag().empty())
-            df3.Release();
-        else
-            df3.FakeRelease();
-    }
+    //    the new contents, which are read into them at once below. A frame without buffers has
+    //    nothing to forget: its header is read anew below.
+    if (df3.IsFileChanged() && df3.IsAllocated())
+        df3.FakeRelease();
 
     // 3. Header and buffers.
     if (!df3.IsAllocated()) {
@@ -484,7 +481,7 @@ void DF3Sequence_cls::ReleaseAll()
         if (frame.pTex->HasTexObjects() || frame.pTex->IsTexObjectDeleteInProcess() ||
             frame.pTex->GetAllocatedTextureKB() != 0)
             frame.pTex->DeleteTexObjects(true, IsCurrentFrame(i));
-        if (frame.pDF3->IsAllocated() || frame.pDF3->IsAllocatedXY() || !frame.pDF3->GetLoadedFileTag().empty())
+        if (frame.pDF3->IsAllocated() || frame.pDF3->IsAllocatedXY())
             frame.pDF3->Release();
         frame.uTexAge = 0;
         frame.uVoxAge = 0;
