@@ -292,6 +292,53 @@ TEST(DF3SeqCtrl, OlderFramesGoFirst)
     EXPECT_LT(fx.seq.GetTexAge(5), fx.seq.GetTexAge(4)) << "the current frame is the youngest";
 }
 
+TEST(DF3SeqCtrl, AgesGrowByMarkAndPlayDirection)
+{
+    SlotFixture fx;
+    fx.Open(10, 8);
+    PreviewGuard p(true, PreviewProperty_cls::kTexAlpha);
+    for (int i = 0; i < 10; ++i)
+        ASSERT_EQ(fx.seq.IdleProcessesMain(i, true, false), DF3Sequence_cls::kIdleNothing);
+    fx.seq.GetDF3(9)->Release(); // textures only
+    fx.clock.SetStep(2);         // scene steps 0, 2, 4, 6, 8 are shown
+    fx.clock.SetIndex(4);
+    fx.ctrl.SetCritMemoryMB(2, 100, 100); // n = 1: the window is frame 5 alone
+    fx.ctrl.IdleProcessesRelease(-1, false);
+    fx.ctrl.IdleProcessesFetch(); // marks
+    auto deltas = [&](bool voxel) {
+        std::vector<uint32_t> before;
+        for (int i = 0; i < 10; ++i)
+            before.push_back(voxel ? fx.seq.GetVoxAge(i) : fx.seq.GetTexAge(i));
+        fx.seq.EvaluateOldPoint();
+        std::vector<uint32_t> d;
+        for (int i = 0; i < 10; ++i)
+            d.push_back((voxel ? fx.seq.GetVoxAge(i) : fx.seq.GetTexAge(i)) - before[size_t(i)]);
+        return d;
+    };
+    EXPECT_EQ(fx.seq.GetPreFetchMark(8), 1);
+    EXPECT_EQ(fx.seq.GetPreFetchMark(9), 0);
+    // Stopped: marked frames age by 1, others by 6. The current frame restarts from 0 first;
+    // frame 5 lies inside the window but is never shown, so it ages.
+    fx.clock.Play(TimeCtrl_cls::kBackward);
+    fx.clock.Stop();
+    std::vector<uint32_t> stopped = deltas(false);
+    stopped[4] = fx.seq.GetTexAge(4);
+    EXPECT_EQ(stopped, (std::vector<uint32_t>{1, 6, 1, 6, 1, 6, 1, 6, 1, 6}));
+    EXPECT_EQ(fx.clock.GetPlayDirection(), 0) << "a stopped clock forgets its direction";
+    // Playing forward: frames already passed (below the scene index) age three times as fast.
+    fx.clock.Play(TimeCtrl_cls::kForward);
+    std::vector<uint32_t> forward = deltas(false);
+    forward[4] = fx.seq.GetTexAge(4);
+    EXPECT_EQ(forward, (std::vector<uint32_t>{3, 18, 3, 18, 1, 6, 1, 6, 1, 6}));
+    std::vector<uint32_t> voxels = deltas(true);
+    voxels[4] = fx.seq.GetVoxAge(4);
+    EXPECT_EQ(voxels, (std::vector<uint32_t>{3, 18, 3, 18, 1, 6, 1, 6, 1, 0})) << "frame 9 holds no voxels";
+    fx.clock.Play(TimeCtrl_cls::kBackward);
+    std::vector<uint32_t> backward = deltas(false);
+    backward[4] = fx.seq.GetTexAge(4);
+    EXPECT_EQ(backward, (std::vector<uint32_t>{1, 6, 1, 6, 1, 18, 3, 18, 3, 18}));
+}
+
 TEST(DF3SeqCtrl, ChangedFileIsReadAgain)
 {
     SlotFixture fx;
