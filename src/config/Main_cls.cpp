@@ -1,7 +1,16 @@
 #include "config/Main_cls.h"
 
+#include "anim/Parameters_cls.h"
+#include "anim/TimeCtrl_cls.h"
+#include "anim/UndoManager_cls.h"
 #include "config/TextFormat.h"
+#include "config/Translate.h"
+#include "config/UserPrompt_cls.h"
+#include "volume/DF3SeqCtrl_cls.h"
+#include "volume/DF3Sequence_cls.h"
 
+#include <algorithm>
+#include <cwctype>
 #include <unistd.h>
 
 Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
@@ -9,10 +18,121 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mlPid = static_cast<long>(getpid());
     mCRecent.ReadRecentList(RecentFilePath());
     mCConfList.Add(&mbItemToolTip, L"ToolTip=", L"1");
+    mpBoxSize = std::make_unique<Parameters_cls>(6, L"BoxSize");
+    mpBoxRotate = std::make_unique<Parameters_cls>(4, L"BoxRotate");
+    // The clock comes before the slots, which follow it.
+    mpTimeCtrl = std::make_unique<TimeCtrl_cls>();
+    mpSeqCtrl = std::make_unique<DF3SeqCtrl_cls>(mpTimeCtrl.get());
 }
 
-Main_cls::~Main_cls() = default;
+Main_cls::~Main_cls()
+{
+    // The slots follow the clock: they go first.
+    mpSeqCtrl.reset();
+    mpTimeCtrl.reset();
+}
 
-std::string Main_cls::RecentFilePath() const { return Narrow(mStrAppDir) + "/" + "KivrelRecent.txt"; }
+std::string Main_cls::RecentFilePath() const
+{
+    return Narrow(mStrAppDir) + "/" + "KivrelRecent.txt";
+}
 
-void Main_cls::QuitProcess() { mCRecent.SaveRecentFile(RecentFilePath()); }
+void Main_cls::QuitProcess()
+{
+    mCRecent.SaveRecentFile(RecentFilePath());
+}
+
+UserPrompt_cls* Main_cls::Prompt() const
+{
+    return mpPrompt ? mpPrompt : GetUserPrompt();
+}
+
+void Main_cls::NotifyDataChanged()
+{
+    if (mDataChangedHook)
+        mDataChangedHook();
+}
+
+DF3Sequence_cls* Main_cls::GetPDF3SeqActive()
+{
+    return &mpSeqCtrl->GetActiveSequence();
+}
+
+DF3_cls* Main_cls::GetPDF3Active()
+{
+    return mpSeqCtrl->GetActiveSequence().GetCurrentDF3();
+}
+
+// ---- opening data ------------------------------------------------------------------------------------
+
+Main_cls::OpenResult Main_cls::OpenData(const std::wstring& path)
+{
+    if (path.empty())
+        return kOpenFailed;
+    std::wstring extension = path.size() >= 4 ? path.substr(path.size() - 4) : L"";
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](wchar_t c) { return static_cast<wchar_t>(std::towlower(c)); });
+    if (extension == L".vsp" && Prompt()->AskYesNo(TrW("Read as a Project file?"), TrW("Opening .vsp File"), true)) {
+        if (!mProjectOpener || !mProjectOpener(path))
+            return kOpenFailed;
+        mbProjectLoaded = true;
+        return kOpenedProject;
+    }
+    Prompt()->SetStatusText(TrW("Open file ") + path, 0);
+    OpenFileSequence(path);
+    mbProjectLoaded = false;
+    return kOpenedData;
+}
+
+void Main_cls::OpenFileSequence(const std::wstring& path)
+{
+    TimeCtrl_cls& clock = *mpTimeCtrl;
+    const int length = clock.GetMaxFrame();
+    const int start = clock.GetAAMin();
+    const int end = clock.GetAAMax();
+
+    mpSeqCtrl->GetActiveSequence().ClearFileSequence();
+    AddFileSequence(path, DF3Sequence_cls::kAppendAtEnd);
+    GetUndoManager().Clear();
+
+    if (length == 0 || clock.GetMaxFrame() != 0)
+        return;
+    // A single file (a snapshot) was loaded into a scene that had a length.
+    if (!mbSnapShotAnswered &&
+        Prompt()->AskYesNo(TrW("Snap Shot is loaded. Set Scene Length to 0?"), TrW("Query"), false))
+        return;
+    clock.SetMaxFrame(length);
+    clock.SetAA(start, end);
+    clock.SetWA(start, end);
+    clock.CheckWorkingArea();
+    clock.DispatchTimeData();
+    // Only the No path remembers the answer; a Yes is asked again next time.
+    mbSnapShotAnswered = true;
+    NotifyDataChanged();
+}
+
+int Main_cls::AddFileSequence(const std::wstring& path, unsigned appendType)
+{
+    DF3Sequence_cls& sequence = mpSeqCtrl->GetActiveSequence();
+    const int added = sequence.AppendFileSequence(path, true, appendType);
+    sequence.SetIndividualFileNames();
+    mStrLastDataPath = path;
+    if (sequence.GetFrameCount() > 0)
+        mStrDataTitle = sequence.GetInformationText() + L" - " + L"Tessan";
+    NotifyDataChanged();
+    return added;
+}
+
+int Main_cls::AppendData(const std::wstring& path)
+{
+    return AddFileSequence(path, mpSeqCtrl->GetAppendType());
+}
+
+void Main_cls::CloseData()
+{
+    DF3Sequence_cls& sequence = mpSeqCtrl->GetActiveSequence();
+    sequence.ReleaseAll();
+    sequence.SetFileChangedTagAll();
+    sequence.ClearFileSequence();
+    NotifyDataChanged();
+}

@@ -1,0 +1,94 @@
+#include "volume/TexObjectJobs_cls.h"
+
+#include "volume/DF3_cls.h"
+
+namespace
+{
+
+// Runs units of a started job until it is complete or (unless full) the budget is spent.
+// Returns false when a unit failed.
+template <typename Unit> bool RunUnits(ResumableProgress_cls& job, bool full, Unit unit)
+{
+    while (!job.IsFinishConditionSatisfied()) {
+        const uint32_t position = job.GetPosition();
+        if (!unit(position))
+            return false;
+        job.SetPosition(position + 1);
+        if (job.IsResumeConditionSatisfied(full))
+            break;
+    }
+    if (job.IsFinishConditionSatisfied())
+        job.Finalize();
+    return true;
+}
+
+} // namespace
+
+void TexObjectJobs_cls::SetTimeBudget(int64_t ticks)
+{
+    mCGen.SetTimeBudget(ticks);
+    mCBind.SetTimeBudget(ticks);
+    mCDelete.SetTimeBudget(ticks);
+}
+
+bool TexObjectJobs_cls::GenerateTexObjects(DF3_cls& frame, bool full)
+{
+    if (!mCGen.IsInProgress()) {
+        // A new job: the textures of an earlier one are replaced, so the bind job starts over.
+        mCGen.Clear();
+        mCBind.Clear();
+        uint32_t total = 0;
+        if (!StartGenerate(frame, total))
+            return false;
+        // Textures show the processed voxels: the filter chain runs once per generation.
+        frame.ProcessXYZData();
+        mCGen.Initialize(total < 1 ? 1 : total);
+    } else {
+        mCGen.Initialize(mCGen.GetTotal());
+    }
+    if (!RunUnits(mCGen, full, [&](uint32_t u) { return GenerateUnit(frame, u); })) {
+        mCGen.Clear();
+        return false;
+    }
+    return true;
+}
+
+bool TexObjectJobs_cls::BindTexObjects(DF3_cls& frame, bool full)
+{
+    if (!mCGen.IsFinished())
+        return false;
+    if (!mCBind.IsInProgress()) {
+        mCBind.Clear();
+        uint32_t total = 0;
+        if (!StartBind(frame, total))
+            return false;
+        mCBind.Initialize(total < 1 ? 1 : total);
+    } else {
+        mCBind.Initialize(mCBind.GetTotal());
+    }
+    if (!RunUnits(mCBind, full, [&](uint32_t u) { return BindUnit(frame, u); })) {
+        mCBind.Clear();
+        return false;
+    }
+    return true;
+}
+
+bool TexObjectJobs_cls::DeleteTexObjects(bool full, bool isCurrent)
+{
+    if (!mCDelete.IsInProgress()) {
+        mCDelete.Clear();
+        uint32_t total = 0;
+        if (!StartDelete(isCurrent, total))
+            return false;
+        mCDelete.Initialize(total < 1 ? 1 : total);
+    } else {
+        mCDelete.Initialize(mCDelete.GetTotal());
+    }
+    const bool ok = RunUnits(mCDelete, full, [&](uint32_t u) { return DeleteUnit(isCurrent, u); });
+    if (!ok)
+        mCDelete.Clear();
+    // Whatever was generated or bound is gone (or going) once deletion has begun.
+    mCGen.Clear();
+    mCBind.Clear();
+    return ok;
+}
