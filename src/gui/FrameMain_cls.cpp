@@ -1102,6 +1102,7 @@ void FrameMain_cls::WriteStateReport()
     }
     text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
     text += mpPreviewGUI->DescribeWidgets();
+    text += mpPreviewGUI->DescribeWidgetPlaces();
     if (text == mStrLastState)
         return;
     mStrLastState = text;

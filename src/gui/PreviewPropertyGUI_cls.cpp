@@ -241,3 +241,22 @@ std::wstring PreviewPropertyGUI_cls::DescribeWidgets() const
             mpFoldButton->GetLabel().ToStdWstring() + L"\n";
     return text;
 }
+
+std::wstring PreviewPropertyGUI_cls::DescribeWidgetPlaces() const
+{
+    auto place = [](const wxWindow* w) {
+        const bool shown = w->IsShownOnScreen();
+        const wxPoint at = shown ? w->GetScreenPosition() : wxPoint(0, 0);
+        const wxSize size = w->GetSize();
+        return WStrPrintf("%d %d %d %d %d\n", at.x, at.y, size.x, size.y, shown ? 1 : 0);
+    };
+    std::wstring text;
+    const auto& choices = ChoiceDefs();
+    for (size_t i = 0; i < choices.size(); ++i)
+        text += std::wstring(L"ppw.") + choices[i].mpKey + place(mvChoice[i]);
+    const auto& floats = FloatDefs();
+    for (size_t i = 0; i < floats.size(); ++i)
+        text += std::wstring(L"ppw.") + floats[i].mpKey + place(mvValue[i]);
+    text += L"ppw.fold=" + place(mpFoldButton);
+    return text;
+}

@@ -64,6 +64,9 @@ class PreviewPropertyGUI_cls : public wxPanel
     /// What the widgets show, one "key=shown text" line each (choices by their text, floats by
     /// the value box), plus the fold state: for the state report.
     std::wstring DescribeWidgets() const;
+    /// Where the widgets are on the screen, one "ppw.key=x y width height shown" line each (and
+    /// "ppw.fold=" for the fold button), so that unattended runs can point at them.
+    std::wstring DescribeWidgetPlaces() const;
 
   private:
     void OnChoice(size_t index);

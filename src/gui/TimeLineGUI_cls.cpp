@@ -19,6 +19,7 @@
 #include <wx/slider.h>
 #include <wx/spinctrl.h>
 #include <wx/stattext.h>
+#include <wx/wrapsizer.h>
 
 #include <algorithm>
 #include <limits>
@@ -98,7 +99,8 @@ void TimeLineGUI_cls::BuildWidgets()
     top->Add(row1, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, 4);
 
     // Row 2: scene length, step, working area, repeat, wait; set choice and key buttons.
-    auto* row2 = new wxBoxSizer(wxHORIZONTAL);
+    // Rows 2 and 3 wrap on a narrow window rather than cutting their last controls off.
+    auto* row2 = new wxWrapSizer(wxHORIZONTAL);
     auto label = [this, row2](const char* text) {
         row2->Add(new wxStaticText(this, wxID_ANY, TrW(text)), 0, wxLEFT | wxRIGHT | wxALIGN_CENTER_VERTICAL, 4);
     };
@@ -131,7 +133,7 @@ void TimeLineGUI_cls::BuildWidgets()
     top->Add(row2, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, 4);
 
     // Row 3: the parameter set and its keys.
-    auto* row3 = new wxBoxSizer(wxHORIZONTAL);
+    auto* row3 = new wxWrapSizer(wxHORIZONTAL);
     row3->Add(new wxStaticText(this, wxID_ANY, TrW("Keys of")), 0, wxLEFT | wxRIGHT | wxALIGN_CENTER_VERTICAL, 4);
     mpSetChoice = new wxChoice(this, wxID_ANY);
     mpSetChoice->Bind(wxEVT_CHOICE, &TimeLineGUI_cls::OnSetChoice, this);
@@ -152,6 +154,7 @@ void TimeLineGUI_cls::BuildWidgets()
         row3->Add(button, 0, wxLEFT | wxALIGN_CENTER_VERTICAL, 4);
     }
     mpInfo = new wxStaticText(this, wxID_ANY, L"", wxDefaultPosition, wxDefaultSize, wxST_ELLIPSIZE_END);
+    mpInfo->SetMinSize(wxSize(260, -1));
     row3->Add(mpInfo, 1, wxLEFT | wxALIGN_CENTER_VERTICAL, 8);
     top->Add(row3, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, 4);
 
@@ -457,7 +460,7 @@ bool TimeLineGUI_cls::CopyKeys()
         return false;
     }
     wxTheClipboard->SetData(new wxTextDataObject(text));
-    GetUserPrompt()->SetStatusText(WStrPrintf(Tr("%d keys copied").c_str(), p->GetSelectedKeyNum()), 0);
+    GetUserPrompt()->SetStatusText(WStrPrintf(Tr("Keys copied: %d").c_str(), p->GetSelectedKeyNum()), 0);
     return true;
 }
 
