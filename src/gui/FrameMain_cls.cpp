@@ -1101,6 +1101,7 @@ void FrameMain_cls::WriteStateReport()
         }
     }
     text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
+    text += mpTimeLine->DescribeWidgetPlaces();
     text += mpPreviewGUI->DescribeWidgets();
     text += mpPreviewGUI->DescribeWidgetPlaces();
     if (text == mStrLastState)

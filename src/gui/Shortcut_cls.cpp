@@ -4,6 +4,7 @@
 #include "config/Translate.h"
 
 #include <wx/accel.h>
+#include <wx/log.h>
 #include <wx/menu.h>
 
 #include <fstream>
@@ -218,6 +219,9 @@ std::vector<Shortcut_cls::Menu> Shortcut_cls::BuildMenuModel() const
 
 wxMenu* Shortcut_cls::SetMenuItem(wxMenuBar* bar, const std::vector<Menu>& model)
 {
+    // GTK takes no arrow key without a modifier as a menu accelerator and the toolkit logs each
+    // such label; the window runs those keys from its key hook, so the note is only noise.
+    wxLogNull quiet;
     wxMenu* recent = nullptr;
     for (const Menu& m : model) {
         auto* menu = new wxMenu;

@@ -277,6 +277,20 @@ int TimeLineGUI_cls::GetFrameBoxValue() const
     return mpFrameBox->GetValue();
 }
 
+std::wstring TimeLineGUI_cls::DescribeWidgetPlaces() const
+{
+    std::wstring text;
+    const std::pair<const char*, const wxWindow*> widgets[] = {
+        {"framebox", mpFrameBox}, {"slider", mpSlider}, {"length", mpLength}, {"step", mpStep},
+        {"wamin", mpWAMin},       {"wamax", mpWAMax},   {"repeat", mpRepeat}, {"set", mpSetChoice},
+    };
+    for (const auto& [name, w] : widgets) {
+        const wxPoint at = w->IsShownOnScreen() ? w->GetScreenPosition() : wxPoint(0, 0);
+        text += WStrPrintf("tlw.%s=%d %d %d %d\n", name, at.x, at.y, w->GetSize().x, w->GetSize().y);
+    }
+    return text;
+}
+
 // --- widget events -----------------------------------------------------------------------------
 
 void TimeLineGUI_cls::SetFrame(int frame)

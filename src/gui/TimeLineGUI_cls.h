@@ -81,6 +81,9 @@ class TimeLineGUI_cls : public wxPanel
     int GetFrameBoxValue() const;
     /// The text of the key information line.
     std::wstring GetInfoText() const;
+    /// Where the input widgets are on the screen, one "tlw.name=x y width height" line each, so
+    /// that unattended runs can point at them.
+    std::wstring DescribeWidgetPlaces() const;
 
   private:
     void BuildWidgets();

@@ -191,6 +191,15 @@ def red_columns(pic, y0, y1):
     return cols
 
 
+def type_into(app, widget, text):
+    """Types into a time-line field (a spin box: its text part is the left half) and presses Return."""
+    x, y, w, h = [int(v) for v in app.state()["tlw." + widget].split()]
+    subprocess.run(["xdotool", "mousemove", str(x + w // 4), str(y + h // 2), "click", "1"], check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+    subprocess.run(["xdotool", "type", text], check=True)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
 def menu(app, mnemonic, moves):
     """Opens a menu by its mnemonic and picks an entry with the arrow keys, as a user would."""
     app.key("alt+" + mnemonic)
@@ -437,6 +446,20 @@ def case_play(binary):
         app.key("space")
         app.wait_for(lambda s: s["playing"] == "0" and s["frame"] == "99", "playing stops at the last frame",
                      timeout=10)
+        # A working area typed into its two fields confines stepping and playing.
+        for name, value in (("wamin", "20"), ("wamax", "30")):
+            type_into(app, name, value)
+        s = app.wait_for(lambda s: s["clock"] == "99 1 20 30 0", "working area 20..30 taken")
+        x0, first, ppf, y = time_line(app)
+        subprocess.run(["xdotool", "mousemove", str(frame_x(app, 25)), str(y - 12), "click", "1"], check=True)
+        app.wait_for(lambda s: s["frame"] == "25", "a click on the track sets the frame")
+        app.key("End")
+        app.wait_for(lambda s: s["frame"] == "30", "End: the working area's last frame")
+        app.key("Home")
+        app.wait_for(lambda s: s["frame"] == "20", "Home: the working area's first frame")
+        app.key("space")
+        app.wait_for(lambda s: s["playing"] == "0" and s["frame"] == "30", "playing stops at the area's end",
+                     timeout=10)
     finally:
         app.close()
 
@@ -476,9 +499,24 @@ def case_undo_drag(binary):
         menu(app, "e", ["Down"])
         s = app.wait_for(lambda s: s["redo"] == "Redo|0|0", "Edit > Redo repeats the drag")
         check(abs(float(s["keys"].split()[1].rstrip("*")) - 40 / 99) < 1e-6, "key at 40 again: %r" % s["keys"])
-        # Both steps undone by the keys: the set holds its constant only and the scene is clean.
-        app.key("ctrl+z")
-        app.key("ctrl+z")
+        # The key through the clipboard: selected by a click, copied, pasted at frame 60.
+        x = int(s["keyx"].split()[1])
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+        app.wait_for(lambda s: s["keys"].split()[1].endswith("*"), "a click selects the key")
+        app.key("ctrl+c")
+        app.wait_for(lambda s: s["status0"] == "Keys copied: 1", "Ctrl+C copies the selected key")
+        app.key("End")
+        app.wait_for(lambda s: s["frame"] == "99", "to the last frame")
+        for _ in range(39):
+            app.key("Left")
+        app.wait_for(lambda s: s["frame"] == "60", "back to frame 60")
+        app.key("ctrl+v")
+        s = app.wait_for(lambda s: len(s["keys"].split()) == 3, "Ctrl+V pastes the key")
+        check(abs(float(s["keys"].split()[2].rstrip("*")) - 60 / 99) < 1e-6, "pasted at frame 60: %r" % s["keys"])
+        check(s["undo"].startswith("Undo Paste Keys|1"), "one named step: %r" % s["undo"])
+        # All three steps undone by the keys: the set holds its constant only and the scene is clean.
+        for _ in range(3):
+            app.key("ctrl+z")
         s = app.wait_for(lambda s: s["undo"] == "Undo|0|0", "everything undone")
         check(s["keys"] == "0" and s["title"] == TITLE, "back to the start: %r %r" % (s["keys"], s["title"]))
     finally:
@@ -495,6 +533,13 @@ def case_time_remap(binary):
         menu(app, "a", ["Up"])
         s = app.wait_for(lambda s: s["remap"] == "0", "and off again")
         check(s["remap_menu"] == "Use time-remap|1|0", "check cleared: %r" % s["remap_menu"])
+        # The remap curve's keys on the time line: two wheel notches over the set choice.
+        x, y, w, h = [int(v) for v in s["tlw.set"].split()]
+        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
+        app.wait_for(lambda s: s["timeline_set"] == "BoxRotate", "the rotation set")
+        subprocess.run(["xdotool", "click", "5"], check=True)
+        s = app.wait_for(lambda s: s["timeline_set"] == "TimeRemap", "the remap curve")
+        check(s["keys"] == "0 1", "the identity curve's two keys: %r" % s["keys"])
     finally:
         app.close()
 
