@@ -92,6 +92,9 @@ class App:
         self.exe = os.path.join(self.dir, "tessan")
         shutil.copy2(binary, self.exe)
         self.state_file = os.path.join(self.dir, "state.txt")
+        # A second start in the same folder must not read what the first one reported.
+        if os.path.exists(self.state_file):
+            os.remove(self.state_file)
         env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", TESSAN_STATE_FILE=self.state_file,
                    TESSAN_PROMPT_ANSWERS=answers)
         self.err = open(os.path.join(self.dir, "stderr.txt"), "w")
@@ -119,8 +122,9 @@ class App:
 
     def find_window(self):
         for _ in range(100):
-            out = subprocess.run(["xdotool", "search", "--name", "^" + TITLE + "$"], capture_output=True,
-                                 text=True).stdout.split()
+            # By the program's title, or a project's title (which ends in " - Tessan").
+            out = subprocess.run(["xdotool", "search", "--name", "^(" + TITLE + "|.* - Tessan)$"],
+                                 capture_output=True, text=True).stdout.split()
             if out:
                 return out[0]
             time.sleep(0.1)
@@ -150,7 +154,8 @@ class App:
         with open(os.path.join(self.dir, "stderr.txt")) as f:
             return f.read()
 
-    def close(self):
+    def close(self, keep=False):
+        """Ends the program; the scratch folder goes too unless keep (for a second start there)."""
         if self.proc.poll() is None:
             self.proc.terminate()
             try:
@@ -158,7 +163,8 @@ class App:
             except subprocess.TimeoutExpired:
                 self.proc.kill()
         self.err.close()
-        shutil.rmtree(self.dir, ignore_errors=True)
+        if not keep:
+            shutil.rmtree(self.dir, ignore_errors=True)
 
 
 def distance(a, b):
@@ -514,8 +520,15 @@ def case_undo_drag(binary):
         s = app.wait_for(lambda s: len(s["keys"].split()) == 3, "Ctrl+V pastes the key")
         check(abs(float(s["keys"].split()[2].rstrip("*")) - 60 / 99) < 1e-6, "pasted at frame 60: %r" % s["keys"])
         check(s["undo"].startswith("Undo Paste Keys|1"), "one named step: %r" % s["undo"])
-        # All three steps undone by the keys: the set holds its constant only and the scene is clean.
-        for _ in range(3):
+        # Delete on the track removes the selected key (the pasted one is not selected).
+        subprocess.run(["xdotool", "mousemove", str(int(s["keyx"].split()[1])), str(y), "click", "1"], check=True)
+        app.wait_for(lambda s: s["keys"].split()[1].endswith("*"), "the dragged key selected again")
+        subprocess.run(["xdotool", "key", "Delete"], check=True)
+        s = app.wait_for(lambda s: len(s["keys"].split()) == 2, "Delete removes the selected key")
+        check(abs(float(s["keys"].split()[1]) - 60 / 99) < 1e-6, "the pasted key stays: %r" % s["keys"])
+        check(s["undo"].startswith("Undo Delete Keys|1"), "named: %r" % s["undo"])
+        # All four steps undone by the keys: the set holds its constant only and the scene is clean.
+        for _ in range(4):
             app.key("ctrl+z")
         s = app.wait_for(lambda s: s["undo"] == "Undo|0|0", "everything undone")
         check(s["keys"] == "0" and s["title"] == TITLE, "back to the start: %r %r" % (s["keys"], s["title"]))
@@ -599,6 +612,48 @@ def case_preview_saved(binary):
         app.close()
 
 
+def case_project(binary):
+    # A project named on the command line sets the clock; keys, clock and preview settings are
+    # written back by Save Project and read again by the next start.
+    folder = tempfile.mkdtemp(prefix="tessan-gui-")
+    project = os.path.join(folder, "scene.vsp")
+    with open(project, "w") as f:
+        f.write("DF3MaxFrame=49\nDF3WorkAreaMax=49\nDF3ActiveAreaMax=49\nPreviewNormalQuality=2\n")
+    app = App(binary, answers="yes", args=[project], folder=folder)
+    try:
+        s = app.wait_for(lambda s: s["clock"].startswith("49 "), "the project's scene length is read")
+        check(s["title"] == project + " - Tessan", "titled after the project: %r" % s["title"])
+        check(s["pp.PreviewNormalQuality"] == "64 normal layers", "preview setting read from the project")
+        for _ in range(7):
+            app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "7", "frame 7")
+        app.key("Insert")
+        s = app.wait_for(lambda s: len(s["keys"].split()) == 2, "a key at frame 7")
+        check(s["title"] == "*" + project + " - Tessan", "modified mark: %r" % s["title"])
+        app.key("ctrl+s")
+        s = app.wait_for(lambda s: s["title"] == project + " - Tessan", "saving clears the modified mark")
+        with open(project, encoding="utf-8") as f:
+            text = f.read()
+        check("DF3MaxFrame=49\n" in text and "--TimeRemap\n" in text and "Parameter_TimeRemap\n" in text,
+              "clock and remap curve saved")
+        box = text[text.index("Parameter_BoxSize\n"):]
+        check("itemnum 2\n" in box and "Parameter_BoxRotate\n" in text, "the box sets with their keys saved")
+        check(text.index("DF3MaxFrame=") < text.index("Parameter_BoxSize") < text.index("--GLCanvas")
+              < text.index("PreviewType3D=") and "-ShortcutBegin" not in text, "project block order")
+        app.close(keep=True)
+        app2 = App(binary, answers="yes", args=[project], folder=folder)
+        try:
+            s = app2.wait_for(lambda s: len(s["keys"].split()) == 2, "the keys come back with the project")
+            check(abs(float(s["keys"].split()[1]) - 7 / 49) < 1e-6, "key at frame 7 of 49: %r" % s["keys"])
+            check(s["undo"] == "Undo|0|0" and s["title"] == project + " - Tessan",
+                  "a fresh history after opening: %r %r" % (s["undo"], s["title"]))
+        finally:
+            app2.close()
+    finally:
+        app.close()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -611,6 +666,7 @@ CASES = {
     "undo_drag": case_undo_drag,
     "time_remap": case_time_remap,
     "preview_saved": case_preview_saved,
+    "project": case_project,
 }
 
 if __name__ == "__main__":
