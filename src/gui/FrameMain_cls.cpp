@@ -866,14 +866,19 @@ void FrameMain_cls::OnUseTimeRemap(wxCommandEvent& event)
 void FrameMain_cls::OnCharHook(wxKeyEvent& event)
 {
     // Keys without modifiers (Space, the arrows, Home, Delete) run their commands from here: GTK
-    // takes no arrow key as a menu accelerator, and a focused control that uses such keys itself
-    // (an entry field, a choice, a slider, a button) keeps them.
+    // takes no arrow key as a menu accelerator. A focused control keeps the keys it uses itself:
+    // an entry field or a slider all of them, a choice Space and Up/Down (open, change), a
+    // button or check box Space and Return (press).
     wxWindow* focus = wxWindow::FindFocus();
-    const bool focusUsesKeys =
-        dynamic_cast<wxTextEntry*>(focus) != nullptr || dynamic_cast<wxSpinCtrlBase*>(focus) != nullptr ||
-        dynamic_cast<wxChoice*>(focus) != nullptr || dynamic_cast<wxSlider*>(focus) != nullptr ||
-        dynamic_cast<wxCheckBox*>(focus) != nullptr || dynamic_cast<wxAnyButton*>(focus) != nullptr;
-    if (event.HasAnyModifiers() || focusUsesKeys) {
+    const int code = event.GetKeyCode();
+    const bool press = code == WXK_SPACE || code == WXK_RETURN || code == WXK_NUMPAD_ENTER;
+    bool focusUsesKey = dynamic_cast<wxTextEntry*>(focus) != nullptr ||
+                        dynamic_cast<wxSpinCtrlBase*>(focus) != nullptr || dynamic_cast<wxSlider*>(focus) != nullptr;
+    if (dynamic_cast<wxChoice*>(focus) != nullptr)
+        focusUsesKey |= press || code == WXK_UP || code == WXK_DOWN;
+    if (dynamic_cast<wxCheckBox*>(focus) != nullptr || dynamic_cast<wxAnyButton*>(focus) != nullptr)
+        focusUsesKey |= press;
+    if (event.HasAnyModifiers() || focusUsesKey) {
         event.Skip();
         return;
     }

@@ -574,6 +574,11 @@ def case_preview_saved(binary):
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
         s = app.wait_for(lambda s: s["pp.shade"].startswith("open [-]Shade")
                          and s["ppw.PreviewShading"].split()[4] == "1", "[+]Shade Settings unfolds the group")
+        # The fold button now has the focus: the play keys still reach the clock.
+        app.key("End")
+        app.wait_for(lambda s: s["frame"] == "99", "End with a button focused")
+        app.key("Left")
+        s = app.wait_for(lambda s: s["frame"] == "98", "Left with a button focused")
         x, y, w, h, _ = [int(v) for v in s["ppw.PreviewShading"].split()]
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
         app.wait_for(lambda s: s["pp.PreviewShading"] == "Emboss Shading", "Emboss Shading chosen")
