@@ -20,6 +20,17 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mCConfList.Add(&mbItemToolTip, L"ToolTip=", L"1");
     mpBoxSize = std::make_unique<Parameters_cls>(6, L"BoxSize");
     mpBoxRotate = std::make_unique<Parameters_cls>(4, L"BoxRotate");
+    // Constant at the start: the whole unit box, no rotation.
+    auto constant = [](Parameters_cls& set, std::vector<double> values) {
+        Parameters_cls::Snapshot snapshot;
+        KeyFrame_cls key(set.GetDimension());
+        key.Set(0.0, kInterpHermiteAuto, values.data(), nullptr, nullptr, false);
+        snapshot.vKeys.push_back(key);
+        snapshot.vCurrent = std::move(values);
+        set.RestoreSnapshot(snapshot);
+    };
+    constant(*mpBoxSize, {0.0, 0.0, 0.0, 1.0, 1.0, 1.0});
+    constant(*mpBoxRotate, {0.0, 0.0, 0.0, 0.0});
     // The clock comes before the slots, which follow it.
     mpTimeCtrl = std::make_unique<TimeCtrl_cls>();
     mpSeqCtrl = std::make_unique<DF3SeqCtrl_cls>(mpTimeCtrl.get());

@@ -144,7 +144,6 @@ wxEND_EVENT_TABLE()
     RunStartupThreads();
 
     // 6. The animation model, views, panels, time line, status bar, recent menu.
-    CreateAnimationModel();
     for (int i = 0; i < kViewCount; ++i) {
         const auto view = i < 4 ? static_cast<Camera_cls::FixedView>(i) : Camera_cls::kViewPerspective;
         mvViewCtrl[static_cast<size_t>(i)] = std::make_unique<GLCanvasCtrl_cls>(i, view);
@@ -157,10 +156,10 @@ wxEND_EVENT_TABLE()
     BuildViews();
     BuildControlPanel();
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
-    mpTimeLine = new TimeLineGUI_cls(this, mpTimeCtrl.get());
-    mpTimeLine->SetParameterSets({{L"BoxSize", mpBoxSize.get()},
-                                  {L"BoxRotate", mpBoxRotate.get()},
-                                  {L"TimeRemap", &mpTimeCtrl->GetTimeRemap()}});
+    mpTimeLine = new TimeLineGUI_cls(this, &mpMain->GetTimeCtrl());
+    mpTimeLine->SetParameterSets({{L"BoxSize", &mpMain->GetBoxSize()},
+                                  {L"BoxRotate", &mpMain->GetBoxRotate()},
+                                  {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}});
     mpTimeLine->SetPlayStateListener([this] {
         UpdateAnimationMenu();
         WakeIdle();
@@ -185,7 +184,7 @@ wxEND_EVENT_TABLE()
     UpdateRecentMenu();
 
     // The views show the clock's frame; the menus and the title follow the history.
-    miTimeListener = mpTimeCtrl->AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
+    miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
     miUndoListener = GetUndoManager().AddListener([this](uint32_t) {
         UpdateEditMenu();
         UpdateTitle();
@@ -195,7 +194,7 @@ wxEND_EVENT_TABLE()
     SetBaseTitle(title);
     UpdateEditMenu();
     UpdateAnimationMenu();
-    mpTimeCtrl->DispatchTimeData();
+    mpMain->GetTimeCtrl().DispatchTimeData();
     LayoutViews();
     mCLastFrameMark = std::chrono::steady_clock::now();
     if (const char* stateFile = std::getenv("TESSAN_STATE_FILE"))
@@ -205,7 +204,7 @@ wxEND_EVENT_TABLE()
 FrameMain_cls::~FrameMain_cls()
 {
     GetUndoManager().RemoveListener(miUndoListener);
-    mpTimeCtrl->RemoveListener(miTimeListener);
+    mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     // The panels hold the clock and the parameter sets, which die with this object: the child
     // windows go first.
     DestroyChildren();
@@ -214,27 +213,13 @@ FrameMain_cls::~FrameMain_cls()
     MainGLCanvas_cls::ReleaseContext();
 }
 
-void FrameMain_cls::CreateAnimationModel()
-{
-    mpTimeCtrl = std::make_unique<TimeCtrl_cls>();
-    mpBoxSize = std::make_unique<Parameters_cls>(6, L"BoxSize");
-    mpBoxRotate = std::make_unique<Parameters_cls>(3, L"BoxRotate");
-    // Constant at the start: the whole unit box, no rotation.
-    auto constant = [](Parameters_cls& set, std::vector<double> values) {
-        Parameters_cls::Snapshot snapshot;
-        KeyFrame_cls key(set.GetDimension());
-        key.Set(0.0, kInterpHermiteAuto, values.data(), nullptr, nullptr, false);
-        snapshot.vKeys.push_back(key);
-        snapshot.vCurrent = std::move(values);
-        set.RestoreSnapshot(snapshot);
-    };
-    constant(*mpBoxSize, {0.0, 0.0, 0.0, 1.0, 1.0, 1.0});
-    constant(*mpBoxRotate, {0.0, 0.0, 0.0});
-}
+TimeCtrl_cls& FrameMain_cls::GetTimeCtrl() { return mpMain->GetTimeCtrl(); }
+Parameters_cls& FrameMain_cls::GetBoxSize() { return mpMain->GetBoxSize(); }
+Parameters_cls& FrameMain_cls::GetBoxRotate() { return mpMain->GetBoxRotate(); }
 
 int FrameMain_cls::GetCurrentFrame() const
 {
-    return mpTimeCtrl ? mpTimeCtrl->GetIndex() : 0;
+    return mpMain->GetTimeCtrl().GetIndex();
 }
 
 void FrameMain_cls::RunStartupThreads()
@@ -392,7 +377,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     }
 
     // 7. Nothing dragged: one release or fetch step (data slots), or a playback step.
-    if (!dragged && mpTimeCtrl->IsPlaying()) {
+    if (!dragged && mpMain->GetTimeCtrl().IsPlaying()) {
         event.Skip();
         ProcPlayTex();
         WriteStateReport();
@@ -481,9 +466,9 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
             // Data slots: DF3SeqCtrl_cls::ReadStrLineAllDF3Sequence sees each line first. The
             // scene part of the controller's import follows: the box sets and the clock (whose
             // "--TimeRemap" block and a set's keys are read from the stream by their owners).
-            if (mpBoxSize->ReadStrLine(stream, line) || mpBoxRotate->ReadStrLine(stream, line))
+            if (mpMain->GetBoxSize().ReadStrLine(stream, line) || mpMain->GetBoxRotate().ReadStrLine(stream, line))
                 continue;
-            if (mpTimeCtrl->ReadStrLine(stream, line))
+            if (mpMain->GetTimeCtrl().ReadStrLine(stream, line))
                 continue;
             mCConfList.ReadStrLineAll(line);
             GetPreference().GetConfList().ReadStrLineAll(line);
@@ -508,8 +493,8 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
         mpSplitter->SetSashPosition(miItemSashPos.Get());
     // The clock repairs what was read as a whole, then tells every panel; the remap check and
     // the preview panel show what was read.
-    mpTimeCtrl->CheckWorkingArea();
-    mpTimeCtrl->DispatchTimeData();
+    mpMain->GetTimeCtrl().CheckWorkingArea();
+    mpMain->GetTimeCtrl().DispatchTimeData();
     UpdateAnimationMenu();
     if (mpPreviewGUI != nullptr)
         mpPreviewGUI->UpdateFromProperty();
@@ -534,9 +519,9 @@ bool FrameMain_cls::SaveConfigure(const std::wstring& path, bool project)
     if (project) {
         // Data slots: the view anchor, parameter groups and the slots come before the clock;
         // the drawing blocks, stereogram and lights between the clock and the box sets.
-        text += mpTimeCtrl->SerializeParam();
-        text += mpBoxSize->Serialize();
-        text += mpBoxRotate->Serialize();
+        text += mpMain->GetTimeCtrl().SerializeParam();
+        text += mpMain->GetBoxSize().Serialize();
+        text += mpMain->GetBoxRotate().Serialize();
         for (const auto& ctrl : mvViewCtrl)
             text += ctrl->SerializeConf();
         text += GetPreviewProperty().SerializeConf();
@@ -857,9 +842,9 @@ void FrameMain_cls::OnAnimCommand(wxCommandEvent& event)
 
 void FrameMain_cls::OnUseTimeRemap(wxCommandEvent& event)
 {
-    mpTimeCtrl->SetBUseTimeRemap(event.IsChecked());
+    mpMain->GetTimeCtrl().SetBUseTimeRemap(event.IsChecked());
     // Data slots: each slot shows the data frame the remap gives for the current frame.
-    mpTimeCtrl->DispatchTimeData();
+    mpMain->GetTimeCtrl().DispatchTimeData();
     SetStatusText(event.IsChecked() ? TrW("Time remap on") : TrW("Time remap off"), 0);
 }
 
@@ -891,7 +876,7 @@ void FrameMain_cls::OnCharHook(wxKeyEvent& event)
     wxCommandEvent command(wxEVT_MENU, id);
     command.SetEventObject(this);
     if (id == kIdUseTimeRemap)
-        command.SetInt(mpTimeCtrl->IsUseTimeRemap() ? 0 : 1);
+        command.SetInt(mpMain->GetTimeCtrl().IsUseTimeRemap() ? 0 : 1);
     ProcessWindowEvent(command);
 }
 
@@ -927,9 +912,9 @@ void FrameMain_cls::UpdateAnimationMenu()
     if (bar == nullptr)
         return;
     if (wxMenuItem* item = bar->FindItem(kIdUseTimeRemap))
-        item->Check(mpTimeCtrl->IsUseTimeRemap());
+        item->Check(mpMain->GetTimeCtrl().IsUseTimeRemap());
     if (wxMenuItem* item = bar->FindItem(kIdStop))
-        item->Enable(mpTimeCtrl->IsPlaying());
+        item->Enable(mpMain->GetTimeCtrl().IsPlaying());
 }
 
 void FrameMain_cls::SetBaseTitle(const std::wstring& title)
@@ -1072,7 +1057,7 @@ void FrameMain_cls::WriteStateReport()
     }
     // The animation: the clock, what the time line's widgets show, the keys on the track and
     // where they are on the screen, the Edit and Animation menus, the preview panel.
-    const TimeCtrl_cls& clock = *mpTimeCtrl;
+    const TimeCtrl_cls& clock = mpMain->GetTimeCtrl();
     text += WStrPrintf("frame=%d\nplaying=%d\n", clock.GetIndex(), clock.IsPlaying() ? 1 : 0);
     text += WStrPrintf("clock=%d %d %d %d %d\n", clock.GetMaxFrame(), clock.GetStep(), clock.GetWAMin(),
                        clock.GetWAMax(), clock.IsRepeat() ? 1 : 0);

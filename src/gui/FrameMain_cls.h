@@ -60,13 +60,12 @@ class FrameMain_cls : public wxFrame
 
     /// The scene frame shown in the views' frame-number guide: the clock's current frame.
     int GetCurrentFrame() const;
-    /// The scene clock. Owned by the window until the controller takes it over with the data
-    /// slots; everything reaches it through this accessor.
-    TimeCtrl_cls& GetTimeCtrl() { return *mpTimeCtrl; }
-    /// The shared box parameter sets ("BoxSize": minX..maxZ in clip fractions; "BoxRotate":
-    /// yaw, pitch, roll in degrees), kept beside the clock for the same reason.
-    Parameters_cls& GetBoxSize() { return *mpBoxSize; }
-    Parameters_cls& GetBoxRotate() { return *mpBoxRotate; }
+    /// The scene clock (owned by the main controller).
+    TimeCtrl_cls& GetTimeCtrl();
+    /// The shared box parameter sets of the main controller ("BoxSize": minX..maxZ in clip
+    /// fractions; "BoxRotate": rotation of the drawing boxes).
+    Parameters_cls& GetBoxSize();
+    Parameters_cls& GetBoxRotate();
     /// The time-line panel.
     TimeLineGUI_cls& GetTimeLine() { return *mpTimeLine; }
     /// Makes view i the one the View menu's camera commands act on.
@@ -122,7 +121,6 @@ class FrameMain_cls : public wxFrame
 
     /// One playback step of the idle loop: advance the clock, aim at one frame per interval.
     void ProcPlayTex();
-    void CreateAnimationModel();
     void UpdateEditMenu();
     void UpdateAnimationMenu();
     /// The title: the base title, marked with "*" while the history is away from its clean mark.
@@ -144,9 +142,6 @@ class FrameMain_cls : public wxFrame
     StartupData mCStartup;
     std::unique_ptr<Shortcut_cls> mpShortcut;
     std::unique_ptr<WxUserPrompt_cls> mpPrompt;
-    std::unique_ptr<TimeCtrl_cls> mpTimeCtrl;
-    std::unique_ptr<Parameters_cls> mpBoxSize;
-    std::unique_ptr<Parameters_cls> mpBoxRotate;
     int miTimeListener = 0;
     int miUndoListener = 0;
     std::wstring mStrBaseTitle;
