@@ -8,7 +8,7 @@ export DEBIAN_FRONTEND=noninteractive
 packages=(
   build-essential cmake ninja-build pkg-config git
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  libwxgtk3.2-dev libgl-dev libglu1-mesa-dev freeglut3-dev mesa-utils libgl1-mesa-dri
+  libwxgtk3.2-dev libgl-dev libglu1-mesa-dev freeglut3-dev mesa-utils libgl1-mesa-dri libosmesa6-dev
   povray povray-includes
   xvfb xauth x11-utils imagemagick xdotool desktop-file-utils
   gettext locales
