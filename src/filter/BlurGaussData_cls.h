@@ -14,6 +14,10 @@ class BlurGaussData_cls : public FilterData_cls
     /// The kernel values for x, y and z when the type is not 0.
     ConfItemFLOATARRAY_cls mvfAssymSize;
 
+    /// The float variant (passes hand floats to each other) instead of the byte variant; the
+    /// chain passes it to ProcessXYZData.
+    ConfItemBOOL_cls mbFloatVariant;
+
     /// The kernel value in use for axis 0 (x), 1 (y) or 2 (z).
     float GetAxisValue(int axis) const;
 };

@@ -452,7 +452,10 @@ std::wstring BlurGauss_cls::GetFilterStatusStr() const
            WStrPrintf("%f", static_cast<double>(mCData.mfKernelSize.Get())) +
            WStrPrintf("%f", static_cast<double>(mCData.mvfAssymSize.Get(0))) +
            WStrPrintf("%f", static_cast<double>(mCData.mvfAssymSize.Get(1))) +
-           WStrPrintf("%f", static_cast<double>(mCData.mvfAssymSize.Get(2)));
+           WStrPrintf("%f", static_cast<double>(mCData.mvfAssymSize.Get(2))) +
+           // The variant changes the bytes; the mark is only added when set, so the status of a
+           // byte-variant blur reads as it always has.
+           (mCData.mbFloatVariant.Get() ? L" float" : L"");
 }
 
 // ---- 4. Workers and the two phases ----

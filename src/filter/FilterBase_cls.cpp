@@ -1,5 +1,6 @@
 #include "filter/FilterBase_cls.h"
 
+#include "config/LineStream_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 
@@ -38,4 +39,27 @@ std::wstring FilterBase_cls::GetLocaleStrLabel()
 std::wstring FilterBase_cls::GetLocaleIndependentStrLabel()
 {
     return GetPData()->GetName();
+}
+
+bool FilterBase_cls::ReadStrLine(LineStream_cls& /*stream*/, const std::wstring& line)
+{
+    return GetPData()->ReadStrLine(line);
+}
+
+void FilterBase_cls::SetIdTag(const std::wstring& tag)
+{
+    mStrIdTag = tag;
+    GetPData()->GetIdTagItem().Set(tag.empty() ? std::wstring(L"!!SKIP!!") : tag);
+}
+
+std::wstring FilterBase_cls::GetSettingsStatusStr() const
+{
+    std::wstring s;
+    // GetPData is not const (items hand out their settings for editing); reading is safe.
+    for (const ConfItem_cls* item : const_cast<FilterBase_cls*>(this)->GetPData()->GetConfList().Items()) {
+        if (item->GetKey() == L"FilterName=" || item->GetKey() == L"FilterIdTag=")
+            continue;
+        s += item->GetItemStr() + L" ";
+    }
+    return s;
 }

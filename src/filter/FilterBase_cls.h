@@ -6,6 +6,7 @@
 #include <string>
 
 class FilterCtrl_cls;
+class LineStream_cls;
 
 class FilterBase_cls
 {
@@ -28,6 +29,23 @@ class FilterBase_cls
     virtual std::wstring SerializeConf() const = 0;
     /// Hands the frame's normalised time to the item; animated items evaluate their keys.
     virtual void UpdateParameters(double time) {}
+    /// Offers one line of the item's project block (after the tag line, before "--END"); items
+    /// with further lines (parameter sets) may take following lines from `stream`. True when
+    /// the line was the item's.
+    virtual bool ReadStrLine(LineStream_cls& stream, const std::wstring& line);
+
+    /// Output items that consume the data at their place (isosurface, cross-section, object,
+    /// three-view): takes the current data of the chain (sizes[0..2] voxels, x fastest). The
+    /// pointer is valid only during the call; items keep their own copy.
+    virtual void RefreshFilter(const unsigned char* data, const unsigned int* sizes) {}
+    /// Analysis items (fix position, centre of mass): compute on the data of frame `frame`.
+    virtual void DoCalc(const unsigned char* data, const unsigned int* sizes, int frame) {}
+    /// The output item's own need to be refreshed (its result is stale although the chain's
+    /// signature may not say so); false for every other item.
+    virtual bool IsReprocessRequired() const { return false; }
+    /// Box items: the box (fractions 0..1 of the data box, min and max corners) they limit
+    /// drawing and export to. False when the item does not clip.
+    virtual bool GetClippingInformation(double* boxMin, double* boxMax) const { return false; }
 
     /// Sets owner, type code and label; called by each item's constructor. `owner` may be null
     /// for an item that is not (yet) in a chain.
@@ -47,15 +65,22 @@ class FilterBase_cls
 
     /// Identifier tag, unique within the chain (sequence index and running number).
     const std::wstring& GetIdTag() const { return mStrIdTag; }
-    void SetIdTag(const std::wstring& tag) { mStrIdTag = tag; }
+    /// Sets the tag (also shown through the settings' "FilterIdTag=" item).
+    void SetIdTag(const std::wstring& tag);
     /// The signature this item was last processed with (the chain's reprocessing test).
     const std::wstring& GetLastStatusStr() const { return mStrLastStatus; }
     void SetLastStatusStr(const std::wstring& status) { mStrLastStatus = status; }
+    /// The data frame the item last received data of (-1: none); set by the chain.
+    int GetRefreshFrame() const { return miRefreshFrame; }
+    void SetRefreshFrame(int frame) { miRefreshFrame = frame; }
 
     /// The label as the user sees it: a default label is shown translated, a user's own as typed.
     std::wstring GetLocaleStrLabel();
     /// The label as stored ("FilterName="), the same in every locale.
     std::wstring GetLocaleIndependentStrLabel();
+    /// The values of every setting except the label and the tag (which change no result),
+    /// blank-separated: a building block of the status texts.
+    std::wstring GetSettingsStatusStr() const;
 
   private:
     FilterCtrl_cls* mpOwner = nullptr;
@@ -63,4 +88,5 @@ class FilterBase_cls
     bool mbDataFilter = false;
     std::wstring mStrIdTag;
     std::wstring mStrLastStatus;
+    int miRefreshFrame = -1;
 };

@@ -30,6 +30,9 @@ class FilterData_cls
     std::wstring SerializeConf() const { return mCConfList.SerializeAll(); }
     /// The item list (for the chain's generic settings commands and the panels).
     ConfItemList_cls& GetConfList() { return mCConfList; }
+    /// The identifier tag as a string item ("FilterIdTag="): shown by the panels, but a tag is
+    /// only valid in the running session, so the chain blanks it ("!!SKIP!!") while writing.
+    ConfItemSTR_cls& GetIdTagItem() { return mCIdTag; }
 
   protected:
     ConfItemList_cls mCConfList;
@@ -37,4 +40,5 @@ class FilterData_cls
   private:
     ConfItemBOOL_cls mCFilterValid;
     ConfItemSTR_cls mCFilterName;
+    ConfItemSTR_cls mCIdTag;
 };

@@ -55,3 +55,10 @@ bool FilterWithParameter_cls::ReadParameters(LineStream_cls& stream, const std::
     ApplyParameterValues(mCParameters.GetPInterpolatedValue(-1.0));
     return true;
 }
+
+bool FilterWithParameter_cls::ReadStrLine(LineStream_cls& stream, const std::wstring& line)
+{
+    if (ReadParameters(stream, line))
+        return true;
+    return FilterBase_cls::ReadStrLine(stream, line);
+}

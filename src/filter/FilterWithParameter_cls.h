@@ -37,6 +37,8 @@ class FilterWithParameter_cls : public FilterBase_cls
     void UpdateParameters(double time) override;
     /// Reads the set's text form when `firstLine` opens it; the item's settings follow the set.
     bool ReadParameters(LineStream_cls& stream, const std::wstring& firstLine);
+    /// A block line: the parameter set's text form, else a settings line.
+    bool ReadStrLine(LineStream_cls& stream, const std::wstring& line) override;
 
   protected:
     /// Copies the set's values (dimension of them) into the item's own settings.

@@ -4,6 +4,7 @@
 #include "config/LineStream_cls.h"
 #include "config/PreviewProperty_cls.h"
 #include "config/TextFormat.h"
+#include "filter/FilterCtrl_cls.h"
 #include "volume/DF3_cls.h"
 #include "volume/TexObjectJobsHeadless_cls.h"
 
@@ -39,6 +40,12 @@ DF3SeqCtrl_cls::DF3SeqCtrl_cls(TimeCtrl_cls* clock) : mpTimeCtrl(clock)
         mvpSequence[static_cast<size_t>(s)]->Link(this, s, clock);
     }
     GetPreviewProperty().SetFilterProcessRequiredHook([this](int slot) { return IsFilterProcessRequired(slot); });
+    // Each slot's chain writes its blocks after the slot's file block and reads them back while
+    // its "ActiveDataSlot=" section is selected.
+    SetSlotBlockHooks([this](int slot) { return GetSequence(slot).GetFilterCtrl().SerializeConf(); },
+                      [this](int slot, LineStream_cls& stream, const std::wstring& line) {
+                          return GetSequence(slot).GetFilterCtrl().ReadStrLine(stream, line);
+                      });
 }
 
 DF3SeqCtrl_cls::~DF3SeqCtrl_cls()

@@ -6,6 +6,7 @@
 #include "config/PreviewProperty_cls.h"
 #include "config/TextFormat.h"
 #include "config/UserPrompt_cls.h"
+#include "filter/FilterCtrl_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3_cls.h"
 #include "volume/NumberedSeries_cls.h"
@@ -88,7 +89,7 @@ std::wstring FileName(const std::wstring& path)
 
 // ---- settings and owner links --------------------------------------------------------------------
 
-DF3Sequence_cls::DF3Sequence_cls()
+DF3Sequence_cls::DF3Sequence_cls() : mpFilterCtrl(std::make_unique<FilterCtrl_cls>(this, 0))
 {
     mCConfList.Add(&mCDownSizeSRC, L"DownSizeSRC=", L"1 1 1");
 }
@@ -101,6 +102,7 @@ void DF3Sequence_cls::Link(DF3SeqCtrl_cls* ctrl, int slot, TimeCtrl_cls* clock)
     miSlot = slot;
     mpTimeCtrl = clock;
     miLastEvaluated = -1;
+    mpFilterCtrl->SetSequenceIndex(slot);
 }
 
 uint32_t DF3Sequence_cls::GetDownSizeSRC(int axis) const
@@ -589,25 +591,42 @@ void DF3Sequence_cls::SetRemap(bool active, float factor)
 // ---- processing ----------------------------------------------------------------------------------
 
 bool DF3Sequence_cls::ProcessXYZData(uint8_t* out, const uint8_t* in, const uint32_t* size, bool blend, float factor,
-                                     const uint8_t* next)
+                                     const uint8_t* next, int frame)
 {
     if (!out || !in)
         return false;
+    mpFilterCtrl->SetProcessFrame(frame);
+    const bool ok = mpFilterCtrl->ProcessXYZData(out, in, size, blend, factor, next);
+    if (mpFilterCtrl->WasOutputWritten())
+        return ok;
+    // No volume item: what is drawn and exported is the (blended) frame itself.
     size_t n = static_cast<size_t>(size[0]) * size[1] * size[2];
     if (blend && factor != 0.0f && next) {
-        // Single precision and truncation, as the filter chain will blend.
+        // Single precision and truncation, as the chain blends.
         const float keep = 1.0f - factor;
         for (size_t i = 0; i < n; ++i) {
             float v = static_cast<float>(in[i]) * keep + static_cast<float>(next[i]) * factor;
-            // A factor outside 0..1 must not turn into an undefined float-to-byte conversion.
             v = v < 0.0f ? 0.0f : (v > 255.0f ? 255.0f : v);
             out[i] = static_cast<uint8_t>(v);
         }
-        return true;
+        return ok;
     }
     if (out != in)
         std::memcpy(out, in, n);
-    return true;
+    return ok;
+}
+
+bool DF3Sequence_cls::IsReprocessRequiredFor(int frame)
+{
+    const double time = Parameters_cls::GetCurrentDoubleIndex();
+    mpFilterCtrl->UpdateParameters(time);
+    const bool chain = mpFilterCtrl->IsReprocessRequired(frame, time, nullptr);
+    return chain || mbReprocessRequired;
+}
+
+bool DF3Sequence_cls::IsFilterProcessRequired() const
+{
+    return mbFilterProcessRequired || mpFilterCtrl->CountEffectiveDataFilterNumber() > 0;
 }
 
 // ---- file block of project files -----------------------------------------------------------------

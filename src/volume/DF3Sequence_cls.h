@@ -16,6 +16,7 @@
 
 class DF3_cls;
 class DF3SeqCtrl_cls;
+class FilterCtrl_cls;
 class LineStream_cls;
 class TexObjectJobs_cls;
 class TimeCtrl_cls;
@@ -137,16 +138,27 @@ class DF3Sequence_cls
     void SetRemap(bool active, float factor);
 
     // ---- processing ----------------------------------------------------------------------------
-    /// Runs the slot's processing on n = size[0]*size[1]*size[2] voxels from `in` into `out`.
-    /// When blend is set, factor is non-zero and next is given, the input is first blended with
-    /// the neighbour frame as trunc(in*(1-f) + next*f) in single precision. `in` is never written.
+    /// The slot's filter chain (owned by the slot, never null).
+    FilterCtrl_cls& GetFilterCtrl() { return *mpFilterCtrl; }
+    const FilterCtrl_cls& GetFilterCtrl() const { return *mpFilterCtrl; }
+    /// Runs the slot's filter chain on n = size[0]*size[1]*size[2] voxels from `in` into `out`
+    /// for data frame `frame` (-1: the current one). When blend is set, factor is non-zero and
+    /// next is given, the input is first blended with the neighbour frame as
+    /// trunc(in*(1-f) + next*f) in single precision. Without a volume item in the chain, `out`
+    /// receives the (blended) input. `in` is never written.
     bool ProcessXYZData(uint8_t* out, const uint8_t* in, const uint32_t* size, bool blend, float factor,
-                        const uint8_t* next);
-    /// Whether frames that were processed must be processed again (settings changed).
+                        const uint8_t* next, int frame = -1);
+    /// Whether frames must be processed again regardless of the chain (set by callers that
+    /// changed something the chain's signature cannot see).
     bool IsReprocessRequired() const { return mbReprocessRequired; }
     void SetReprocessRequired(bool required) { mbReprocessRequired = required; }
-    /// Whether exports must write processed voxels rather than the voxels as read.
-    bool IsFilterProcessRequired() const { return mbFilterProcessRequired; }
+    /// Whether data frame `frame` must be processed (again): the chain's signature at the
+    /// current time differs from the one the frame was last processed with, an output item
+    /// needs it, or SetReprocessRequired says so. Records the new signature. GUI thread.
+    bool IsReprocessRequiredFor(int frame);
+    /// Whether exports and the preview must use processed voxels rather than the voxels as
+    /// read: the chain changes what its volume item receives, or SetFilterProcessRequired.
+    bool IsFilterProcessRequired() const;
     void SetFilterProcessRequired(bool required) { mbFilterProcessRequired = required; }
 
     // ---- file block of project files -----------------------------------------------------------
@@ -182,4 +194,5 @@ class DF3Sequence_cls
     float mfRemapFactor = 0.0f;
     bool mbReprocessRequired = false;
     bool mbFilterProcessRequired = false;
+    std::unique_ptr<FilterCtrl_cls> mpFilterCtrl;
 };

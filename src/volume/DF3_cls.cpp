@@ -214,7 +214,9 @@ int DF3_cls::GetConstructPercent() const
 
 bool DF3_cls::ProcessXYZData()
 {
-    if (mbProcessed && !(mpOwner && mpOwner->IsReprocessRequired()))
+    // Asked every time, so that the chain records the signature this frame is processed with.
+    const bool required = mpOwner && mpOwner->IsReprocessRequiredFor(GetSelfIndex());
+    if (mbProcessed && !required)
         return true;
     if (!mbAllocated)
         return true;
@@ -229,7 +231,7 @@ bool DF3_cls::ProcessXYZData()
     if (!mpOwner)
         return DF3Sequence_cls().ProcessXYZData(mpProcessedData.get(), mpXYZData.get(), size, false, 0.0f, nullptr);
     return mpOwner->ProcessXYZData(mpProcessedData.get(), mpXYZData.get(), size, mpOwner->IsRemap(),
-                                   mpOwner->GetRemapInterpolateFactor(), next);
+                                   mpOwner->GetRemapInterpolateFactor(), next, GetSelfIndex());
 }
 
 // --- reading dispatch -------------------------------------------------------------------------

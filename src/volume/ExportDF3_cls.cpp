@@ -174,8 +174,8 @@ bool ExportDF3_cls::OutputDF3(const std::wstring& path, const bool* doubleAxes)
     const uint8_t* data = mpDF3->GetXYZData();
     DF3Sequence_cls* owner = mpDF3->GetOwner();
     if (owner && owner->IsFilterProcessRequired()) {
-        if (!mpDF3->IsProcessed())
-            mpDF3->ProcessXYZData();
+        // The frame decides through the chain's signature whether its processed voxels are stale.
+        mpDF3->ProcessXYZData();
         data = mpDF3->GetProcessedData();
     }
 

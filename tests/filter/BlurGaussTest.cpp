@@ -343,7 +343,7 @@ TEST(BlurGaussSettings, KeysInOrderAndReadBack)
     BlurGauss_cls blur;
     EXPECT_EQ(blur.GetData().SerializeConf(), L"FilterValid=1\nFilterName=Gauss Blur\nGaussBlurKernelType=0\n"
                                               L"GaussBlurKernelSize=0.000000\nGaussBlurAssymSize=0.000000 "
-                                              L"0.000000 0.000000\n");
+                                              L"0.000000 0.000000\nGaussBlurFloat=0\n");
     BlurGauss_cls other;
     for (const wchar_t* line :
          {L"FilterValid=0", L"GaussBlurKernelType=1", L"GaussBlurKernelSize=2.5", L"GaussBlurAssymSize=1 2 3"})
