@@ -1,6 +1,7 @@
 #include "pov/LightSRC_cls.h"
 
 #include "anim/Parameters_cls.h"
+#include "anim/UndoManager_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/TextFormat.h"
 
@@ -13,10 +14,12 @@ int LightSRC_cls::AddLight(unsigned kind, const double* position, const double* 
     light.uKind = kind <= kParallel ? kind : kPoint;
     light.pParam = std::make_unique<Parameters_cls>(kDimension, L"Light");
     double values[kDimension] = {position[0], position[1], position[2], rgb[0], rgb[1], rgb[2], energy};
-    // Copied without history: creating a light is no edit of its values.
+    // Made on a scratch set with its own history and copied over: creating a light is no edit
+    // the user could undo.
+    UndoManager_cls scratchHistory;
     Parameters_cls constant(kDimension, L"Light");
-    for (unsigned i = 0; i < kDimension; ++i)
-        constant.GetPCurrentValue()[i] = values[i];
+    constant.SetUndoManager(&scratchHistory);
+    constant.InitSet(values);
     light.pParam->CopyFromP(&constant);
     mvLights.push_back(std::move(light));
     return static_cast<int>(mvLights.size()) - 1;

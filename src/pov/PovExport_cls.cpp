@@ -201,7 +201,9 @@ bool PovExport_cls::OutputPovRayMain(std::ofstream& file, const std::string& pat
     if (!file)
         return false;
 
-    std::wstring body;
+    // The gamma the scene's colours are given in; without it the ray tracer falls back to its
+    // legacy gamma handling and says so on every render.
+    std::wstring body = WStrPrintf("global_settings { assumed_gamma %g }\n", mCPovRay.GetAssumedGamma());
     if (mMask)
         body += mMask();
     if (mColorMaps)
@@ -218,8 +220,12 @@ bool PovExport_cls::OutputPovRayMain(std::ofstream& file, const std::string& pat
         return false;
     ObjectsText objects = mObjects ? mObjects(frame, time) : ObjectsText{};
     body += objects.strDeclare;
-    if (!members.empty() || !objects.strInstances.empty())
+    if (boxes.size() == 1 && objects.strInstances.empty()) {
+        // A lone box needs no union (the ray tracer warns about a union of one object).
+        body += members.substr(1);
+    } else if (!members.empty() || !objects.strInstances.empty()) {
         body += L"union {\n" + members + objects.strInstances + L"}\n";
+    }
     file << Narrow(body);
     return static_cast<bool>(file);
 }

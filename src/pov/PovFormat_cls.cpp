@@ -10,6 +10,7 @@ PovFormat_cls::PovFormat_cls()
     AddItem(&mfAntialiasThreshold, L"PovAntialiasThreshold=", L"0.3");
     AddItem(&muAntialiasDepth, L"PovAntialiasDepth=", L"3");
     AddItem(&muOutputType, L"PovOutputType=", L"0");
+    AddItem(&mbDisplay, L"PovDisplay=", L"0");
 }
 
 double PovFormat_cls::GetAspect() const
@@ -43,5 +44,6 @@ std::wstring PovFormat_cls::GetIniText() const
         s += L"Antialias=Off\n";
     }
     s += WStrPrintf("Output_File_Type=%c\nOutput_Alpha=Off\n", kLetters[type]);
+    s += GetDisplay() ? L"Display=On\n" : L"Display=Off\n";
     return s;
 }

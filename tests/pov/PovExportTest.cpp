@@ -277,8 +277,12 @@ TEST_F(ExportFixture, RenderedVolumeLandsWhereTheCameraProjectsIt)
     PovRayOptions opt;
     opt.width = w;
     opt.height = h;
+    // The exported option file names the language version ("Version=3.7"); so does this option.
+    ASSERT_NE(ReadFileText(mDir.File("povsnap0000.ini")).find("Version=3.7\n"), std::string::npos);
+    opt.vExtraOptions.push_back("+MV3.7");
     PovRayResult r = RunPovRay(ReadFileText(mDir.File("povsnap0000.pov")), opt);
     ASSERT_TRUE(r.Ok()) << r.err;
+    EXPECT_FALSE(r.bParseWarning) << r.err;
     double sum = 0, sx = 0, sy = 0;
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {

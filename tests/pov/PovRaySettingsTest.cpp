@@ -98,7 +98,7 @@ TEST(PovRaySettings, OptionFileAndRemoveCommands)
     EXPECT_EQ(Narrow(ini), "Version=3.7\nDisplay_Gamma=1.000000\nFile_Gamma=1.000000\nWork_Threads=3\n"
                            "Render_Block_Size=32\nMax_Image_Buffer_Memory=1\nWidth=640\nHeight=480\n"
                            "Antialias=On\nAntialias_Threshold=0.3\nAntialias_Depth=3\nOutput_File_Type=N\n"
-                           "Output_Alpha=Off\nInput_File_Name=\"/data/wd/povanim0007.pov\"\n"
+                           "Output_Alpha=Off\nDisplay=Off\nInput_File_Name=\"/data/wd/povanim0007.pov\"\n"
                            "Output_File_Name=\"./povanim0007\"\n");
     EXPECT_TRUE(pov.GetPostSceneCommands().empty());
 
