@@ -2,6 +2,7 @@
 // failures, the real ray tracer on an exported volume (placement against the camera model), and
 // sequence and snapshot renders through the render threads.
 #include "anim/TimeCtrl_cls.h"
+#include "color/Coloring_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/RecordingPrompt_cls.h"
 #include "config/TextFormat.h"
@@ -388,6 +389,94 @@ TEST_F(ExportFixture, SnapshotTableHoldsSixteenThreads)
     EXPECT_EQ(pov.CountRunningSnapThreads(), 0);
     EXPECT_TRUE(pov.RenderByPovSnap(L"again")); // a finished slot is reused
     pov.WaitForThreads();
+}
+
+TEST_F(ExportFixture, ColouredVolumeShowsItsMapHue)
+{
+    if (!IsPovRayAvailable())
+        GTEST_SKIP() << "POV-Ray not installed";
+    Coloring_cls coloring;
+    // A palette and a density at which it has a clear hue.
+    int index = -1;
+    int strongest = 0;
+    float density = 0;
+    for (int i = 1; i <= 9 && index < 0; ++i)
+        for (float x : {1.0f, 0.75f, 0.5f}) {
+            float rgb[3];
+            coloring.GetColor(rgb, x, i, true);
+            const float hi = std::max({rgb[0], rgb[1], rgb[2]}), lo = std::min({rgb[0], rgb[1], rgb[2]});
+            if (index < 0 && hi - lo > 0.3f) {
+                index = i;
+                density = x;
+                strongest = static_cast<int>(std::max_element(rgb, rgb + 3) - rgb);
+            }
+        }
+    ASSERT_GE(index, 1) << "no coloured palette";
+    mExport.SetColoring(&coloring);
+    mExport.mDataBoxes = [this, index](int) {
+        PovExport_cls::DataBox box;
+        box.pVoxels = mvVoxels.data();
+        box.uX = box.uY = box.uZ = muN;
+        box.iColorIndex = index;
+        box.fEmission = 0.6f; // below saturation, so the hue survives
+        return std::vector<PovExport_cls::DataBox>{box};
+    };
+    mvVoxels.assign(static_cast<size_t>(muN) * muN * muN, static_cast<uint8_t>(density * 255.0f));
+    mExport.GetPovRay().GetFormat().SetSize(16, 12);
+    ASSERT_TRUE(mExport.ProcOutputPovRay(1));
+    const std::string scene = ReadFileText(mDir.File("povsnap0001.pov"));
+    const size_t macro = scene.find("#macro CLRMAP");
+    ASSERT_NE(macro, std::string::npos);
+    EXPECT_LT(macro, scene.find("#declare BOX_0="));
+    PovRayOptions opt;
+    opt.width = 16;
+    opt.height = 12;
+    opt.vExtraOptions.push_back("+MV3.7");
+    PovRayResult r = RunPovRay(scene, opt);
+    ASSERT_TRUE(r.Ok()) << r.err;
+    const auto px = r.image.Pixel(8, 6);
+    EXPECT_GT(px[0] + px[1] + px[2], 0.1);
+    EXPECT_EQ(std::max_element(px.begin(), px.end()) - px.begin(), strongest);
+    EXPECT_GT(*std::max_element(px.begin(), px.end()) - *std::min_element(px.begin(), px.end()), 0.1)
+        << "the volume is grey: the colour map was not applied: " << px[0] << " " << px[1] << " " << px[2];
+}
+
+TEST_F(ExportFixture, StopRequestEndsTheExportAtTheNextFrame)
+{
+    mClock.SetWA(0, 9);
+    int written = 0;
+    mExport.mPumpEvents = [this, &written] {
+        if (++written == 3)
+            mExport.GetPovRay().StopExportAnim(); // the user pressed stop while frame 2 was written
+    };
+    unsigned first = 0, last = 0;
+    EXPECT_FALSE(mExport.OutputPovRayIOAnim(&first, &last, false));
+    EXPECT_TRUE(Exists("povanim0002.pov"));
+    EXPECT_FALSE(Exists("povanim0003.pov"));
+    EXPECT_FALSE(mExport.GetPovRay().IsExporting());
+    // A new export starts afresh.
+    mExport.mPumpEvents = nullptr;
+    EXPECT_TRUE(mExport.OutputPovRayIOAnim(&first, &last, false));
+    EXPECT_TRUE(Exists("povanim0009.pov"));
+}
+
+TEST_F(ExportFixture, StoppingASequenceLetsTheCurrentFrameFinish)
+{
+    PovRay_cls& pov = mExport.GetPovRay();
+    // Each "render" leaves a mark beside its option file after a short while.
+    pov.SetPovRayPath(L"sh -c 'sleep 0.3; touch \"$0.done\"'");
+    mClock.SetWA(0, 3);
+    unsigned first = 0, last = 0;
+    ASSERT_TRUE(mExport.OutputPovRayIOAnim(&first, &last, false));
+    pov.RenderByPovAnim();
+    pov.ProcessRenderAnim(); // starts frame 0
+    EXPECT_TRUE(pov.IsRenderThreadRunning());
+    pov.StopRenderAnim();
+    DriveRender();
+    EXPECT_TRUE(Exists("povanim0000.ini.done"));
+    EXPECT_FALSE(Exists("povanim0001.ini.done"));
+    EXPECT_EQ(pov.GetRenderIndex(), 1u);
+    EXPECT_EQ(mPrompt.MessageCount(), 0u);
 }
 
 TEST(LightSource, TextAndProjectBlock)
