@@ -131,6 +131,81 @@ bool PovExport_cls::ProcOutputPovRay(int frame, unsigned eye)
     return true;
 }
 
+// ---- window commands ---------------------------------------------------------------------------
+
+bool PovExport_cls::CommandExportAnim()
+{
+    unsigned first = 0, last = 0;
+    mCPovRay.WaitingForExport(true);
+    const bool ok = OutputPovRayIOAnim(&first, &last, true);
+    mCPovRay.WaitingForExport(false);
+    if (!ok)
+        return false;
+    const unsigned eye = mCPovRay.GetRender().GetStereoEye() != 0 ? 1u : 0u;
+    if (!mCPovRay.WriteRenderScript(eye)) {
+        Prompt()->SetStatusText(TrW("Disk I/O Error"), 0);
+        Prompt()->Message(TrW("File output failed. Please check the working directory and its permission."),
+                          TrW("Write Error"));
+        return false;
+    }
+    return true;
+}
+
+bool PovExport_cls::CommandRenderAnim()
+{
+    if (mCPovRay.IsRendering()) {
+        if (Prompt()->AskYesNo(TrW("Rendering sequence is running.\nStop the rendering?\n(Rendering stops after the "
+                                   "current frame is finished.)"),
+                               TrW("Render Anim by Pov-Ray"), false))
+            mCPovRay.StopRenderAnim();
+        return false;
+    }
+    if (!Prompt()->AskYesNo(TrW("You are goint to render sequence.\nExecute it now?"), TrW("Render Anim by Pov-Ray"),
+                            true))
+        return false;
+    unsigned first = 0, last = 0;
+    mCPovRay.WaitingForExport(true);
+    const bool ok = OutputPovRayIOAnim(&first, &last, false);
+    mCPovRay.StopExportAnim();
+    mCPovRay.WaitingForExport(false);
+    if (!ok)
+        return false;
+    mCPovRay.RenderByPovAnim();
+    return true;
+}
+
+bool PovExport_cls::CommandSnapshot(bool render)
+{
+    std::vector<unsigned> eyes{0};
+    if (mCPovRay.GetRender().GetStereoEye() != 0) {
+        int answer = miStereoSnapAlways;
+        if (answer < 0) {
+            const std::wstring text = (render ? TrW("Rendering with Stereogram.\nSelect Rendering type.")
+                                              : TrW("Exporting with Stereogram.\nSelect Export type.")) +
+                                      TrW("\n\n*)To Render 2 images,\nCheck off [Keep Single Instance]");
+            answer = Prompt()->AskChoice(text, TrW("Stereogram Snapshot"),
+                                         {TrW("0: Take two stereogram snapshots."), TrW("1: Take only one snapshot."),
+                                          TrW("2: Take two stereogram snapshots always."),
+                                          TrW("3: Take only one snapshot always.")},
+                                         0);
+            if (answer < 0)
+                return false;
+            if (answer >= 2)
+                miStereoSnapAlways = answer;
+        }
+        if (answer == 0 || answer == 2)
+            eyes = {1, 2};
+    }
+    const int frame = mpClock->GetIndex();
+    for (unsigned eye : eyes) {
+        if (!ProcOutputPovRay(frame, eye))
+            return false;
+        if (render)
+            mCPovRay.RenderByPovSnap(mStrLastStem);
+    }
+    return true;
+}
+
 // ---- one frame ---------------------------------------------------------------------------------
 
 Camera_cls PovExport_cls::GetCameraForEye(unsigned eye) const

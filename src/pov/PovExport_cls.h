@@ -5,8 +5,8 @@
 // know is asked through hooks they install; every hook has a headless default so the CLI and
 // the tests export without a window.
 //
-// Sections: hooks and owned settings; pre-flight check; sequence export; one frame; scene text;
-// data boxes.
+// Sections: hooks and owned settings; pre-flight check; sequence export; window commands; one
+// frame; scene text; data boxes.
 #include "pov/Camera_cls.h"
 #include "pov/LightSRC_cls.h"
 #include "pov/PovRay_cls.h"
@@ -98,6 +98,19 @@ class PovExport_cls
     /// The stem of the last frame written.
     const std::wstring& GetLastStem() const { return mStrLastStem; }
 
+    // ---- window commands -----------------------------------------------------------------------
+    /// The "export animation" command: exports the range (with the many-files question) and
+    /// writes "RenderAnim.sh" into the working directory. True when both succeeded.
+    bool CommandExportAnim();
+    /// The "Render Anim" command: while a sequence renders, offers to stop it; otherwise asks
+    /// "You are goint to render sequence.\nExecute it now?", exports the range without the
+    /// many-files question and starts the sequence render. True when a render was started.
+    bool CommandRenderAnim();
+    /// The snapshot command for the current frame: with stereo output, asks which snapshots to
+    /// take (answers 2 and 3 are remembered and not asked again); exports each and, with render,
+    /// starts a snapshot render of each. True when every file was written.
+    bool CommandSnapshot(bool render);
+
     // ---- one frame ---------------------------------------------------------------------------
     /// Writes working dir + "/" + stem + ".pov" and ".ini" (and the frame's density files).
     bool OutputPovRayIO(const std::wstring& stem, int frame, unsigned eye = 0);
@@ -126,4 +139,5 @@ class PovExport_cls
     Coloring_cls* mpColoring = nullptr;
     UserPrompt_cls* mpPrompt = nullptr;
     std::wstring mStrLastStem;
+    int miStereoSnapAlways = -1; ///< remembered stereo snapshot answer (2 or 3), -1 none
 };

@@ -479,6 +479,74 @@ TEST_F(ExportFixture, StoppingASequenceLetsTheCurrentFrameFinish)
     EXPECT_EQ(mPrompt.MessageCount(), 0u);
 }
 
+TEST_F(ExportFixture, ExportAnimCommandWritesTheRenderScript)
+{
+    mClock.SetWA(2, 4);
+    ASSERT_TRUE(mExport.CommandExportAnim());
+    EXPECT_TRUE(Exists("povanim0004.ini"));
+    const std::string script = ReadFileText(mDir.File("RenderAnim.sh"));
+    EXPECT_EQ(script.rfind("trap ctrl_c INT\nfunction ctrl_c() {\n", 0), 0u);
+    EXPECT_NE(script.find("do povray 0x"), std::string::npos);
+    const std::string tail = "${f}.ini; done"; // the last line has no newline
+    ASSERT_GE(script.size(), tail.size());
+    EXPECT_EQ(script.substr(script.size() - tail.size()), tail);
+    EXPECT_FALSE(mExport.GetPovRay().IsExportWaiting());
+}
+
+TEST_F(ExportFixture, RenderAnimCommandAsksThenOffersToStop)
+{
+    PovRay_cls& pov = mExport.GetPovRay();
+    pov.SetPovRayPath(L"true");
+    mClock.SetWA(0, 1);
+    mPrompt.QueueAnswer(0);
+    EXPECT_FALSE(mExport.CommandRenderAnim());
+    EXPECT_EQ(CountQuestions(L"You are goint to render sequence.\nExecute it now?"), 1u);
+    EXPECT_FALSE(Exists("povanim0000.pov"));
+    EXPECT_FALSE(pov.IsRendering());
+
+    mPrompt.QueueAnswer(1);
+    ASSERT_TRUE(mExport.CommandRenderAnim());
+    EXPECT_TRUE(Exists("povanim0001.pov"));
+    EXPECT_TRUE(pov.IsRendering());
+    EXPECT_FALSE(pov.IsExporting());
+    mPrompt.QueueAnswer(1);
+    EXPECT_FALSE(mExport.CommandRenderAnim());
+    EXPECT_EQ(CountQuestions(L"Rendering sequence is running.\nStop the rendering?\n(Rendering stops after the "
+                             L"current frame is finished.)"),
+              1u);
+    EXPECT_FALSE(pov.IsRendering());
+    DriveRender();
+}
+
+TEST_F(ExportFixture, StereoSnapshotChoices)
+{
+    mExport.GetPovRay().GetRender().SetStereoEye(1);
+    mClock.SetIndex(7);
+    mPrompt.QueueAnswer(-1);
+    EXPECT_FALSE(mExport.CommandSnapshot(false));
+    const auto asked = mPrompt.Entries().back();
+    EXPECT_EQ(asked.kind, RecordingPrompt_cls::Kind::Choice);
+    EXPECT_EQ(asked.title, L"Stereogram Snapshot");
+    EXPECT_EQ(asked.text, L"Exporting with Stereogram.\nSelect Export type.\n\n*)To Render 2 images,\nCheck off "
+                          L"[Keep Single Instance]");
+
+    mPrompt.QueueAnswer(0);
+    ASSERT_TRUE(mExport.CommandSnapshot(false));
+    EXPECT_TRUE(Exists("povsnapL0007.pov"));
+    EXPECT_TRUE(Exists("povsnapR0007.pov"));
+    EXPECT_FALSE(Exists("povsnap0007.pov"));
+
+    mPrompt.QueueAnswer(3); // one snapshot, and do not ask again
+    ASSERT_TRUE(mExport.CommandSnapshot(false));
+    EXPECT_TRUE(Exists("povsnap0007.pov"));
+    fs::remove(mDir.Path() / "povsnap0007.pov");
+    const size_t before = mPrompt.Entries().size();
+    ASSERT_TRUE(mExport.CommandSnapshot(false));
+    EXPECT_TRUE(Exists("povsnap0007.pov"));
+    for (size_t i = before; i < mPrompt.Entries().size(); ++i)
+        EXPECT_NE(mPrompt.Entries()[i].kind, RecordingPrompt_cls::Kind::Choice);
+}
+
 TEST(LightSource, TextAndProjectBlock)
 {
     LightSRC_cls lights;
