@@ -25,6 +25,15 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mpTimeCtrl = std::make_unique<TimeCtrl_cls>();
     mpSeqCtrl = std::make_unique<DF3SeqCtrl_cls>(mpTimeCtrl.get());
     mpPovExport = std::make_unique<PovExport_cls>(mpTimeCtrl.get());
+    // Only density files can be written as ray-tracer media; image stacks would have to be
+    // converted first.
+    mpPovExport->mIsAllDataDF3 = [this] {
+        for (int slot = 0; slot < 4; ++slot)
+            for (const auto& entry : mpSeqCtrl->GetSequence(slot).GetFileList())
+                if (entry.iFormat != 0)
+                    return false;
+        return true;
+    };
 }
 
 Main_cls::~Main_cls()
