@@ -88,7 +88,8 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
     GetMinMaxValue(data);
 
     const unsigned workerFlags = (mbNormals ? ThreadMarching::kFlagNormals : 0u) |
-                                 ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u);
+                                 ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u) |
+                                 ((flags & kFlagCubeByCube) ? ThreadMarching::kFlagCubeByCube : 0u);
     miMarchedBlocks = 0;
     // Blocks are handed out z-slab by z-slab, then y, then x: the full weld relies on that order.
     for (MarchingBlock_cls& b : mvBlocks) {
@@ -106,7 +107,8 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
             continue;
         }
         ++miMarchedBlocks;
-        mCThreadCtrl.WaitForThreadsAndRun(std::make_unique<ThreadMarching>(data, miSize, miLevel, workerFlags, &b));
+        mCThreadCtrl.WaitForThreadsAndRun(
+            std::make_unique<ThreadMarching>(data, miSize, miLevel, workerFlags, &b, &mCScratchPool));
     }
     mCThreadCtrl.WaitAllThreadsEnd();
     return true;
@@ -155,6 +157,8 @@ template <class T> void Release(std::vector<T>& v, bool keepCapacity)
 
 void MarchingCube_cls::Clear(int keepCapacity)
 {
+    if (keepCapacity == 0)
+        mCScratchPool.Clear();
     for (MarchingBlock_cls& b : mvBlocks) {
         Release(b.mvPos, keepCapacity != 0);
         Release(b.mvNorm, keepCapacity != 0);

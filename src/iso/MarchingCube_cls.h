@@ -3,6 +3,7 @@
 // mesh2 / Wavefront OBJ text of the welded surface.
 #include "filter/MultiThreadCtrl_cls.h"
 #include "iso/MarchingBlock_cls.h"
+#include "iso/MarchingScratch_cls.h"
 
 #include <cstdint>
 #include <string>
@@ -24,6 +25,9 @@ class MarchingCube_cls
     /// are the same as OptimizeVertices() gives, but the unshared arrays are never stored (they
     /// are the largest arrays of the extraction), so only the counts of that stage remain.
     static constexpr unsigned kFlagWeldInBlock = 2u;
+    /// Option bit for ThreadControlMain: march cube by cube instead of classifying each block
+    /// first. Same results, bit for bit, and slower; kept as the reference of the fast march.
+    static constexpr unsigned kFlagCubeByCube = 4u;
     /// Decimals written for positions and normals.
     static constexpr int kPrecisionPosition = 6;
     static constexpr int kPrecisionNormal = 3;
@@ -92,6 +96,7 @@ class MarchingCube_cls
     void SetBlockRanges();
 
     MultiThreadCtrl_cls mCThreadCtrl;
+    MarchingScratchPool_cls mCScratchPool;
     std::vector<MarchingBlock_cls> mvBlocks;
     std::vector<float> mvPosFull;
     std::vector<float> mvNormFull;

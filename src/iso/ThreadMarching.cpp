@@ -5,14 +5,18 @@
 //   2. Edge offsets, trilinear sampling and normals
 //   3. Marching one cube
 //   4. Row and layer loops with uniform-cube skipping
-//   5. Worker entry
+//   5. Classified block march (the default): corner flags, cut edges once, emission in march order
+//   6. Worker entry and the cube-by-cube reference march
 #include "iso/ThreadMarching.h"
 
+#include "config/TessanAssert.h"
 #include "iso/ThreadOptimizeA.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
+#include <memory>
 
 // ---------------------------------------------------------------------------------------------
 // 1. Case tables
@@ -346,10 +350,9 @@ inline void Shift(int& index, float& frac, float d)
     }
 }
 
-} // namespace
-
-float ThreadMarching::GetInterpolatedValue2(const unsigned char* data, const int size[3], const int index[3],
-                                            const float frac[3])
+// The bodies live here as inline functions so that the block march gets them inlined with its
+// constants; the class's static functions are the same code, so results agree bit for bit.
+inline float InterpolateAt(const unsigned char* data, const int size[3], const int index[3], const float frac[3])
 {
     const int nx = size[0], ny = size[1], nz = size[2];
     const int x0 = ClampIndex(index[0], nx), x1 = ClampIndex(index[0] + 1, nx);
@@ -371,8 +374,8 @@ float ThreadMarching::GetInterpolatedValue2(const unsigned char* data, const int
     return fz == 0.0f ? a : a + fz * (plane(z1) - a);
 }
 
-void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size[3], const int index[3],
-                                       const float frac[3], float normal[3])
+inline void NormalAt(const unsigned char* data, const int size[3], const int index[3], const float frac[3],
+                     float normal[3])
 {
     int base[3];
     float f[3];
@@ -386,8 +389,8 @@ void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size
         float fm[3] = {f[0], f[1], f[2]}, fp[3] = {f[0], f[1], f[2]};
         Shift(im[a], fm[a], -0.5f);
         Shift(ip[a], fp[a], 0.5f);
-        float lo = GetInterpolatedValue2(data, size, im, fm);
-        float hi = GetInterpolatedValue2(data, size, ip, fp);
+        float lo = InterpolateAt(data, size, im, fm);
+        float hi = InterpolateAt(data, size, ip, fp);
         normal[a] = (lo - hi) * static_cast<float>(size[a]);
     }
     float len = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
@@ -402,15 +405,30 @@ void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size
     normal[2] /= len;
 }
 
+} // namespace
+
+float ThreadMarching::GetInterpolatedValue2(const unsigned char* data, const int size[3], const int index[3],
+                                            const float frac[3])
+{
+    return InterpolateAt(data, size, index, frac);
+}
+
+void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size[3], const int index[3],
+                                       const float frac[3], float normal[3])
+{
+    NormalAt(data, size, index, frac, normal);
+}
+
 // ---------------------------------------------------------------------------------------------
 // 3. Marching one cube
 // ---------------------------------------------------------------------------------------------
 
 ThreadMarching::ThreadMarching(const unsigned char* data, const int size[3], int level, unsigned flags,
-                               MarchingBlock_cls* out)
+                               MarchingBlock_cls* out, MarchingScratchPool_cls* pool)
     : mpData(data), miSize{size[0], size[1], size[2]},
       muSliceStride(static_cast<size_t>(size[0]) * static_cast<size_t>(size[1])), miLevel(level),
-      mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0), mpOut(out)
+      mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0),
+      mbCubeByCube((flags & kFlagCubeByCube) != 0), mpPool(pool), mpOut(out)
 {
 }
 
@@ -566,22 +584,263 @@ int ThreadMarching::MarchCubeLOOPY(int z)
 }
 
 // ---------------------------------------------------------------------------------------------
-// 5. Worker entry
+// 5. Classified block march
+//
+// The cube-by-cube march reads eight corners per cube and looks every edge up in a cache. Here
+// the block's corner flags and cube patterns are computed first in straight loops that the
+// compiler vectorises; the vertices of the cut edges of a layer are then computed in one sweep,
+// each exactly once and with the same arithmetic as GetEdgeVertex; finally the cut cubes emit
+// their triangles in the order the cube-by-cube march visits them (odd offsets first, then the
+// one before), so the block arrays come out identical, bit for bit.
 // ---------------------------------------------------------------------------------------------
 
-size_t ThreadMarching::CountTriangles() const
+namespace
 {
-    // Triangles per case, from the connection table.
+
+// Triangles per case, from the connection table.
+const std::array<unsigned char, 256>& TriangleCounts()
+{
     static const auto sTriangles = [] {
         std::array<unsigned char, 256> n{};
         for (int c = 0; c < 256; ++c) {
             int k = 0;
-            while (k < 15 && a2iTriangleConnectionTable[c][k] >= 0)
+            while (k < 15 && ThreadMarching::a2iTriangleConnectionTable[c][k] >= 0)
                 k += 3;
             n[static_cast<size_t>(c)] = static_cast<unsigned char>(k / 3);
         }
         return n;
     }();
+    return sTriangles;
+}
+
+// Position k of the march order over n cubes or rows: 1, 0, 3, 2, ... and the last one alone when
+// n is odd.
+inline int MarchOrder(int k, int n)
+{
+    const int o = k ^ 1;
+    return o < n ? o : k;
+}
+
+constexpr uint32_t kNoVertex = UINT32_MAX;
+
+} // namespace
+
+MarchingScratch_cls::Vertex ThreadMarching::MakeVertex(int axis, int x, int y, int z) const
+{
+    // The same expressions as GetEdgeVertex: offset from the edge's lower corner in double,
+    // position per axis as index / size in double, stored as float.
+    const size_t nx = static_cast<size_t>(miSize[0]);
+    const unsigned char* p = mpData + static_cast<size_t>(z) * muSliceStride + static_cast<size_t>(y) * nx + x;
+    const size_t step = axis == 0 ? 1 : (axis == 1 ? nx : muSliceStride);
+    const double t = GetEdgeOffset(p[0], p[step], miLevel);
+    MarchingScratch_cls::Vertex v;
+    const int index[3] = {x, y, z};
+    for (int a = 0; a < 3; ++a)
+        v.mfPos[a] = static_cast<float>(static_cast<double>(index[a]) / miSize[a]);
+    v.mfPos[axis] = static_cast<float>((static_cast<double>(index[axis]) + t) / miSize[axis]);
+    if (mbNormals) {
+        float frac[3] = {0.0f, 0.0f, 0.0f};
+        frac[axis] = static_cast<float>(t);
+        NormalAt(mpData, miSize, index, frac, v.mfNorm);
+    }
+    return v;
+}
+
+// Edge-vertex planes as in the cube-by-cube cache: x and y edges of even voxel layers (0, 1), of odd
+// voxel layers (2, 3), z edges of the cube layer in work (4); each plane has one entry per block point.
+void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
+{
+    const MarchingBlock_cls& b = *mpOut;
+    const int W = b.miEnd[0] - b.miBegin[0], H = b.miEnd[1] - b.miBegin[1];
+    const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
+    const uint8_t* in = s.mvInside.data() + static_cast<size_t>(z - b.miBegin[2]) * plane;
+    uint32_t* ex = s.mvEdgeVertex.data() + static_cast<size_t>((z & 1) * 2) * plane;
+    uint32_t* ey = ex + plane;
+    for (int y = 0; y <= H; ++y) {
+        const uint8_t* r = in + static_cast<size_t>(y) * pw;
+        uint32_t* rx = ex + static_cast<size_t>(y) * pw;
+        for (int x = 0; x < W; ++x)
+            if (r[x] != r[x + 1]) {
+                rx[x] = static_cast<uint32_t>(s.mvVertex.size());
+                s.mvVertex.push_back(MakeVertex(0, b.miBegin[0] + x, b.miBegin[1] + y, z));
+            }
+        if (y == H)
+            break;
+        uint32_t* ry = ey + static_cast<size_t>(y) * pw;
+        for (int x = 0; x <= W; ++x)
+            if (r[x] != r[x + pw]) {
+                ry[x] = static_cast<uint32_t>(s.mvVertex.size());
+                s.mvVertex.push_back(MakeVertex(1, b.miBegin[0] + x, b.miBegin[1] + y, z));
+            }
+    }
+}
+
+void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
+{
+    const MarchingBlock_cls& b = *mpOut;
+    const int W = b.miEnd[0] - b.miBegin[0], H = b.miEnd[1] - b.miBegin[1];
+    const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
+    const uint8_t* lo = s.mvInside.data() + static_cast<size_t>(z - b.miBegin[2]) * plane;
+    const uint8_t* hi = lo + plane;
+    uint32_t* ez = s.mvEdgeVertex.data() + 4 * plane;
+    for (size_t i = 0; i < plane; ++i)
+        if (lo[i] != hi[i]) {
+            ez[i] = static_cast<uint32_t>(s.mvVertex.size());
+            const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
+            s.mvVertex.push_back(MakeVertex(2, b.miBegin[0] + x, b.miBegin[1] + y, z));
+        }
+}
+
+void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
+{
+    MarchingBlock_cls& b = *mpOut;
+    const int W = b.miEnd[0] - b.miBegin[0], H = b.miEnd[1] - b.miBegin[1], D = b.miEnd[2] - b.miBegin[2];
+    const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
+    const size_t nx = static_cast<size_t>(miSize[0]);
+    const int L = miLevel;
+
+    // Corner flags of every point of the block.
+    s.mvInside.resize(plane * (static_cast<size_t>(D) + 1));
+    for (int z = 0; z <= D; ++z)
+        for (int y = 0; y <= H; ++y) {
+            const unsigned char* src = mpData + static_cast<size_t>(b.miBegin[2] + z) * muSliceStride +
+                                       static_cast<size_t>(b.miBegin[1] + y) * nx + static_cast<size_t>(b.miBegin[0]);
+            uint8_t* dst = s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw;
+            for (size_t x = 0; x < pw; ++x)
+                dst[x] = src[x] <= L ? 1 : 0;
+        }
+
+    // Cube patterns (bit i = corner i at or below L) and the triangle count.
+    const auto& triangles = TriangleCounts();
+    s.mvCase.resize(static_cast<size_t>(W) * static_cast<size_t>(H) * static_cast<size_t>(D));
+    size_t triangleNum = 0;
+    for (int z = 0; z < D; ++z)
+        for (int y = 0; y < H; ++y) {
+            const uint8_t* p0 = s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw;
+            const uint8_t* p1 = p0 + pw;
+            const uint8_t* p2 = p0 + plane;
+            const uint8_t* p3 = p2 + pw;
+            uint8_t* c = s.mvCase.data() + (static_cast<size_t>(z) * H + static_cast<size_t>(y)) * W;
+            for (int x = 0; x < W; ++x)
+                c[x] = static_cast<uint8_t>(p0[x] | p0[x + 1] << 1 | p1[x + 1] << 2 | p1[x] << 3 | p2[x] << 4 |
+                                            p2[x + 1] << 5 | p3[x + 1] << 6 | p3[x] << 7);
+            for (int x = 0; x < W; ++x)
+                triangleNum += triangles[c[x]];
+        }
+    const size_t vertexNum = triangleNum * 3;
+    muEmitted = vertexNum;
+    b.muVertexNum = vertexNum;
+    if (triangleNum == 0) {
+        // No cube is cut, so all share their corners' side (neighbours share corners).
+        b.miStatus = s.mvCase[0] == 0 ? MarchingBlock_cls::kAllAbove : MarchingBlock_cls::kAllBelow;
+        if (mbWeld)
+            b.mbOptDone = true;
+        return;
+    }
+    b.miStatus = MarchingBlock_cls::kCut;
+
+    // Output: the unshared arrays at their exact size, or the block-welded lists.
+    float* outPos = nullptr;
+    float* outNorm = nullptr;
+    uint32_t* outIndex = nullptr;
+    if (mbWeld) {
+        b.mvIndexOpt.resize(vertexNum);
+        outIndex = b.mvIndexOpt.data();
+        s.mvUniquePos.resize(vertexNum * 3);
+        if (mbNormals)
+            s.mvUniqueNorm.resize(vertexNum * 3);
+    } else {
+        b.mvPos.resize(vertexNum * 3);
+        outPos = b.mvPos.data();
+        if (mbNormals) {
+            b.mvNorm.resize(vertexNum * 3);
+            outNorm = b.mvNorm.data();
+        }
+    }
+    float* uPos = s.mvUniquePos.data();
+    float* uNorm = s.mvUniqueNorm.data();
+    size_t unique = 0, emitted = 0;
+
+    s.mvEdgeVertex.assign(5 * plane, kNoVertex);
+    s.mvVertex.clear();
+    const int zb = b.miBegin[2];
+    ComputeLayerEdges(s, zb);
+    for (int z = zb; z < b.miEnd[2]; ++z) {
+        ComputeLayerEdges(s, z + 1);
+        ComputeVerticalEdges(s, z);
+        // Where each of the twelve edges of cube (0, 0) of this layer finds its vertex number.
+        size_t edgeSlot[12];
+        for (int e = 0; e < 12; ++e) {
+            const int c0 = a2iEdgeConnection[e][0], c1 = a2iEdgeConnection[e][1];
+            const int axis = a2fEdgeDirection[e][0] != 0.0f ? 0 : (a2fEdgeDirection[e][1] != 0.0f ? 1 : 2);
+            const int lo = VOffset[c0][axis] < VOffset[c1][axis] ? c0 : c1;
+            const size_t planeNo = axis == 2 ? 4 : static_cast<size_t>(((z + VOffset[lo][2]) & 1) * 2 + axis);
+            edgeSlot[e] =
+                planeNo * plane + static_cast<size_t>(VOffset[lo][1]) * pw + static_cast<size_t>(VOffset[lo][0]);
+        }
+        const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
+        for (int ky = 0; ky < H; ++ky) {
+            const int y = MarchOrder(ky, H);
+            const uint8_t* rowCase = layerCase + static_cast<size_t>(y) * W;
+            for (int kx = 0; kx < W; ++kx) {
+                const int x = MarchOrder(kx, W);
+                const int c = rowCase[x];
+                if (c == 0 || c == 255)
+                    continue;
+                const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
+                const signed char* tri = a2iTriangleConnectionTable[c];
+                for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
+                    const uint32_t id = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
+                    const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
+                    if (!mbWeld) {
+                        std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
+                        if (outNorm)
+                            std::memcpy(outNorm + emitted * 3, v.mfNorm, sizeof v.mfNorm);
+                        ++emitted;
+                        continue;
+                    }
+                    // The rule of ThreadOptimizeA: the first triangle as it is, then the last
+                    // kLookBack unique vertices, exact on all three coordinates.
+                    uint32_t found = kNoVertex;
+                    if (emitted >= 3) {
+                        const size_t stop = unique > static_cast<size_t>(ThreadOptimizeA::kLookBack)
+                                                ? unique - static_cast<size_t>(ThreadOptimizeA::kLookBack)
+                                                : 0;
+                        for (size_t u = unique; u-- > stop;) {
+                            const float* q = uPos + u * 3;
+                            if (q[0] == v.mfPos[0] && q[1] == v.mfPos[1] && q[2] == v.mfPos[2]) {
+                                found = static_cast<uint32_t>(u);
+                                break;
+                            }
+                        }
+                    }
+                    if (found == kNoVertex) {
+                        std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
+                        if (mbNormals)
+                            std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
+                        found = static_cast<uint32_t>(unique++);
+                    }
+                    outIndex[emitted++] = found;
+                }
+            }
+        }
+    }
+    TESSAN_ASSERT(emitted == vertexNum, "SRC/ISO/ThreadMarching");
+    if (mbWeld) {
+        b.mvPosOpt.assign(uPos, uPos + unique * 3);
+        if (mbNormals)
+            b.mvNormOpt.assign(uNorm, uNorm + unique * 3);
+        b.mbOptDone = true;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// 6. Worker entry and the cube-by-cube reference march
+// ---------------------------------------------------------------------------------------------
+
+size_t ThreadMarching::CountTriangles() const
+{
+    const auto& sTriangles = TriangleCounts();
     const MarchingBlock_cls& b = *mpOut;
     const size_t nx = static_cast<size_t>(miSize[0]);
     size_t total = 0;
@@ -604,7 +863,7 @@ size_t ThreadMarching::CountTriangles() const
     return total;
 }
 
-void ThreadMarching::Entry()
+void ThreadMarching::MarchBlockCubeByCube()
 {
     MarchingBlock_cls& b = *mpOut;
     b.mvPos.clear();
@@ -644,4 +903,22 @@ void ThreadMarching::Entry()
     b.muVertexNum = muEmitted;
     if (mbWeld)
         b.mbOptDone = true;
+}
+
+void ThreadMarching::Entry()
+{
+    MarchingBlock_cls& b = *mpOut;
+    if (mbCubeByCube) {
+        MarchBlockCubeByCube();
+        return;
+    }
+    b.mvPos.clear();
+    b.mvNorm.clear();
+    b.mvPosOpt.clear();
+    b.mvNormOpt.clear();
+    b.mvIndexOpt.clear();
+    std::unique_ptr<MarchingScratch_cls> scratch = mpPool ? mpPool->Acquire() : std::make_unique<MarchingScratch_cls>();
+    MarchBlockClassified(*scratch);
+    if (mpPool)
+        mpPool->Release(std::move(scratch));
 }

@@ -1,0 +1,46 @@
+#pragma once
+// Work arrays of one block march, and the pool that lends them to the block workers so that
+// the 512 workers of an extraction reuse a few sets instead of allocating (and page-faulting)
+// fresh ones per block.
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+/// The per-block work arrays of ThreadMarching; contents are meaningless between blocks.
+class MarchingScratch_cls
+{
+  public:
+    /// One vertex on a cut edge: position (fractions of the grid extent) and unit normal.
+    struct Vertex {
+        float mfPos[3];
+        float mfNorm[3];
+    };
+    /// 1 where a block point lies at or below the level, x fastest over the block's points.
+    std::vector<uint8_t> mvInside;
+    /// Corner pattern of each cube of the block, x fastest.
+    std::vector<uint8_t> mvCase;
+    /// Vertex number of each cut edge of the two voxel layers and the cube layer in work.
+    std::vector<uint32_t> mvEdgeVertex;
+    /// Vertices of the cut edges, in the order they were computed.
+    std::vector<Vertex> mvVertex;
+    /// Block-welded output under construction: unique positions and normals.
+    std::vector<float> mvUniquePos;
+    std::vector<float> mvUniqueNorm;
+};
+
+/// Lends scratch sets to workers; any thread may call it.
+class MarchingScratchPool_cls
+{
+  public:
+    /// A free set (a new one when all are lent out). Give it back with Release.
+    std::unique_ptr<MarchingScratch_cls> Acquire();
+    /// Returns a set for the next worker.
+    void Release(std::unique_ptr<MarchingScratch_cls> scratch);
+    /// Frees every set that is not lent out.
+    void Clear();
+
+  private:
+    std::mutex mMutex;
+    std::vector<std::unique_ptr<MarchingScratch_cls>> mvFree;
+};
