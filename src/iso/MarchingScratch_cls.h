@@ -15,11 +15,14 @@ class MarchingScratch_cls
     struct Vertex {
         float mfPos[3];
         float mfNorm[3];
+        bool mbOnGrid; ///< the position coincides with a voxel (an edge end at the level)
     };
-    /// 1 where a block point lies at or below the level, x fastest over the block's points.
+    /// 0xFF where a block point lies at or below the level, else 0; x fastest over the block's points.
     std::vector<uint8_t> mvInside;
     /// Corner pattern of each cube of the block, x fastest.
     std::vector<uint8_t> mvCase;
+    /// Per row of cubes (y fastest, then z): whether any cube of the row is cut.
+    std::vector<uint8_t> mvRowCut;
     /// Vertex number of each cut edge of the two voxel layers and the cube layer in work.
     std::vector<uint32_t> mvEdgeVertex;
     /// Vertices of the cut edges, in the order they were computed.
@@ -27,6 +30,8 @@ class MarchingScratch_cls
     /// Block-welded output under construction: unique positions and normals.
     std::vector<float> mvUniquePos;
     std::vector<float> mvUniqueNorm;
+    /// Vertex number (index into mvVertex) of each unique vertex.
+    std::vector<uint32_t> mvUniqueId;
 };
 
 /// Lends scratch sets to workers; any thread may call it.

@@ -14,9 +14,13 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <memory>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 // ---------------------------------------------------------------------------------------------
 // 1. Case tables
@@ -622,6 +626,62 @@ inline int MarchOrder(int k, int n)
 }
 
 constexpr uint32_t kNoVertex = UINT32_MAX;
+// Slack after the block arrays so that 16-byte loads at the end of a row stay inside them.
+constexpr size_t kSimdPad = 16;
+
+// dst[x] = 0xFF where src[x] <= L, else 0, for x < n.
+void ClassifyRow(const unsigned char* src, uint8_t* dst, size_t n, int L)
+{
+    size_t x = 0;
+#if defined(__SSE2__)
+    // v <= L exactly when min(v, L) == v (unsigned bytes).
+    const __m128i level = _mm_set1_epi8(static_cast<char>(L));
+    for (; x + 16 <= n; x += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), _mm_cmpeq_epi8(_mm_min_epu8(v, level), v));
+    }
+#endif
+    for (; x < n; ++x)
+        dst[x] = src[x] <= L ? 0xFF : 0;
+}
+
+// Patterns of the n cubes of a row from the corner masks of its four point rows (p0: y, z;
+// p1: y + 1, z; p2: y, z + 1; p3: y + 1, z + 1); returns the row's triangle count.
+size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const uint8_t* p3, uint8_t* c, int n)
+{
+    const auto& triangles = TriangleCounts();
+    auto scalar = [&](int x) {
+        c[x] = static_cast<uint8_t>((p0[x] & 1) | (p0[x + 1] & 2) | (p1[x + 1] & 4) | (p1[x] & 8) | (p2[x] & 16) |
+                                    (p2[x + 1] & 32) | (p3[x + 1] & 64) | (p3[x] & 128));
+        return static_cast<size_t>(triangles[c[x]]);
+    };
+    size_t total = 0;
+    int x = 0;
+#if defined(__SSE2__)
+    auto load = [](const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+    auto bit = [](int b) { return _mm_set1_epi8(static_cast<char>(b)); };
+    const __m128i zero = _mm_setzero_si128(), all = _mm_set1_epi8(static_cast<char>(0xFF));
+    // The masks of corners 1, 2, 5, 6 are read one point on: the loads reach x + 16, inside the row
+    // plus its slack.
+    for (; x + 16 <= n; x += 16) {
+        __m128i v = _mm_and_si128(load(p0 + x), bit(1));
+        v = _mm_or_si128(v, _mm_and_si128(load(p0 + x + 1), bit(2)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p1 + x + 1), bit(4)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p1 + x), bit(8)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p2 + x), bit(16)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p2 + x + 1), bit(32)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p3 + x + 1), bit(64)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p3 + x), bit(128)));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(c + x), v);
+        const int uniform = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, zero), _mm_cmpeq_epi8(v, all)));
+        for (int cut = ~uniform & 0xFFFF; cut != 0; cut &= cut - 1)
+            total += triangles[c[x + std::countr_zero(static_cast<unsigned>(cut))]];
+    }
+#endif
+    for (; x < n; ++x)
+        total += scalar(x);
+    return total;
+}
 
 } // namespace
 
@@ -638,6 +698,9 @@ MarchingScratch_cls::Vertex ThreadMarching::MakeVertex(int axis, int x, int y, i
     for (int a = 0; a < 3; ++a)
         v.mfPos[a] = static_cast<float>(static_cast<double>(index[a]) / miSize[a]);
     v.mfPos[axis] = static_cast<float>((static_cast<double>(index[axis]) + t) / miSize[axis]);
+    // On a grid point when the position along the edge rounds to either end of it.
+    v.mbOnGrid = v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis]) / miSize[axis]) ||
+                 v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis] + 1) / miSize[axis]);
     if (mbNormals) {
         float frac[3] = {0.0f, 0.0f, 0.0f};
         frac[axis] = static_cast<float>(t);
@@ -699,33 +762,27 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     const size_t nx = static_cast<size_t>(miSize[0]);
     const int L = miLevel;
 
-    // Corner flags of every point of the block.
-    s.mvInside.resize(plane * (static_cast<size_t>(D) + 1));
+    // Corner masks of every point of the block: 0xFF at or below L, else 0.
+    s.mvInside.resize(plane * (static_cast<size_t>(D) + 1) + kSimdPad);
     for (int z = 0; z <= D; ++z)
         for (int y = 0; y <= H; ++y) {
             const unsigned char* src = mpData + static_cast<size_t>(b.miBegin[2] + z) * muSliceStride +
                                        static_cast<size_t>(b.miBegin[1] + y) * nx + static_cast<size_t>(b.miBegin[0]);
-            uint8_t* dst = s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw;
-            for (size_t x = 0; x < pw; ++x)
-                dst[x] = src[x] <= L ? 1 : 0;
+            ClassifyRow(src, s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw, pw, L);
         }
 
-    // Cube patterns (bit i = corner i at or below L) and the triangle count.
-    const auto& triangles = TriangleCounts();
-    s.mvCase.resize(static_cast<size_t>(W) * static_cast<size_t>(H) * static_cast<size_t>(D));
+    // Cube patterns (bit i = corner i at or below L), the triangle count, and per row of cubes
+    // whether any cube is cut (most rows of a smooth field are not, and the emission skips them).
+    s.mvCase.resize(static_cast<size_t>(W) * static_cast<size_t>(H) * static_cast<size_t>(D) + kSimdPad);
+    s.mvRowCut.resize(static_cast<size_t>(H) * static_cast<size_t>(D));
     size_t triangleNum = 0;
     for (int z = 0; z < D; ++z)
         for (int y = 0; y < H; ++y) {
             const uint8_t* p0 = s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw;
-            const uint8_t* p1 = p0 + pw;
-            const uint8_t* p2 = p0 + plane;
-            const uint8_t* p3 = p2 + pw;
-            uint8_t* c = s.mvCase.data() + (static_cast<size_t>(z) * H + static_cast<size_t>(y)) * W;
-            for (int x = 0; x < W; ++x)
-                c[x] = static_cast<uint8_t>(p0[x] | p0[x + 1] << 1 | p1[x + 1] << 2 | p1[x] << 3 | p2[x] << 4 |
-                                            p2[x + 1] << 5 | p3[x + 1] << 6 | p3[x] << 7);
-            for (int x = 0; x < W; ++x)
-                triangleNum += triangles[c[x]];
+            const size_t row = static_cast<size_t>(z) * H + static_cast<size_t>(y);
+            const size_t n = CaseRow(p0, p0 + pw, p0 + plane, p0 + plane + pw, s.mvCase.data() + row * W, W);
+            s.mvRowCut[row] = n != 0;
+            triangleNum += n;
         }
     const size_t vertexNum = triangleNum * 3;
     muEmitted = vertexNum;
@@ -757,6 +814,8 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
             outNorm = b.mvNorm.data();
         }
     }
+    s.mvUniqueId.resize(mbWeld ? vertexNum : 0);
+    uint32_t* uId = s.mvUniqueId.data();
     float* uPos = s.mvUniquePos.data();
     float* uNorm = s.mvUniqueNorm.data();
     size_t unique = 0, emitted = 0;
@@ -781,6 +840,8 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
         const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
         for (int ky = 0; ky < H; ++ky) {
             const int y = MarchOrder(ky, H);
+            if (!s.mvRowCut[static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)])
+                continue;
             const uint8_t* rowCase = layerCase + static_cast<size_t>(y) * W;
             for (int kx = 0; kx < W; ++kx) {
                 const int x = MarchOrder(kx, W);
@@ -801,16 +862,24 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                     }
                     // The rule of ThreadOptimizeA: the first triangle as it is, then the last
                     // kLookBack unique vertices, exact on all three coordinates.
+                    // Two vertices of different edges share a position only when both lie on a
+                    // grid point, so comparing vertex numbers is exact for the others.
                     uint32_t found = kNoVertex;
                     if (emitted >= 3) {
                         const size_t stop = unique > static_cast<size_t>(ThreadOptimizeA::kLookBack)
                                                 ? unique - static_cast<size_t>(ThreadOptimizeA::kLookBack)
                                                 : 0;
                         for (size_t u = unique; u-- > stop;) {
-                            const float* q = uPos + u * 3;
-                            if (q[0] == v.mfPos[0] && q[1] == v.mfPos[1] && q[2] == v.mfPos[2]) {
+                            if (uId[u] == id) {
                                 found = static_cast<uint32_t>(u);
                                 break;
+                            }
+                            if (v.mbOnGrid) {
+                                const float* q = uPos + u * 3;
+                                if (q[0] == v.mfPos[0] && q[1] == v.mfPos[1] && q[2] == v.mfPos[2]) {
+                                    found = static_cast<uint32_t>(u);
+                                    break;
+                                }
                             }
                         }
                     }
@@ -818,6 +887,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                         std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
                         if (mbNormals)
                             std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
+                        uId[unique] = id;
                         found = static_cast<uint32_t>(unique++);
                     }
                     outIndex[emitted++] = found;
