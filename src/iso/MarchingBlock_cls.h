@@ -34,6 +34,13 @@ class MarchingBlock_cls
     std::vector<float> mvPosOpt;
     std::vector<float> mvNormOpt;
     std::vector<uint32_t> mvIndexOpt;
+    /// Left by the march when it welds on the fly (empty otherwise): for each block-welded vertex
+    /// its number among the block's exactly unique positions, for each of those the first
+    /// block-welded vertex with it and whether it lies on one of the block's six border planes.
+    /// The full weld uses them instead of hashing the positions again.
+    std::vector<uint32_t> mvOptToExact;
+    std::vector<uint32_t> mvExactFirst;
+    std::vector<uint8_t> mvExactBorder;
     /// Set once the block has been welded (a second OptimizeVertices pass skips it).
     bool mbOptDone = false;
 

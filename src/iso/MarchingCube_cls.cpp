@@ -170,6 +170,9 @@ void MarchingCube_cls::Clear(int keepCapacity)
         Release(b.mvPosOpt, keepCapacity != 0);
         Release(b.mvNormOpt, keepCapacity != 0);
         Release(b.mvIndexOpt, keepCapacity != 0);
+        Release(b.mvOptToExact, keepCapacity != 0);
+        Release(b.mvExactFirst, keepCapacity != 0);
+        Release(b.mvExactBorder, keepCapacity != 0);
         b.mbOptDone = false;
     }
     ClearOptFull();
@@ -181,6 +184,9 @@ void MarchingCube_cls::ClearOpt()
         Release(b.mvPosOpt, false);
         Release(b.mvNormOpt, false);
         Release(b.mvIndexOpt, false);
+        Release(b.mvOptToExact, false);
+        Release(b.mvExactFirst, false);
+        Release(b.mvExactBorder, false);
         b.mbOptDone = false;
     }
 }

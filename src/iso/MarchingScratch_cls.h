@@ -15,7 +15,8 @@ class MarchingScratch_cls
     struct Vertex {
         float mfPos[3];
         float mfNorm[3];
-        bool mbOnGrid; ///< the position coincides with a voxel (an edge end at the level)
+        int miGridEnd;    ///< 0 or 1: the position coincides with that end of its edge (a voxel); -1: it does not
+        uint32_t muCanon; ///< the number of the first vertex at the same position (its own for most)
     };
     /// 0xFF where a block point lies at or below the level, else 0; x fastest over the block's points.
     std::vector<uint8_t> mvInside;
@@ -30,8 +31,14 @@ class MarchingScratch_cls
     /// Block-welded output under construction: unique positions and normals.
     std::vector<float> mvUniquePos;
     std::vector<float> mvUniqueNorm;
-    /// Vertex number (index into mvVertex) of each unique vertex.
+    /// Canonical vertex number of each unique vertex.
     std::vector<uint32_t> mvUniqueId;
+    /// Per block point: the first vertex lying exactly on it (kept all-empty between blocks).
+    std::vector<uint32_t> mvPointVertex;
+    /// The points of mvPointVertex set during this block.
+    std::vector<size_t> mvPointTouched;
+    /// Per canonical vertex number: its number among the exactly unique vertices of the block.
+    std::vector<uint32_t> mvCanonExact;
 };
 
 /// Lends scratch sets to workers; any thread may call it.

@@ -699,14 +699,40 @@ MarchingScratch_cls::Vertex ThreadMarching::MakeVertex(int axis, int x, int y, i
         v.mfPos[a] = static_cast<float>(static_cast<double>(index[a]) / miSize[a]);
     v.mfPos[axis] = static_cast<float>((static_cast<double>(index[axis]) + t) / miSize[axis]);
     // On a grid point when the position along the edge rounds to either end of it.
-    v.mbOnGrid = v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis]) / miSize[axis]) ||
-                 v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis] + 1) / miSize[axis]);
+    v.miGridEnd = v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis]) / miSize[axis])       ? 0
+                  : v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis] + 1) / miSize[axis]) ? 1
+                                                                                                             : -1;
     if (mbNormals) {
         float frac[3] = {0.0f, 0.0f, 0.0f};
         frac[axis] = static_cast<float>(t);
         NormalAt(mpData, miSize, index, frac, v.mfNorm);
     }
     return v;
+}
+
+void ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const
+{
+    MarchingScratch_cls::Vertex v = MakeVertex(axis, x, y, z);
+    const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
+    v.muCanon = id;
+    if (v.miGridEnd >= 0) {
+        // Every vertex on the same voxel takes the number of the first one there, so that equal
+        // numbers mean equal positions.
+        const MarchingBlock_cls& b = *mpOut;
+        const size_t pw = static_cast<size_t>(b.miEnd[0] - b.miBegin[0]) + 1;
+        const size_t ph = static_cast<size_t>(b.miEnd[1] - b.miBegin[1]) + 1;
+        int p[3] = {x - b.miBegin[0], y - b.miBegin[1], z - b.miBegin[2]};
+        p[axis] += v.miGridEnd;
+        const size_t point =
+            (static_cast<size_t>(p[2]) * ph + static_cast<size_t>(p[1])) * pw + static_cast<size_t>(p[0]);
+        uint32_t& first = s.mvPointVertex[point];
+        if (first == kNoVertex) {
+            first = id;
+            s.mvPointTouched.push_back(point);
+        }
+        v.muCanon = first;
+    }
+    s.mvVertex.push_back(v);
 }
 
 // Edge-vertex planes as in the cube-by-cube cache: x and y edges of even voxel layers (0, 1), of odd
@@ -725,7 +751,7 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
         for (int x = 0; x < W; ++x)
             if (r[x] != r[x + 1]) {
                 rx[x] = static_cast<uint32_t>(s.mvVertex.size());
-                s.mvVertex.push_back(MakeVertex(0, b.miBegin[0] + x, b.miBegin[1] + y, z));
+                AddVertex(s, 0, b.miBegin[0] + x, b.miBegin[1] + y, z);
             }
         if (y == H)
             break;
@@ -733,7 +759,7 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
         for (int x = 0; x <= W; ++x)
             if (r[x] != r[x + pw]) {
                 ry[x] = static_cast<uint32_t>(s.mvVertex.size());
-                s.mvVertex.push_back(MakeVertex(1, b.miBegin[0] + x, b.miBegin[1] + y, z));
+                AddVertex(s, 1, b.miBegin[0] + x, b.miBegin[1] + y, z);
             }
     }
 }
@@ -750,7 +776,7 @@ void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
         if (lo[i] != hi[i]) {
             ez[i] = static_cast<uint32_t>(s.mvVertex.size());
             const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
-            s.mvVertex.push_back(MakeVertex(2, b.miBegin[0] + x, b.miBegin[1] + y, z));
+            AddVertex(s, 2, b.miBegin[0] + x, b.miBegin[1] + y, z);
         }
 }
 
@@ -822,6 +848,14 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
 
     s.mvEdgeVertex.assign(5 * plane, kNoVertex);
     s.mvVertex.clear();
+    s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
+    s.mvPointTouched.clear();
+    float borderLo[3], borderHi[3];
+    for (int a = 0; a < 3; ++a) {
+        // The expression of a vertex position on a voxel plane, so that equality is exact.
+        borderLo[a] = static_cast<float>(static_cast<double>(b.miBegin[a]) / miSize[a]);
+        borderHi[a] = static_cast<float>(static_cast<double>(b.miEnd[a]) / miSize[a]);
+    }
     const int zb = b.miBegin[2];
     ComputeLayerEdges(s, zb);
     for (int z = zb; z < b.miEnd[2]; ++z) {
@@ -837,6 +871,8 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
             edgeSlot[e] =
                 planeNo * plane + static_cast<size_t>(VOffset[lo][1]) * pw + static_cast<size_t>(VOffset[lo][0]);
         }
+        if (mbWeld)
+            s.mvCanonExact.resize(s.mvVertex.size(), kNoVertex);
         const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
         for (int ky = 0; ky < H; ++ky) {
             const int y = MarchOrder(ky, H);
@@ -862,24 +898,18 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                     }
                     // The rule of ThreadOptimizeA: the first triangle as it is, then the last
                     // kLookBack unique vertices, exact on all three coordinates.
-                    // Two vertices of different edges share a position only when both lie on a
-                    // grid point, so comparing vertex numbers is exact for the others.
+                    // Equal canonical numbers mean equal positions (AddVertex), so the look-back
+                    // compares numbers only.
+                    const uint32_t canon = v.muCanon;
                     uint32_t found = kNoVertex;
                     if (emitted >= 3) {
                         const size_t stop = unique > static_cast<size_t>(ThreadOptimizeA::kLookBack)
                                                 ? unique - static_cast<size_t>(ThreadOptimizeA::kLookBack)
                                                 : 0;
                         for (size_t u = unique; u-- > stop;) {
-                            if (uId[u] == id) {
+                            if (uId[u] == canon) {
                                 found = static_cast<uint32_t>(u);
                                 break;
-                            }
-                            if (v.mbOnGrid) {
-                                const float* q = uPos + u * 3;
-                                if (q[0] == v.mfPos[0] && q[1] == v.mfPos[1] && q[2] == v.mfPos[2]) {
-                                    found = static_cast<uint32_t>(u);
-                                    break;
-                                }
                             }
                         }
                     }
@@ -887,7 +917,19 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                         std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
                         if (mbNormals)
                             std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
-                        uId[unique] = id;
+                        uId[unique] = canon;
+                        // Exact duplicates beyond the look-back, and which vertices lie on the
+                        // block's border planes: the full weld takes both from here.
+                        uint32_t& exact = s.mvCanonExact[canon];
+                        if (exact == kNoVertex) {
+                            exact = static_cast<uint32_t>(b.mvExactFirst.size());
+                            b.mvExactFirst.push_back(static_cast<uint32_t>(unique));
+                            bool border = false;
+                            for (int a = 0; a < 3; ++a)
+                                border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                            b.mvExactBorder.push_back(border ? 1 : 0);
+                        }
+                        b.mvOptToExact.push_back(exact);
                         found = static_cast<uint32_t>(unique++);
                     }
                     outIndex[emitted++] = found;
@@ -896,6 +938,9 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
         }
     }
     TESSAN_ASSERT(emitted == vertexNum, "SRC/ISO/ThreadMarching");
+    for (size_t point : s.mvPointTouched)
+        s.mvPointVertex[point] = kNoVertex;
+    s.mvCanonExact.clear();
     if (mbWeld) {
         b.mvPosOpt.assign(uPos, uPos + unique * 3);
         if (mbNormals)
@@ -947,6 +992,12 @@ void ThreadMarching::MarchBlockCubeByCube()
         b.mvPosOpt.clear();
         b.mvNormOpt.clear();
         b.mvIndexOpt.clear();
+        b.mvOptToExact.clear();
+        b.mvExactFirst.clear();
+        b.mvExactBorder.clear();
+        b.mvOptToExact.clear();
+        b.mvExactFirst.clear();
+        b.mvExactBorder.clear();
         b.mvIndexOpt.reserve(floats / 3);
         b.mvPosOpt.reserve(floats * 2 / 3);
         if (mbNormals)
@@ -987,6 +1038,9 @@ void ThreadMarching::Entry()
     b.mvPosOpt.clear();
     b.mvNormOpt.clear();
     b.mvIndexOpt.clear();
+    b.mvOptToExact.clear();
+    b.mvExactFirst.clear();
+    b.mvExactBorder.clear();
     std::unique_ptr<MarchingScratch_cls> scratch = mpPool ? mpPool->Acquire() : std::make_unique<MarchingScratch_cls>();
     MarchBlockClassified(*scratch);
     if (mpPool)

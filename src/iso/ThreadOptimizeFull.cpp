@@ -194,6 +194,13 @@ void ThreadOptimizeFull::Entry()
             const size_t n = b.mvPosOpt.size() / 3;
             if (n == 0)
                 continue;
+            if (b.mvOptToExact.size() == n && b.mvExactFirst.size() == b.mvExactBorder.size()) {
+                // The march welded on the fly and already told which vertices coincide.
+                m.mvOptToExact = b.mvOptToExact;
+                m.mvExactFirst = b.mvExactFirst;
+                m.mvBorder = b.mvExactBorder;
+                continue;
+            }
             const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
             const float hi[3] = {plane(b.miEnd[0], 0), plane(b.miEnd[1], 1), plane(b.miEnd[2], 2)};
             local.Reset(b.mvPosOpt.data(), n);
