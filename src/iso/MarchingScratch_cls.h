@@ -33,6 +33,8 @@ class MarchingScratch_cls
     std::vector<float> mvUniqueNorm;
     /// Canonical vertex number of each unique vertex.
     std::vector<uint32_t> mvUniqueId;
+    /// Per axis: the position (fraction of the extent) of the block's voxel planes.
+    std::vector<float> mvGridPos[3];
     /// Per block point: the first vertex lying exactly on it (kept all-empty between blocks).
     std::vector<uint32_t> mvPointVertex;
     /// The points of mvPointVertex set during this block.

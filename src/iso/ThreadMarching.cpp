@@ -356,7 +356,8 @@ inline void Shift(int& index, float& frac, float d)
 
 // The bodies live here as inline functions so that the block march gets them inlined with its
 // constants; the class's static functions are the same code, so results agree bit for bit.
-inline float InterpolateAt(const unsigned char* data, const int size[3], const int index[3], const float frac[3])
+[[gnu::always_inline]] inline float InterpolateAt(const unsigned char* data, const int size[3], const int index[3],
+                                                  const float frac[3])
 {
     const int nx = size[0], ny = size[1], nz = size[2];
     const int x0 = ClampIndex(index[0], nx), x1 = ClampIndex(index[0] + 1, nx);
@@ -378,8 +379,8 @@ inline float InterpolateAt(const unsigned char* data, const int size[3], const i
     return fz == 0.0f ? a : a + fz * (plane(z1) - a);
 }
 
-inline void NormalAt(const unsigned char* data, const int size[3], const int index[3], const float frac[3],
-                     float normal[3])
+[[gnu::always_inline]] inline void NormalAt(const unsigned char* data, const int size[3], const int index[3],
+                                            const float frac[3], float normal[3])
 {
     int base[3];
     float f[3];
@@ -685,34 +686,49 @@ size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const ui
 
 } // namespace
 
-MarchingScratch_cls::Vertex ThreadMarching::MakeVertex(int axis, int x, int y, int z) const
+namespace
 {
-    // The same expressions as GetEdgeVertex: offset from the edge's lower corner in double,
-    // position per axis as index / size in double, stored as float.
-    const size_t nx = static_cast<size_t>(miSize[0]);
-    const unsigned char* p = mpData + static_cast<size_t>(z) * muSliceStride + static_cast<size_t>(y) * nx + x;
-    const size_t step = axis == 0 ? 1 : (axis == 1 ? nx : muSliceStride);
-    const double t = GetEdgeOffset(p[0], p[step], miLevel);
-    MarchingScratch_cls::Vertex v;
+
+// The vertex on the edge from voxel (x, y, z) one step along axis A, with the expressions of
+// GetEdgeVertex: offset from the edge's lower corner in double, position per axis as index / size
+// in double stored as float (gridPos[a][i] holds that value for index begin[a] + i, computed with
+// the same expression), normal by NormalAt. A is a template argument so that, once NormalAt is
+// inlined, the zero fractions of the other two axes fold away.
+template <int A>
+void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, int level, bool normals, int x, int y,
+                  int z, const int begin[3], const float* const gridPos[3], MarchingScratch_cls::Vertex& v)
+{
+    const size_t nx = static_cast<size_t>(size[0]);
+    const unsigned char* p = data + static_cast<size_t>(z) * slice + static_cast<size_t>(y) * nx + x;
+    const size_t step = A == 0 ? 1 : (A == 1 ? nx : slice);
+    const double t = ThreadMarching::GetEdgeOffset(p[0], p[step], level);
     const int index[3] = {x, y, z};
     for (int a = 0; a < 3; ++a)
-        v.mfPos[a] = static_cast<float>(static_cast<double>(index[a]) / miSize[a]);
-    v.mfPos[axis] = static_cast<float>((static_cast<double>(index[axis]) + t) / miSize[axis]);
+        v.mfPos[a] = gridPos[a][index[a] - begin[a]];
+    v.mfPos[A] = static_cast<float>((static_cast<double>(index[A]) + t) / size[A]);
     // On a grid point when the position along the edge rounds to either end of it.
-    v.miGridEnd = v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis]) / miSize[axis])       ? 0
-                  : v.mfPos[axis] == static_cast<float>(static_cast<double>(index[axis] + 1) / miSize[axis]) ? 1
-                                                                                                             : -1;
-    if (mbNormals) {
+    const float* g = gridPos[A] + (index[A] - begin[A]);
+    v.miGridEnd = v.mfPos[A] == g[0] ? 0 : (v.mfPos[A] == g[1] ? 1 : -1);
+    if (normals) {
         float frac[3] = {0.0f, 0.0f, 0.0f};
-        frac[axis] = static_cast<float>(t);
-        NormalAt(mpData, miSize, index, frac, v.mfNorm);
+        frac[A] = static_cast<float>(t);
+        NormalAt(data, size, index, frac, v.mfNorm);
     }
-    return v;
 }
+
+} // namespace
 
 void ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const
 {
-    MarchingScratch_cls::Vertex v = MakeVertex(axis, x, y, z);
+    MarchingScratch_cls::Vertex v;
+    const int* begin = mpOut->miBegin;
+    const float* const gridPos[3] = {s.mvGridPos[0].data(), s.mvGridPos[1].data(), s.mvGridPos[2].data()};
+    if (axis == 0)
+        EdgeVertexOn<0>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
+    else if (axis == 1)
+        EdgeVertexOn<1>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
+    else
+        EdgeVertexOn<2>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
     const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
     v.muCanon = id;
     if (v.miGridEnd >= 0) {
@@ -850,6 +866,12 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     s.mvVertex.clear();
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
+    for (int a = 0; a < 3; ++a) {
+        // Voxel-plane positions of the block's points, and one more for the grid test at the far end.
+        s.mvGridPos[a].resize(static_cast<size_t>(b.miEnd[a] - b.miBegin[a]) + 2);
+        for (size_t i = 0; i < s.mvGridPos[a].size(); ++i)
+            s.mvGridPos[a][i] = static_cast<float>(static_cast<double>(b.miBegin[a] + static_cast<int>(i)) / miSize[a]);
+    }
     float borderLo[3], borderHi[3];
     for (int a = 0; a < 3; ++a) {
         // The expression of a vertex position on a voxel plane, so that equality is exact.

@@ -145,6 +145,20 @@ struct BlockMerge {
     size_t muNewBegin = 0;              // the global numbers new in this block: [begin, end)
     size_t muNewEnd = 0;
     size_t muIndexBegin = 0; // first slot of the block in the global index list
+    // The three lists above, or the block's own when the march provided them.
+    const uint32_t* mpOptToExact = nullptr;
+    const uint32_t* mpExactFirst = nullptr;
+    const uint8_t* mpBorder = nullptr;
+    size_t muExactNum = 0;
+
+    void Use(const std::vector<uint32_t>& optToExact, const std::vector<uint32_t>& exactFirst,
+             const std::vector<uint8_t>& border)
+    {
+        mpOptToExact = optToExact.data();
+        mpExactFirst = exactFirst.data();
+        mpBorder = border.data();
+        muExactNum = exactFirst.size();
+    }
 };
 
 } // namespace
@@ -196,9 +210,7 @@ void ThreadOptimizeFull::Entry()
                 continue;
             if (b.mvOptToExact.size() == n && b.mvExactFirst.size() == b.mvExactBorder.size()) {
                 // The march welded on the fly and already told which vertices coincide.
-                m.mvOptToExact = b.mvOptToExact;
-                m.mvExactFirst = b.mvExactFirst;
-                m.mvBorder = b.mvExactBorder;
+                m.Use(b.mvOptToExact, b.mvExactFirst, b.mvExactBorder);
                 continue;
             }
             const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
@@ -220,6 +232,7 @@ void ThreadOptimizeFull::Entry()
                 }
                 m.mvOptToExact[u] = e;
             }
+            m.Use(m.mvOptToExact, m.mvExactFirst, m.mvBorder);
         }
     });
 
@@ -240,8 +253,8 @@ void ThreadOptimizeFull::Entry()
             size_t slabBorder = 0;
             for (size_t k = bi; k < bi + perSlab && k < blockNum; ++k) {
                 slabHasCubes |= blocks[k].GetCubeNumber() > 0;
-                for (uint8_t f : merge[k].mvBorder)
-                    slabBorder += f;
+                for (size_t e = 0; e < merge[k].muExactNum; ++e)
+                    slabBorder += merge[k].mpBorder[e];
             }
             if (slabHasCubes) {
                 below.Swap(current);
@@ -250,14 +263,14 @@ void ThreadOptimizeFull::Entry()
             }
         }
         m.muNewBegin = count;
-        const size_t exact = m.mvExactFirst.size();
+        const size_t exact = m.muExactNum;
         m.mvGlobal.resize(exact);
         for (size_t e = 0; e < exact; ++e) {
-            if (!m.mvBorder[e]) {
+            if (!m.mpBorder[e]) {
                 m.mvGlobal[e] = static_cast<uint32_t>(count++);
                 continue;
             }
-            const float* p = &b.mvPosOpt[static_cast<size_t>(m.mvExactFirst[e]) * 3];
+            const float* p = &b.mvPosOpt[static_cast<size_t>(m.mpExactFirst[e]) * 3];
             uint32_t g = current.Find(p);
             if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
                 g = below.Find(p);
@@ -288,14 +301,14 @@ void ThreadOptimizeFull::Entry()
                 size_t g = m.mvGlobal[e];
                 if (g < m.muNewBegin || g >= m.muNewEnd)
                     continue;
-                size_t src = static_cast<size_t>(m.mvExactFirst[e]) * 3;
+                size_t src = static_cast<size_t>(m.mpExactFirst[e]) * 3;
                 std::memcpy(&pos[g * 3], &b.mvPosOpt[src], 3 * sizeof(float));
                 if (normals)
                     std::memcpy(&norm[g * 3], &b.mvNormOpt[src], 3 * sizeof(float));
             }
             uint32_t* out = index.data() + m.muIndexBegin;
             for (size_t k = 0; k < b.mvIndexOpt.size(); ++k)
-                out[k] = m.mvGlobal[m.mvOptToExact[b.mvIndexOpt[k]]];
+                out[k] = m.mvGlobal[m.mpOptToExact[b.mvIndexOpt[k]]];
             b.muFirstVertexFull = m.muNewBegin;
             b.muFaceBeginFull = m.muIndexBegin / 3;
             b.muFaceNumFull = b.mvIndexOpt.size() / 3;
