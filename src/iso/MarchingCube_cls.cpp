@@ -15,6 +15,9 @@
 #include "iso/ThreadWavefrontWriterBase_cls.h"
 
 #include <algorithm>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -49,6 +52,37 @@ void MarchingCube_cls::SetBlockRanges()
             }
 }
 
+namespace
+{
+// Lowers lo and raises hi to the smallest and largest of n bytes.
+void RowMinMax(const unsigned char* p, size_t n, int& lo, int& hi)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    if (n >= 16) {
+        __m128i mn = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        __m128i mx = mn;
+        for (i = 16; i + 16 <= n; i += 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+            mn = _mm_min_epu8(mn, v);
+            mx = _mm_max_epu8(mx, v);
+        }
+        alignas(16) unsigned char a[16], b[16];
+        _mm_store_si128(reinterpret_cast<__m128i*>(a), mn);
+        _mm_store_si128(reinterpret_cast<__m128i*>(b), mx);
+        for (int k = 0; k < 16; ++k) {
+            lo = std::min<int>(lo, a[k]);
+            hi = std::max<int>(hi, b[k]);
+        }
+    }
+#endif
+    for (; i < n; ++i) {
+        lo = std::min<int>(lo, p[i]);
+        hi = std::max<int>(hi, p[i]);
+    }
+}
+} // namespace
+
 void MarchingCube_cls::GetMinMaxValue(const unsigned char* data)
 {
     const size_t nx = static_cast<size_t>(miSize[0]), nxy = nx * static_cast<size_t>(miSize[1]);
@@ -61,9 +95,7 @@ void MarchingCube_cls::GetMinMaxValue(const unsigned char* data)
                 for (int z = b.miBegin[2]; z <= b.miEnd[2]; ++z)
                     for (int y = b.miBegin[1]; y <= b.miEnd[1]; ++y) {
                         const unsigned char* row = data + static_cast<size_t>(z) * nxy + static_cast<size_t>(y) * nx;
-                        auto [mn, mx] = std::minmax_element(row + b.miBegin[0], row + b.miEnd[0] + 1);
-                        lo = std::min<int>(lo, *mn);
-                        hi = std::max<int>(hi, *mx);
+                        RowMinMax(row + b.miBegin[0], static_cast<size_t>(b.miEnd[0] - b.miBegin[0]) + 1, lo, hi);
                     }
             }
             b.miMin = lo;

@@ -289,9 +289,18 @@ void ThreadOptimizeFull::Entry()
     std::vector<float>& pos = *mpvPos;
     std::vector<float>& norm = *mpvNorm;
     std::vector<uint32_t>& index = *mpvIndex;
-    pos.resize(count * 3);
-    norm.resize(normals ? count * 3 : 0);
-    index.resize(indexTotal);
+    // Sizing a vector fills it, which is also the first touch of its pages: one list per worker,
+    // so the page faults of the three largest arrays of the extraction do not queue on one thread.
+    mpCtrl->RunRanges(3, [&](size_t first, size_t last) {
+        for (size_t k = first; k < last; ++k) {
+            if (k == 0)
+                index.resize(indexTotal);
+            else if (k == 1)
+                pos.resize(count * 3);
+            else
+                norm.resize(normals ? count * 3 : 0);
+        }
+    });
     mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
         for (size_t k = first; k < last; ++k) {
             const size_t bi = spread(k);

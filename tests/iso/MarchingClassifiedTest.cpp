@@ -101,3 +101,37 @@ TEST(MarchingClassified, BlockStatusOfUniformBlocks)
 }
 
 } // namespace
+
+namespace
+{
+
+TEST(MarchingClassified, BlockValueRangesCoverTheirCubesCorners)
+{
+    // Rows long enough for the 16-byte loops and their tails; random bytes with a few extremes.
+    TestVolume t(300, 21, 17);
+    std::mt19937 rng(7);
+    std::uniform_int_distribution<int> mid(20, 230);
+    for (auto& v : t.v)
+        v = static_cast<unsigned char>(mid(rng));
+    t.at(299, 20, 16) = 255;
+    t.at(37, 2, 2) = 0;
+    t.at(150, 10, 8) = 3;
+    MarchingCube_cls mc;
+    ASSERT_TRUE(mc.ThreadControlMain(t.v.data(), t.nx, t.ny, t.nz, 0.5f, 0));
+    for (int i = 0; i < MarchingCube_cls::kBlockNum; ++i) {
+        const MarchingBlock_cls& b = mc.GetBlock(i);
+        if (b.GetCubeNumber() == 0)
+            continue;
+        int lo = 255, hi = 0;
+        for (int z = b.miBegin[2]; z <= b.miEnd[2]; ++z)
+            for (int y = b.miBegin[1]; y <= b.miEnd[1]; ++y)
+                for (int x = b.miBegin[0]; x <= b.miEnd[0]; ++x) {
+                    lo = std::min<int>(lo, t.at(x, y, z));
+                    hi = std::max<int>(hi, t.at(x, y, z));
+                }
+        EXPECT_EQ(b.miMin, lo) << "block " << i;
+        EXPECT_EQ(b.miMax, hi) << "block " << i;
+    }
+}
+
+} // namespace
