@@ -149,10 +149,12 @@ int RunIso(const std::vector<std::string>& args)
     const int nx = static_cast<int>(frame.GetCurrSize(0)), ny = static_cast<int>(frame.GetCurrSize(1)),
               nz = static_cast<int>(frame.GetCurrSize(2));
 
+    // Only the counts of the block stage are reported, so its lists are not kept.
     MarchingCube_cls mc;
     t0 = std::chrono::steady_clock::now();
     if (!mc.ThreadControlMain(frame.GetXYZData(), nx, ny, nz, static_cast<float>(level),
-                              MarchingCube_cls::kFlagNormals | MarchingCube_cls::kFlagWeldInBlock)) {
+                              MarchingCube_cls::kFlagNormals | MarchingCube_cls::kFlagWeldInBlock |
+                                  MarchingCube_cls::kFlagWeldCountOnly)) {
         std::fprintf(stderr, "tessan-cli iso: %s: a volume needs at least 2 voxels along each axis\n", inPath.c_str());
         return 1;
     }

@@ -41,6 +41,14 @@ class MarchingBlock_cls
     std::vector<uint32_t> mvOptToExact;
     std::vector<uint32_t> mvExactFirst;
     std::vector<uint8_t> mvExactBorder;
+    /// With kFlagWeldCountOnly the block-welded lists are not kept: their vertex count, and the
+    /// block's exactly unique vertices in order of first appearance (positions, normals, border
+    /// flags in mvExactBorder) with one exact number per unshared vertex, which is all the full
+    /// weld needs. Empty (and 0) otherwise.
+    size_t muVertexOptNum = 0;
+    std::vector<float> mvExactPos;
+    std::vector<float> mvExactNorm;
+    std::vector<uint32_t> mvExactIndex;
     /// Set once the block has been welded (a second OptimizeVertices pass skips it).
     bool mbOptDone = false;
 

@@ -121,7 +121,8 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
 
     const unsigned workerFlags = (mbNormals ? ThreadMarching::kFlagNormals : 0u) |
                                  ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u) |
-                                 ((flags & kFlagCubeByCube) ? ThreadMarching::kFlagCubeByCube : 0u);
+                                 ((flags & kFlagCubeByCube) ? ThreadMarching::kFlagCubeByCube : 0u) |
+                                 ((flags & kFlagWeldCountOnly) ? ThreadMarching::kFlagWeldCountOnly : 0u);
     miMarchedBlocks = 0;
     // Blocks are handed out z-slab by z-slab, then y, then x: the full weld relies on that order.
     for (MarchingBlock_cls& b : mvBlocks) {
@@ -205,6 +206,10 @@ void MarchingCube_cls::Clear(int keepCapacity)
         Release(b.mvOptToExact, keepCapacity != 0);
         Release(b.mvExactFirst, keepCapacity != 0);
         Release(b.mvExactBorder, keepCapacity != 0);
+        Release(b.mvExactPos, keepCapacity != 0);
+        Release(b.mvExactNorm, keepCapacity != 0);
+        Release(b.mvExactIndex, keepCapacity != 0);
+        b.muVertexOptNum = 0;
         b.mbOptDone = false;
     }
     ClearOptFull();
@@ -219,6 +224,10 @@ void MarchingCube_cls::ClearOpt()
         Release(b.mvOptToExact, false);
         Release(b.mvExactFirst, false);
         Release(b.mvExactBorder, false);
+        Release(b.mvExactPos, false);
+        Release(b.mvExactNorm, false);
+        Release(b.mvExactIndex, false);
+        b.muVertexOptNum = 0;
         b.mbOptDone = false;
     }
 }
@@ -247,7 +256,7 @@ size_t MarchingCube_cls::GetVertexNumberOpt() const
 {
     size_t n = 0;
     for (const MarchingBlock_cls& b : mvBlocks)
-        n += b.mvPosOpt.size() / 3;
+        n += b.mvPosOpt.size() / 3 + b.muVertexOptNum;
     return n;
 }
 

@@ -28,6 +28,11 @@ class MarchingCube_cls
     /// Option bit for ThreadControlMain: march cube by cube instead of classifying each block
     /// first. Same results, bit for bit, and slower; kept as the reference of the fast march.
     static constexpr unsigned kFlagCubeByCube = 4u;
+    /// Option bit for ThreadControlMain, with kFlagWeldInBlock: keep only the count of the
+    /// block-welded vertices (GetVertexNumberOpt) and, instead of the block lists, the exactly
+    /// welded block vertices that OptimizeVerticesFull merges. The fully welded surface is the
+    /// same; for callers that want the counts and the final mesh only (the command-line tool).
+    static constexpr unsigned kFlagWeldCountOnly = 8u;
     /// Decimals written for positions and normals.
     static constexpr int kPrecisionPosition = 6;
     static constexpr int kPrecisionNormal = 3;

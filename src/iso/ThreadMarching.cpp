@@ -433,7 +433,8 @@ ThreadMarching::ThreadMarching(const unsigned char* data, const int size[3], int
     : mpData(data), miSize{size[0], size[1], size[2]},
       muSliceStride(static_cast<size_t>(size[0]) * static_cast<size_t>(size[1])), miLevel(level),
       mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0),
-      mbCubeByCube((flags & kFlagCubeByCube) != 0), mpPool(pool), mpOut(out)
+      mbCubeByCube((flags & kFlagCubeByCube) != 0),
+      mbCountOnly((flags & kFlagWeldCountOnly) != 0 && (flags & kFlagWeldInBlock) != 0), mpPool(pool), mpOut(out)
 {
 }
 
@@ -842,7 +843,10 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     float* outPos = nullptr;
     float* outNorm = nullptr;
     uint32_t* outIndex = nullptr;
-    if (mbWeld) {
+    if (mbCountOnly) {
+        b.mvExactIndex.resize(vertexNum);
+        outIndex = b.mvExactIndex.data();
+    } else if (mbWeld) {
         b.mvIndexOpt.resize(vertexNum);
         outIndex = b.mvIndexOpt.data();
         s.mvUniquePos.resize(vertexNum * 3);
@@ -935,6 +939,27 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                             }
                         }
                     }
+                    if (found == kNoVertex && mbCountOnly) {
+                        // Counted, not kept; the exact list gets the vertex on its first visit.
+                        uId[unique++] = canon;
+                        uint32_t& exact = s.mvCanonExact[canon];
+                        if (exact == kNoVertex) {
+                            exact = static_cast<uint32_t>(b.mvExactBorder.size());
+                            b.mvExactPos.insert(b.mvExactPos.end(), v.mfPos, v.mfPos + 3);
+                            if (mbNormals)
+                                b.mvExactNorm.insert(b.mvExactNorm.end(), v.mfNorm, v.mfNorm + 3);
+                            bool border = false;
+                            for (int a = 0; a < 3; ++a)
+                                border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                            b.mvExactBorder.push_back(border ? 1 : 0);
+                        }
+                        outIndex[emitted++] = exact;
+                        continue;
+                    }
+                    if (found != kNoVertex && mbCountOnly) {
+                        outIndex[emitted++] = s.mvCanonExact[uId[found]];
+                        continue;
+                    }
                     if (found == kNoVertex) {
                         std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
                         if (mbNormals)
@@ -963,7 +988,10 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     for (size_t point : s.mvPointTouched)
         s.mvPointVertex[point] = kNoVertex;
     s.mvCanonExact.clear();
-    if (mbWeld) {
+    if (mbCountOnly) {
+        b.muVertexOptNum = unique;
+        b.mbOptDone = true;
+    } else if (mbWeld) {
         b.mvPosOpt.assign(uPos, uPos + unique * 3);
         if (mbNormals)
             b.mvNormOpt.assign(uNorm, uNorm + unique * 3);
@@ -1017,9 +1045,25 @@ void ThreadMarching::MarchBlockCubeByCube()
         b.mvOptToExact.clear();
         b.mvExactFirst.clear();
         b.mvExactBorder.clear();
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
         b.mvOptToExact.clear();
         b.mvExactFirst.clear();
         b.mvExactBorder.clear();
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
         b.mvIndexOpt.reserve(floats / 3);
         b.mvPosOpt.reserve(floats * 2 / 3);
         if (mbNormals)
@@ -1063,6 +1107,10 @@ void ThreadMarching::Entry()
     b.mvOptToExact.clear();
     b.mvExactFirst.clear();
     b.mvExactBorder.clear();
+    b.mvExactPos.clear();
+    b.mvExactNorm.clear();
+    b.mvExactIndex.clear();
+    b.muVertexOptNum = 0;
     std::unique_ptr<MarchingScratch_cls> scratch = mpPool ? mpPool->Acquire() : std::make_unique<MarchingScratch_cls>();
     MarchBlockClassified(*scratch);
     if (mpPool)

@@ -32,6 +32,9 @@ class ThreadMarching final : public MultiThreadThread_cls
     /// vertices as it goes. The default classifies the whole block first and computes each cut
     /// edge once; both give the same arrays, bit for bit. Kept as the reference for that claim.
     static constexpr unsigned kFlagCubeByCube = 4u;
+    /// Option bit, with kFlagWeldInBlock (classified march only): count the block-welded vertices
+    /// and keep the block's exactly welded vertices instead of the block lists.
+    static constexpr unsigned kFlagWeldCountOnly = 8u;
 
     /// data: nx*ny*nz voxels, x fastest (not owned, must outlive the worker); size: nx, ny, nz;
     /// level: the byte level L (0..255); out: the block, whose miBegin/miEnd give the cubes.
@@ -97,6 +100,7 @@ class ThreadMarching final : public MultiThreadThread_cls
     bool mbNormals;
     bool mbWeld;
     bool mbCubeByCube;
+    bool mbCountOnly;
     MarchingScratchPool_cls* mpPool;
     size_t muEmitted = 0; ///< unshared vertices emitted so far
     MarchingBlock_cls* mpOut;

@@ -80,6 +80,49 @@ TEST(MarchingClassified, SameArraysAsTheCubeByCubeMarch)
         CompareOnVolume(ball, level, "ball");
 }
 
+TEST(MarchingClassified, CountingTheBlockStageGivesTheSameSurface)
+{
+    TestVolume t = MakeBall(61, 47, 39, 30.2, 22.9, 18.8, 15.7);
+    // Specks and a plateau at the level: duplicates far beyond the look-back, and vertices of
+    // different edges on the same voxel.
+    for (size_t i = 0; i < t.v.size(); i += 53)
+        t.v[i] = 255;
+    for (int z = 5; z < 30; ++z)
+        for (int y = 3; y < 9; ++y)
+            for (int x = 10; x < 50; ++x)
+                t.at(x, y, z) = (x + z) % 3 == 0 ? 128 : 127;
+    for (float level : {0.5f, 128.5f / 255.0f}) {
+        const unsigned base = MarchingCube_cls::kFlagNormals | MarchingCube_cls::kFlagWeldInBlock;
+        MarchingCube_cls lists, counted;
+        ASSERT_TRUE(lists.ThreadControlMain(t.v.data(), t.nx, t.ny, t.nz, level, base));
+        ASSERT_TRUE(counted.ThreadControlMain(t.v.data(), t.nx, t.ny, t.nz, level,
+                                              base | MarchingCube_cls::kFlagWeldCountOnly));
+        EXPECT_EQ(counted.GetVertexNumber(), lists.GetVertexNumber()) << level;
+        EXPECT_EQ(counted.GetVertexNumberOpt(), lists.GetVertexNumberOpt()) << level;
+        for (int i = 0; i < MarchingCube_cls::kBlockNum; ++i)
+            ASSERT_TRUE(counted.GetBlock(i).mvPosOpt.empty()) << "block " << i;
+        lists.OptimizeVerticesFull();
+        counted.OptimizeVerticesFull();
+        ASSERT_GT(lists.GetFaceNumberOptFull(), 1000u);
+        EXPECT_LT(lists.GetVertexNumberOptFull(), lists.GetVertexNumberOpt());
+        EXPECT_EQ(counted.GetPositionsFull(), lists.GetPositionsFull()) << level;
+        EXPECT_EQ(counted.GetNormalsFull(), lists.GetNormalsFull()) << level;
+        EXPECT_EQ(counted.GetIndicesFull(), lists.GetIndicesFull()) << level;
+        for (int i = 0; i < MarchingCube_cls::kBlockNum; ++i) {
+            EXPECT_EQ(counted.GetBlock(i).muFirstVertexFull, lists.GetBlock(i).muFirstVertexFull) << i;
+            EXPECT_EQ(counted.GetBlock(i).muFaceBeginFull, lists.GetBlock(i).muFaceBeginFull) << i;
+            EXPECT_EQ(counted.GetBlock(i).muFaceNumFull, lists.GetBlock(i).muFaceNumFull) << i;
+        }
+        std::string a, b;
+        lists.GetStrPovMesh2(&a, L"S", L"", true);
+        counted.GetStrPovMesh2(&b, L"S", L"", true);
+        EXPECT_EQ(a, b);
+        // Releasing the block stage releases what stands in for it.
+        counted.ClearOpt();
+        EXPECT_EQ(counted.GetVertexNumberOpt(), 0u);
+    }
+}
+
 TEST(MarchingClassified, BlockStatusOfUniformBlocks)
 {
     // A slab above the level and one at it: blocks of one kind report it, blocks across the
