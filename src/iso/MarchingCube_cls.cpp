@@ -15,6 +15,7 @@
 #include "iso/ThreadWavefrontWriterBase_cls.h"
 
 #include <algorithm>
+#include <atomic>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -124,7 +125,8 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
                                  ((flags & kFlagCubeByCube) ? ThreadMarching::kFlagCubeByCube : 0u) |
                                  ((flags & kFlagWeldCountOnly) ? ThreadMarching::kFlagWeldCountOnly : 0u);
     miMarchedBlocks = 0;
-    // Blocks are handed out z-slab by z-slab, then y, then x: the full weld relies on that order.
+    std::vector<MarchingBlock_cls*> marched;
+    marched.reserve(mvBlocks.size());
     for (MarchingBlock_cls& b : mvBlocks) {
         if (b.GetCubeNumber() == 0) {
             b.miStatus = MarchingBlock_cls::kNotMarched;
@@ -140,10 +142,19 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
             continue;
         }
         ++miMarchedBlocks;
-        mCThreadCtrl.WaitForThreadsAndRun(
-            std::make_unique<ThreadMarching>(data, miSize, miLevel, workerFlags, &b, &mCScratchPool));
+        marched.push_back(&b);
     }
-    mCThreadCtrl.WaitAllThreadsEnd();
+    // Blocks are handed out z-slab by z-slab, then y, then x, each to its own ThreadMarching
+    // worker. The workers run on one long-lived lane per slot that takes the next block from a
+    // shared counter: the same blocks and results as a thread per block, without starting and
+    // joining 512 threads and without a slot idling until the calling thread wakes to refill it.
+    std::atomic<size_t> next{0};
+    mCThreadCtrl.RunRanges(static_cast<size_t>(mCThreadCtrl.GetThreadNum()), [&](size_t, size_t) {
+        for (size_t i = next.fetch_add(1); i < marched.size(); i = next.fetch_add(1)) {
+            ThreadMarching worker(data, miSize, miLevel, workerFlags, marched[i], &mCScratchPool);
+            worker.Entry();
+        }
+    });
     return true;
 }
 

@@ -593,11 +593,16 @@ int ThreadMarching::MarchCubeLOOPY(int z)
 // 5. Classified block march
 //
 // The cube-by-cube march reads eight corners per cube and looks every edge up in a cache. Here
-// the block's corner flags and cube patterns are computed first in straight loops that the
-// compiler vectorises; the vertices of the cut edges of a layer are then computed in one sweep,
-// each exactly once and with the same arithmetic as GetEdgeVertex; finally the cut cubes emit
-// their triangles in the order the cube-by-cube march visits them (odd offsets first, then the
-// one before), so the block arrays come out identical, bit for bit.
+// the block's corner masks and cube patterns are computed first, sixteen at a time with SSE2;
+// the vertices of the cut edges of a layer are then computed in one sweep, each exactly once and
+// with the same arithmetic as GetEdgeVertex; finally the cut cubes emit their triangles in the
+// order the cube-by-cube march visits them (odd offsets first, then the one before), so the block
+// arrays come out identical, bit for bit. Rows of cubes without a cut cube are skipped.
+//
+// Welding uses canonical vertex numbers: a vertex's own number, or for a vertex lying exactly on a
+// voxel the number of the first vertex there, so that equal numbers mean equal positions. The
+// look-back then compares numbers, and the exact duplicates the full weld must remove are known
+// without hashing positions.
 // ---------------------------------------------------------------------------------------------
 
 namespace
@@ -684,11 +689,6 @@ size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const ui
         total += scalar(x);
     return total;
 }
-
-} // namespace
-
-namespace
-{
 
 // The vertex on the edge from voxel (x, y, z) one step along axis A, with the expressions of
 // GetEdgeVertex: offset from the edge's lower corner in double, position per axis as index / size
