@@ -22,8 +22,8 @@ class MarchingScratch_cls
     std::vector<uint8_t> mvInside;
     /// Corner pattern of each cube of the block, x fastest.
     std::vector<uint8_t> mvCase;
-    /// Per row of cubes (y fastest, then z): whether any cube of the row is cut.
-    std::vector<uint8_t> mvRowCut;
+    /// Per row of cubes (y fastest, then z): the cut cubes as bits, 64 cubes a word.
+    std::vector<uint64_t> mvCutMask;
     /// Vertex number of each cut edge of the two voxel layers and the cube layer in work.
     std::vector<uint32_t> mvEdgeVertex;
     /// Vertices of the cut edges, in the order they were computed.
@@ -31,8 +31,8 @@ class MarchingScratch_cls
     /// Block-welded output under construction: unique positions and normals.
     std::vector<float> mvUniquePos;
     std::vector<float> mvUniqueNorm;
-    /// Canonical vertex number of each unique vertex.
-    std::vector<uint32_t> mvUniqueId;
+    /// Per canonical vertex number: the newest block-welded vertex with it.
+    std::vector<uint32_t> mvCanonLast;
     /// Per axis: the position (fraction of the extent) of the block's voxel planes.
     std::vector<float> mvGridPos[3];
     /// Per block point: the first vertex lying exactly on it (kept all-empty between blocks).

@@ -653,8 +653,10 @@ void ClassifyRow(const unsigned char* src, uint8_t* dst, size_t n, int L)
 }
 
 // Patterns of the n cubes of a row from the corner masks of its four point rows (p0: y, z;
-// p1: y + 1, z; p2: y, z + 1; p3: y + 1, z + 1); returns the row's triangle count.
-size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const uint8_t* p3, uint8_t* c, int n)
+// p1: y + 1, z; p2: y, z + 1; p3: y + 1, z + 1); returns the row's triangle count and sets bit x of
+// cutMask (64 cubes a word, cleared by the caller) for each cut cube.
+size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const uint8_t* p3, uint8_t* c, int n,
+               uint64_t* cutMask)
 {
     const auto& triangles = TriangleCounts();
     auto scalar = [&](int x) {
@@ -681,12 +683,18 @@ size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const ui
         v = _mm_or_si128(v, _mm_and_si128(load(p3 + x), bit(128)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(c + x), v);
         const int uniform = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, zero), _mm_cmpeq_epi8(v, all)));
-        for (int cut = ~uniform & 0xFFFF; cut != 0; cut &= cut - 1)
-            total += triangles[c[x + std::countr_zero(static_cast<unsigned>(cut))]];
+        const unsigned cuts = static_cast<unsigned>(~uniform) & 0xFFFFu;
+        cutMask[x >> 6] |= static_cast<uint64_t>(cuts) << (x & 63);
+        for (unsigned cut = cuts; cut != 0; cut &= cut - 1)
+            total += triangles[c[x + std::countr_zero(cut)]];
     }
 #endif
-    for (; x < n; ++x)
-        total += scalar(x);
+    for (; x < n; ++x) {
+        const size_t t = scalar(x);
+        if (t != 0)
+            cutMask[x >> 6] |= uint64_t{1} << (x & 63);
+        total += t;
+    }
     return total;
 }
 
@@ -817,15 +825,15 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     // Cube patterns (bit i = corner i at or below L), the triangle count, and per row of cubes
     // whether any cube is cut (most rows of a smooth field are not, and the emission skips them).
     s.mvCase.resize(static_cast<size_t>(W) * static_cast<size_t>(H) * static_cast<size_t>(D) + kSimdPad);
-    s.mvRowCut.resize(static_cast<size_t>(H) * static_cast<size_t>(D));
+    const size_t maskWords = (static_cast<size_t>(W) + 63) / 64;
+    s.mvCutMask.assign(maskWords * static_cast<size_t>(H) * static_cast<size_t>(D), 0);
     size_t triangleNum = 0;
     for (int z = 0; z < D; ++z)
         for (int y = 0; y < H; ++y) {
             const uint8_t* p0 = s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw;
             const size_t row = static_cast<size_t>(z) * H + static_cast<size_t>(y);
-            const size_t n = CaseRow(p0, p0 + pw, p0 + plane, p0 + plane + pw, s.mvCase.data() + row * W, W);
-            s.mvRowCut[row] = n != 0;
-            triangleNum += n;
+            triangleNum += CaseRow(p0, p0 + pw, p0 + plane, p0 + plane + pw, s.mvCase.data() + row * W, W,
+                                   s.mvCutMask.data() + row * maskWords);
         }
     const size_t vertexNum = triangleNum * 3;
     muEmitted = vertexNum;
@@ -860,8 +868,6 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
             outNorm = b.mvNorm.data();
         }
     }
-    s.mvUniqueId.resize(mbWeld ? vertexNum : 0);
-    uint32_t* uId = s.mvUniqueId.data();
     float* uPos = s.mvUniquePos.data();
     float* uNorm = s.mvUniqueNorm.data();
     size_t unique = 0, emitted = 0;
@@ -897,89 +903,101 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
             edgeSlot[e] =
                 planeNo * plane + static_cast<size_t>(VOffset[lo][1]) * pw + static_cast<size_t>(VOffset[lo][0]);
         }
-        if (mbWeld)
+        if (mbWeld) {
             s.mvCanonExact.resize(s.mvVertex.size(), kNoVertex);
+            s.mvCanonLast.resize(s.mvVertex.size(), kNoVertex);
+        }
         const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
         for (int ky = 0; ky < H; ++ky) {
             const int y = MarchOrder(ky, H);
-            if (!s.mvRowCut[static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)])
-                continue;
             const uint8_t* rowCase = layerCase + static_cast<size_t>(y) * W;
-            for (int kx = 0; kx < W; ++kx) {
-                const int x = MarchOrder(kx, W);
-                const int c = rowCase[x];
-                if (c == 0 || c == 255)
-                    continue;
-                const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
-                const signed char* tri = a2iTriangleConnectionTable[c];
-                for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
-                    const uint32_t id = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
-                    const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
-                    if (!mbWeld) {
-                        std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
-                        if (outNorm)
-                            std::memcpy(outNorm + emitted * 3, v.mfNorm, sizeof v.mfNorm);
-                        ++emitted;
-                        continue;
+            const uint64_t* rowMask =
+                s.mvCutMask.data() + (static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)) * maskWords;
+            // The cut cubes of the row in march order: pairs (2m + 1, 2m) in turn, the odd last
+            // cube alone. A pair never straddles two mask words.
+            int pending = -1; // the even cube of a pair, emitted after its odd partner
+            for (size_t word = 0; word < maskWords; ++word) {
+                for (uint64_t bits = rowMask[word]; bits != 0 || pending >= 0;) {
+                    int x;
+                    if (pending >= 0) {
+                        x = pending;
+                        pending = -1;
+                    } else {
+                        const int bit = std::countr_zero(bits);
+                        bits &= bits - 1;
+                        x = static_cast<int>(word * 64) + bit;
+                        if ((bit & 1) == 0 && (bits & (uint64_t{1} << (bit + 1))) != 0) {
+                            pending = x;
+                            bits &= ~(uint64_t{1} << (bit + 1));
+                            ++x;
+                        }
                     }
-                    // The rule of ThreadOptimizeA: the first triangle as it is, then the last
-                    // kLookBack unique vertices, exact on all three coordinates.
-                    // Equal canonical numbers mean equal positions (AddVertex), so the look-back
-                    // compares numbers only.
-                    const uint32_t canon = v.muCanon;
-                    uint32_t found = kNoVertex;
-                    if (emitted >= 3) {
-                        const size_t stop = unique > static_cast<size_t>(ThreadOptimizeA::kLookBack)
-                                                ? unique - static_cast<size_t>(ThreadOptimizeA::kLookBack)
-                                                : 0;
-                        for (size_t u = unique; u-- > stop;) {
-                            if (uId[u] == canon) {
-                                found = static_cast<uint32_t>(u);
-                                break;
+                    const int c = rowCase[x];
+                    const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
+                    const signed char* tri = a2iTriangleConnectionTable[c];
+                    for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
+                        const uint32_t id = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
+                        const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
+                        if (!mbWeld) {
+                            std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
+                            if (outNorm)
+                                std::memcpy(outNorm + emitted * 3, v.mfNorm, sizeof v.mfNorm);
+                            ++emitted;
+                            continue;
+                        }
+                        // The rule of ThreadOptimizeA: the first triangle as it is, then the last
+                        // kLookBack unique vertices, exact on all three coordinates. Equal canonical
+                        // numbers mean equal positions (AddVertex), and the newest unique vertex with
+                        // a number is the one a backward search would meet first, so the look-back is
+                        // one test: is that vertex among the last kLookBack?
+                        const uint32_t canon = v.muCanon;
+                        uint32_t& last = s.mvCanonLast[canon];
+                        uint32_t found = kNoVertex;
+                        if (emitted >= 3 && last != kNoVertex &&
+                            static_cast<size_t>(last) + static_cast<size_t>(ThreadOptimizeA::kLookBack) >= unique)
+                            found = last;
+                        if (found == kNoVertex && mbCountOnly) {
+                            // Counted, not kept; the exact list gets the vertex on its first visit.
+                            last = static_cast<uint32_t>(unique++);
+                            uint32_t& exact = s.mvCanonExact[canon];
+                            if (exact == kNoVertex) {
+                                exact = static_cast<uint32_t>(b.mvExactBorder.size());
+                                b.mvExactPos.insert(b.mvExactPos.end(), v.mfPos, v.mfPos + 3);
+                                if (mbNormals)
+                                    b.mvExactNorm.insert(b.mvExactNorm.end(), v.mfNorm, v.mfNorm + 3);
+                                bool border = false;
+                                for (int a = 0; a < 3; ++a)
+                                    border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                                b.mvExactBorder.push_back(border ? 1 : 0);
                             }
+                            outIndex[emitted++] = exact;
+                            continue;
                         }
-                    }
-                    if (found == kNoVertex && mbCountOnly) {
-                        // Counted, not kept; the exact list gets the vertex on its first visit.
-                        uId[unique++] = canon;
-                        uint32_t& exact = s.mvCanonExact[canon];
-                        if (exact == kNoVertex) {
-                            exact = static_cast<uint32_t>(b.mvExactBorder.size());
-                            b.mvExactPos.insert(b.mvExactPos.end(), v.mfPos, v.mfPos + 3);
+                        if (found != kNoVertex && mbCountOnly) {
+                            outIndex[emitted++] = s.mvCanonExact[canon];
+                            continue;
+                        }
+                        if (found == kNoVertex) {
+                            std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
                             if (mbNormals)
-                                b.mvExactNorm.insert(b.mvExactNorm.end(), v.mfNorm, v.mfNorm + 3);
-                            bool border = false;
-                            for (int a = 0; a < 3; ++a)
-                                border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
-                            b.mvExactBorder.push_back(border ? 1 : 0);
+                                std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
+                            last = static_cast<uint32_t>(unique);
+                            // Exact duplicates beyond the look-back, and which vertices lie on the
+                            // block's border planes: the full weld takes both from here.
+                            uint32_t& exact = s.mvCanonExact[canon];
+                            if (exact == kNoVertex) {
+                                exact = static_cast<uint32_t>(b.mvExactFirst.size());
+                                b.mvExactFirst.push_back(static_cast<uint32_t>(unique));
+                                bool border = false;
+                                for (int a = 0; a < 3; ++a)
+                                    border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                                b.mvExactBorder.push_back(border ? 1 : 0);
+                            }
+                            b.mvOptToExact.push_back(exact);
+                            found = static_cast<uint32_t>(unique++);
                         }
-                        outIndex[emitted++] = exact;
-                        continue;
+                        outIndex[emitted++] = found;
                     }
-                    if (found != kNoVertex && mbCountOnly) {
-                        outIndex[emitted++] = s.mvCanonExact[uId[found]];
-                        continue;
-                    }
-                    if (found == kNoVertex) {
-                        std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
-                        if (mbNormals)
-                            std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
-                        uId[unique] = canon;
-                        // Exact duplicates beyond the look-back, and which vertices lie on the
-                        // block's border planes: the full weld takes both from here.
-                        uint32_t& exact = s.mvCanonExact[canon];
-                        if (exact == kNoVertex) {
-                            exact = static_cast<uint32_t>(b.mvExactFirst.size());
-                            b.mvExactFirst.push_back(static_cast<uint32_t>(unique));
-                            bool border = false;
-                            for (int a = 0; a < 3; ++a)
-                                border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
-                            b.mvExactBorder.push_back(border ? 1 : 0);
-                        }
-                        b.mvOptToExact.push_back(exact);
-                        found = static_cast<uint32_t>(unique++);
-                    }
-                    outIndex[emitted++] = found;
                 }
             }
         }
@@ -988,6 +1006,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     for (size_t point : s.mvPointTouched)
         s.mvPointVertex[point] = kNoVertex;
     s.mvCanonExact.clear();
+    s.mvCanonLast.clear();
     if (mbCountOnly) {
         b.muVertexOptNum = unique;
         b.mbOptDone = true;

@@ -53,8 +53,9 @@ void CompareOnVolume(const TestVolume& t, float level, const std::string& name)
 TEST(MarchingClassified, SameArraysAsTheCubeByCubeMarch)
 {
     std::mt19937 rng(2024);
-    // Widths from one cube per block to more than sixteen (the vector loops and their tails).
-    const int shapes[][3] = {{2, 2, 2}, {3, 9, 5}, {17, 4, 11}, {40, 33, 26}, {150, 19, 21}, {137, 140, 9}};
+    // Widths from one cube per block to more than sixteen (the vector loops and their tails) and
+    // more than 64 (several words of cut-cube bits per row).
+    const int shapes[][3] = {{2, 2, 2}, {3, 9, 5}, {17, 4, 11}, {40, 33, 26}, {150, 19, 21}, {137, 140, 9}, {531, 5, 4}};
     for (const auto& s : shapes) {
         TestVolume noise(s[0], s[1], s[2]);
         std::uniform_int_distribution<int> any(0, 255);
