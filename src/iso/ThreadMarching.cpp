@@ -703,6 +703,83 @@ size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const ui
 // in double stored as float (gridPos[a][i] holds that value for index begin[a] + i, computed with
 // the same expression), normal by NormalAt. A is a template argument so that, once NormalAt is
 // inlined, the zero fractions of the other two axes fold away.
+// NormalAt for a point on an edge along axis A (fraction f along A, none on the other axes),
+// written out for vertices whose samples all lie inside the grid, where the clamping is idle.
+// Every product and sum is the one InterpolateAt forms, in the same order (x innermost), so the
+// result is the same float; vertices near the grid's faces take NormalAt itself.
+template <int A>
+inline void EdgeNormal(const unsigned char* data, const int size[3], size_t slice, const int index[3], float f,
+                       float normal[3])
+{
+    int base[3] = {index[0], index[1], index[2]};
+    if (f >= 1.0f) { // a fraction of exactly 1 moves to the next voxel
+        f -= 1.0f;
+        ++base[A];
+    }
+    bool inside = base[A] >= 1 && base[A] + 2 < size[A];
+    for (int a = 0; a < 3; ++a)
+        if (a != A)
+            inside = inside && base[a] >= 1 && base[a] + 1 < size[a];
+    if (!inside) {
+        float frac[3] = {0.0f, 0.0f, 0.0f};
+        frac[A] = f;
+        NormalAt(data, size, base, frac, normal);
+        return;
+    }
+    const size_t nx = static_cast<size_t>(size[0]);
+    const ptrdiff_t stride[3] = {1, static_cast<ptrdiff_t>(nx), static_cast<ptrdiff_t>(slice)};
+    const unsigned char* p =
+        data + static_cast<size_t>(base[2]) * slice + static_cast<size_t>(base[1]) * nx + static_cast<size_t>(base[0]);
+    auto value = [p](ptrdiff_t o) { return static_cast<float>(p[o]); };
+    auto lerp = [&](ptrdiff_t o, ptrdiff_t step, float fr) {
+        const float a = value(o);
+        return fr == 0.0f ? a : a + fr * (value(o + step) - a);
+    };
+    // Along A: the samples at f - 0.5 and f + 0.5, carried into the neighbouring voxel.
+    {
+        const ptrdiff_t s = stride[A];
+        float fm = f - 0.5f, fp = f + 0.5f;
+        ptrdiff_t om = 0, op = 0;
+        if (fm < 0.0f) {
+            fm += 1.0f;
+            om = -s;
+        }
+        if (fp >= 1.0f) {
+            fp -= 1.0f;
+            op = s;
+        }
+        normal[A] = (lerp(om, s, fm) - lerp(op, s, fp)) * static_cast<float>(size[A]);
+    }
+    // Across A: the samples half a voxel below and above on axis a, at fraction 0.5 from voxels
+    // base - 1 and base.
+    for (int a = 0; a < 3; ++a) {
+        if (a == A)
+            continue;
+        const ptrdiff_t s = stride[a];
+        auto sample = [&](ptrdiff_t o) {
+            if (f == 0.0f)
+                return lerp(o, s, 0.5f);
+            // Two fractions: the lower axis is interpolated first, as InterpolateAt does.
+            const int inner = a < A ? a : A;
+            const ptrdiff_t si = stride[inner], so = stride[a + A - inner];
+            const float fi = inner == A ? f : 0.5f, fo = inner == A ? 0.5f : f;
+            const float r0 = lerp(o, si, fi);
+            return r0 + fo * (lerp(o + so, si, fi) - r0);
+        };
+        normal[a] = (sample(-s) - sample(0)) * static_cast<float>(size[a]);
+    }
+    float len = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
+    if (len == 0.0f) {
+        normal[0] = 0.0f;
+        normal[1] = 0.0f;
+        normal[2] = 1.0f;
+        return;
+    }
+    normal[0] /= len;
+    normal[1] /= len;
+    normal[2] /= len;
+}
+
 template <int A>
 void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, int level, bool normals, int x, int y,
                   int z, const int begin[3], const float* const gridPos[3], MarchingScratch_cls::Vertex& v)
@@ -718,11 +795,8 @@ void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, in
     // On a grid point when the position along the edge rounds to either end of it.
     const float* g = gridPos[A] + (index[A] - begin[A]);
     v.miGridEnd = v.mfPos[A] == g[0] ? 0 : (v.mfPos[A] == g[1] ? 1 : -1);
-    if (normals) {
-        float frac[3] = {0.0f, 0.0f, 0.0f};
-        frac[A] = static_cast<float>(t);
-        NormalAt(data, size, index, frac, v.mfNorm);
-    }
+    if (normals)
+        EdgeNormal<A>(data, size, slice, index, static_cast<float>(t), v.mfNorm);
 }
 
 } // namespace
