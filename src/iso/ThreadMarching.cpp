@@ -703,6 +703,25 @@ size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const ui
 // in double stored as float (gridPos[a][i] holds that value for index begin[a] + i, computed with
 // the same expression), normal by NormalAt. A is a template argument so that, once NormalAt is
 // inlined, the zero fractions of the other two axes fold away.
+// Calls f(i), in increasing i, for each i < n where the masks a[i] and b[i] differ: the cut edges
+// between two rows (or planes) of corner masks.
+template <class F> inline void ForEachDiffering(const uint8_t* a, const uint8_t* b, size_t n, F&& f)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    for (; i + 16 <= n; i += 16) {
+        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
+        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
+        for (unsigned bits = static_cast<unsigned>(_mm_movemask_epi8(_mm_xor_si128(va, vb))); bits != 0;
+             bits &= bits - 1)
+            f(i + static_cast<size_t>(std::countr_zero(bits)));
+    }
+#endif
+    for (; i < n; ++i)
+        if (a[i] != b[i])
+            f(i);
+}
+
 // NormalAt for a point on an edge along axis A (fraction f along A, none on the other axes),
 // written out for vertices whose samples all lie inside the grid, where the clamping is idle.
 // Every product and sum is the one InterpolateAt forms, in the same order (x innermost), so the
@@ -847,19 +866,17 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
     for (int y = 0; y <= H; ++y) {
         const uint8_t* r = in + static_cast<size_t>(y) * pw;
         uint32_t* rx = ex + static_cast<size_t>(y) * pw;
-        for (int x = 0; x < W; ++x)
-            if (r[x] != r[x + 1]) {
-                rx[x] = static_cast<uint32_t>(s.mvVertex.size());
-                AddVertex(s, 0, b.miBegin[0] + x, b.miBegin[1] + y, z);
-            }
+        ForEachDiffering(r, r + 1, static_cast<size_t>(W), [&](size_t x) {
+            rx[x] = static_cast<uint32_t>(s.mvVertex.size());
+            AddVertex(s, 0, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+        });
         if (y == H)
             break;
         uint32_t* ry = ey + static_cast<size_t>(y) * pw;
-        for (int x = 0; x <= W; ++x)
-            if (r[x] != r[x + pw]) {
-                ry[x] = static_cast<uint32_t>(s.mvVertex.size());
-                AddVertex(s, 1, b.miBegin[0] + x, b.miBegin[1] + y, z);
-            }
+        ForEachDiffering(r, r + pw, pw, [&](size_t x) {
+            ry[x] = static_cast<uint32_t>(s.mvVertex.size());
+            AddVertex(s, 1, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+        });
     }
 }
 
@@ -871,12 +888,11 @@ void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
     const uint8_t* lo = s.mvInside.data() + static_cast<size_t>(z - b.miBegin[2]) * plane;
     const uint8_t* hi = lo + plane;
     uint32_t* ez = s.mvEdgeVertex.data() + 4 * plane;
-    for (size_t i = 0; i < plane; ++i)
-        if (lo[i] != hi[i]) {
-            ez[i] = static_cast<uint32_t>(s.mvVertex.size());
-            const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
-            AddVertex(s, 2, b.miBegin[0] + x, b.miBegin[1] + y, z);
-        }
+    ForEachDiffering(lo, hi, plane, [&](size_t i) {
+        ez[i] = static_cast<uint32_t>(s.mvVertex.size());
+        const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
+        AddVertex(s, 2, b.miBegin[0] + x, b.miBegin[1] + y, z);
+    });
 }
 
 void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
