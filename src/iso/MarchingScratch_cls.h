@@ -28,6 +28,8 @@ class MarchingScratch_cls
     std::vector<uint32_t> mvEdgeVertex;
     /// Vertices of the cut edges, in the order they were computed.
     std::vector<Vertex> mvVertex;
+    /// The canonical numbers of mvVertex again, packed: the welding reads them for every corner.
+    std::vector<uint32_t> mvCanonOf;
     /// Block-welded output under construction: unique positions and normals.
     std::vector<float> mvUniquePos;
     std::vector<float> mvUniqueNorm;

@@ -851,6 +851,7 @@ void ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, i
         v.muCanon = first;
     }
     s.mvVertex.push_back(v);
+    s.mvCanonOf.push_back(v.muCanon);
 }
 
 // Edge-vertex planes as in the cube-by-cube cache: x and y edges of even voxel layers (0, 1), of odd
@@ -964,6 +965,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
 
     s.mvEdgeVertex.assign(5 * plane, kNoVertex);
     s.mvVertex.clear();
+    s.mvCanonOf.clear();
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
     for (int a = 0; a < 3; ++a) {
@@ -1040,7 +1042,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                         // numbers mean equal positions (AddVertex), and the newest unique vertex with
                         // a number is the one a backward search would meet first, so the look-back is
                         // one test: is that vertex among the last kLookBack?
-                        const uint32_t canon = v.muCanon;
+                        const uint32_t canon = s.mvCanonOf[id]; // (the vertex itself is read only when kept)
                         uint32_t& last = s.mvCanonLast[canon];
                         uint32_t found = kNoVertex;
                         if (emitted >= 3 && last != kNoVertex &&
