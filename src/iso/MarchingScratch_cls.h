@@ -24,25 +24,32 @@ class MarchingScratch_cls
     std::vector<uint8_t> mvCase;
     /// Per row of cubes (y fastest, then z): the cut cubes as bits, 64 cubes a word.
     std::vector<uint64_t> mvCutMask;
-    /// Vertex number of each cut edge of the two voxel layers and the cube layer in work.
-    std::vector<uint32_t> mvEdgeVertex;
+    /// A cut edge's vertex number and canonical number, read together for every triangle corner.
+    struct EdgeRef {
+        uint32_t muId;
+        uint32_t muCanon;
+    };
+    /// Per canonical vertex number: the newest block-welded vertex with it and its number among the
+    /// block's exactly unique vertices (kNoVertex-style UINT32_MAX while none).
+    struct CanonState {
+        uint32_t muLast;
+        uint32_t muExact;
+    };
+    /// The vertex of each cut edge of the two voxel layers and the cube layer in work.
+    std::vector<EdgeRef> mvEdgeVertex;
     /// Vertices of the cut edges, in the order they were computed.
     std::vector<Vertex> mvVertex;
-    /// The canonical numbers of mvVertex again, packed: the welding reads them for every corner.
-    std::vector<uint32_t> mvCanonOf;
     /// Block-welded output under construction: unique positions and normals.
     std::vector<float> mvUniquePos;
     std::vector<float> mvUniqueNorm;
-    /// Per canonical vertex number: the newest block-welded vertex with it.
-    std::vector<uint32_t> mvCanonLast;
+    /// Indexed by canonical vertex number.
+    std::vector<CanonState> mvCanon;
     /// Per axis: the position (fraction of the extent) of the block's voxel planes.
     std::vector<float> mvGridPos[3];
     /// Per block point: the first vertex lying exactly on it (kept all-empty between blocks).
     std::vector<uint32_t> mvPointVertex;
     /// The points of mvPointVertex set during this block.
     std::vector<size_t> mvPointTouched;
-    /// Per canonical vertex number: its number among the exactly unique vertices of the block.
-    std::vector<uint32_t> mvCanonExact;
 };
 
 /// Lends scratch sets to workers; any thread may call it.

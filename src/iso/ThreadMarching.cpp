@@ -820,7 +820,7 @@ void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, in
 
 } // namespace
 
-void ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const
+MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const
 {
     MarchingScratch_cls::Vertex v;
     const int* begin = mpOut->miBegin;
@@ -851,7 +851,7 @@ void ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, i
         v.muCanon = first;
     }
     s.mvVertex.push_back(v);
-    s.mvCanonOf.push_back(v.muCanon);
+    return {id, v.muCanon};
 }
 
 // Edge-vertex planes as in the cube-by-cube cache: x and y edges of even voxel layers (0, 1), of odd
@@ -862,21 +862,19 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
     const int W = b.miEnd[0] - b.miBegin[0], H = b.miEnd[1] - b.miBegin[1];
     const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
     const uint8_t* in = s.mvInside.data() + static_cast<size_t>(z - b.miBegin[2]) * plane;
-    uint32_t* ex = s.mvEdgeVertex.data() + static_cast<size_t>((z & 1) * 2) * plane;
-    uint32_t* ey = ex + plane;
+    MarchingScratch_cls::EdgeRef* ex = s.mvEdgeVertex.data() + static_cast<size_t>((z & 1) * 2) * plane;
+    MarchingScratch_cls::EdgeRef* ey = ex + plane;
     for (int y = 0; y <= H; ++y) {
         const uint8_t* r = in + static_cast<size_t>(y) * pw;
-        uint32_t* rx = ex + static_cast<size_t>(y) * pw;
+        MarchingScratch_cls::EdgeRef* rx = ex + static_cast<size_t>(y) * pw;
         ForEachDiffering(r, r + 1, static_cast<size_t>(W), [&](size_t x) {
-            rx[x] = static_cast<uint32_t>(s.mvVertex.size());
-            AddVertex(s, 0, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+            rx[x] = AddVertex(s, 0, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
         });
         if (y == H)
             break;
-        uint32_t* ry = ey + static_cast<size_t>(y) * pw;
+        MarchingScratch_cls::EdgeRef* ry = ey + static_cast<size_t>(y) * pw;
         ForEachDiffering(r, r + pw, pw, [&](size_t x) {
-            ry[x] = static_cast<uint32_t>(s.mvVertex.size());
-            AddVertex(s, 1, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+            ry[x] = AddVertex(s, 1, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
         });
     }
 }
@@ -888,11 +886,10 @@ void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
     const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
     const uint8_t* lo = s.mvInside.data() + static_cast<size_t>(z - b.miBegin[2]) * plane;
     const uint8_t* hi = lo + plane;
-    uint32_t* ez = s.mvEdgeVertex.data() + 4 * plane;
+    MarchingScratch_cls::EdgeRef* ez = s.mvEdgeVertex.data() + 4 * plane;
     ForEachDiffering(lo, hi, plane, [&](size_t i) {
-        ez[i] = static_cast<uint32_t>(s.mvVertex.size());
         const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
-        AddVertex(s, 2, b.miBegin[0] + x, b.miBegin[1] + y, z);
+        ez[i] = AddVertex(s, 2, b.miBegin[0] + x, b.miBegin[1] + y, z);
     });
 }
 
@@ -963,9 +960,8 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     float* uNorm = s.mvUniqueNorm.data();
     size_t unique = 0, emitted = 0;
 
-    s.mvEdgeVertex.assign(5 * plane, kNoVertex);
+    s.mvEdgeVertex.assign(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
     s.mvVertex.clear();
-    s.mvCanonOf.clear();
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
     for (int a = 0; a < 3; ++a) {
@@ -996,8 +992,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                 planeNo * plane + static_cast<size_t>(VOffset[lo][1]) * pw + static_cast<size_t>(VOffset[lo][0]);
         }
         if (mbWeld) {
-            s.mvCanonExact.resize(s.mvVertex.size(), kNoVertex);
-            s.mvCanonLast.resize(s.mvVertex.size(), kNoVertex);
+            s.mvCanon.resize(s.mvVertex.size(), MarchingScratch_cls::CanonState{kNoVertex, kNoVertex});
         }
         const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
         for (int ky = 0; ky < H; ++ky) {
@@ -1028,7 +1023,8 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                     const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
                     const signed char* tri = a2iTriangleConnectionTable[c];
                     for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
-                        const uint32_t id = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
+                        const MarchingScratch_cls::EdgeRef edge = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
+                        const uint32_t id = edge.muId;
                         const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
                         if (!mbWeld) {
                             std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
@@ -1042,8 +1038,8 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                         // numbers mean equal positions (AddVertex), and the newest unique vertex with
                         // a number is the one a backward search would meet first, so the look-back is
                         // one test: is that vertex among the last kLookBack?
-                        const uint32_t canon = s.mvCanonOf[id]; // (the vertex itself is read only when kept)
-                        uint32_t& last = s.mvCanonLast[canon];
+                        MarchingScratch_cls::CanonState& state = s.mvCanon[edge.muCanon];
+                        uint32_t& last = state.muLast;
                         uint32_t found = kNoVertex;
                         if (emitted >= 3 && last != kNoVertex &&
                             static_cast<size_t>(last) + static_cast<size_t>(ThreadOptimizeA::kLookBack) >= unique)
@@ -1051,7 +1047,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                         if (found == kNoVertex && mbCountOnly) {
                             // Counted, not kept; the exact list gets the vertex on its first visit.
                             last = static_cast<uint32_t>(unique++);
-                            uint32_t& exact = s.mvCanonExact[canon];
+                            uint32_t& exact = state.muExact;
                             if (exact == kNoVertex) {
                                 exact = static_cast<uint32_t>(b.mvExactBorder.size());
                                 b.mvExactPos.insert(b.mvExactPos.end(), v.mfPos, v.mfPos + 3);
@@ -1066,7 +1062,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                             continue;
                         }
                         if (found != kNoVertex && mbCountOnly) {
-                            outIndex[emitted++] = s.mvCanonExact[canon];
+                            outIndex[emitted++] = state.muExact;
                             continue;
                         }
                         if (found == kNoVertex) {
@@ -1076,7 +1072,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                             last = static_cast<uint32_t>(unique);
                             // Exact duplicates beyond the look-back, and which vertices lie on the
                             // block's border planes: the full weld takes both from here.
-                            uint32_t& exact = s.mvCanonExact[canon];
+                            uint32_t& exact = state.muExact;
                             if (exact == kNoVertex) {
                                 exact = static_cast<uint32_t>(b.mvExactFirst.size());
                                 b.mvExactFirst.push_back(static_cast<uint32_t>(unique));
@@ -1097,8 +1093,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     TESSAN_ASSERT(emitted == vertexNum, "SRC/ISO/ThreadMarching");
     for (size_t point : s.mvPointTouched)
         s.mvPointVertex[point] = kNoVertex;
-    s.mvCanonExact.clear();
-    s.mvCanonLast.clear();
+    s.mvCanon.clear();
     if (mbCountOnly) {
         b.muVertexOptNum = unique;
         b.mbOptDone = true;

@@ -83,8 +83,8 @@ class ThreadMarching final : public MultiThreadThread_cls
     /// Computes the vertices of the cut z edges between voxel layers z and z + 1.
     void ComputeVerticalEdges(MarchingScratch_cls& s, int z);
     /// Appends the vertex on the edge from voxel (x, y, z) one step along axis to the block's
-    /// vertices, with its canonical number.
-    void AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const;
+    /// vertices; returns its number and canonical number.
+    MarchingScratch_cls::EdgeRef AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const;
     /// Drops the cached edges that the next layer of cubes cannot share (called when the march
     /// moves up one layer of cubes).
     void AdvanceLayer();
