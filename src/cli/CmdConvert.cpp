@@ -168,5 +168,5 @@ int RunConvert(const std::vector<std::string>& args)
 } // namespace
 
 TESSAN_CLI_COMMAND(convert, "convert",
-                   "convert a DF3 file, image stack or text volume to an 8-bit DF3 file or PNG slices",
-                   kUsage, RunConvert);
+                   "convert a DF3 file, image stack or text volume to an 8-bit DF3 file or PNG slices", kUsage,
+                   RunConvert);

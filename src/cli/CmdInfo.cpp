@@ -95,5 +95,4 @@ int RunInfo(const std::vector<std::string>& args)
 
 } // namespace
 
-TESSAN_CLI_COMMAND(info, "info", "print sizes, sample width and density statistics of volume files", kUsage,
-                   RunInfo);
+TESSAN_CLI_COMMAND(info, "info", "print sizes, sample width and density statistics of volume files", kUsage, RunInfo);

@@ -104,7 +104,9 @@ void PngWriteError(png_structp png, png_const_charp message)
     png_longjmp(png, 1);
 }
 
-void PngWriteWarning(png_structp, png_const_charp) {}
+void PngWriteWarning(png_structp, png_const_charp)
+{
+}
 
 bool PngEncode(PngWriteJob* job)
 {

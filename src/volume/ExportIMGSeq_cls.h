@@ -40,7 +40,8 @@ class ExportIMGSeq_cls
     static bool MakeFileNames(const Settings& settings, uint32_t count, std::vector<std::wstring>& names,
                               std::wstring& error);
     /// Copies slice p across axis into out (S*T bytes, T rows of S).
-    static void ExtractSlice(const DF3_cls& frame, const uint8_t* data, int axis, uint32_t p, std::vector<uint8_t>& out);
+    static void ExtractSlice(const DF3_cls& frame, const uint8_t* data, int axis, uint32_t p,
+                             std::vector<uint8_t>& out);
     /// Writes one 8-bit grey PNG, creating the file exclusively (an existing file is an error) and
     /// removing it again when writing fails. False with `error` set.
     static bool WritePng(const std::wstring& path, const uint8_t* pixels, uint32_t width, uint32_t height,

@@ -90,7 +90,9 @@ void PngError(png_structp png, png_const_charp message)
     png_longjmp(png, 1);
 }
 
-void PngWarning(png_structp, png_const_charp) {}
+void PngWarning(png_structp, png_const_charp)
+{
+}
 
 bool PngDecode(PngJob* job)
 {
@@ -318,7 +320,9 @@ void JpegErrorExit(j_common_ptr common)
     std::longjmp(job->jump, 1);
 }
 
-void JpegOutputMessage(j_common_ptr) {}
+void JpegOutputMessage(j_common_ptr)
+{
+}
 
 bool JpegDecode(JpegJob* job)
 {
@@ -592,7 +596,9 @@ struct ImageSliceReader_cls::Impl {
     }
 };
 
-ImageSliceReader_cls::ImageSliceReader_cls() : mpImpl(std::make_unique<Impl>()) {}
+ImageSliceReader_cls::ImageSliceReader_cls() : mpImpl(std::make_unique<Impl>())
+{
+}
 
 ImageSliceReader_cls::~ImageSliceReader_cls() = default;
 
