@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <fcntl.h>
 #include <limits>
@@ -185,8 +186,11 @@ bool ReadBodyTxt_cls::ParseValue(const std::string& t, double& v)
         v = static_cast<double>(negative ? -x : x);
         return true;
     }
-    v = ParseDouble(t);
-    return std::isfinite(v);
+    // from_chars is locale-independent like ParseDouble but needs no copy of the token, which
+    // halves the time of a text volume of reals. It takes no leading "+".
+    const char* begin = t.data() + (t[0] == '+' ? 1 : 0);
+    const auto [end, ec] = std::from_chars(begin, t.data() + n, v);
+    return ec == std::errc() && end == t.data() + n && std::isfinite(v);
 }
 
 uint8_t ReadBodyTxt_cls::Scale(double v, double min, double max)
