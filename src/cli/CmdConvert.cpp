@@ -8,6 +8,7 @@
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
 #include "volume/ExportDF3_cls.h"
+#include "volume/SourceFormat_cls.h"
 
 #include <cstdio>
 #include <sstream>
@@ -124,6 +125,8 @@ int RunConvert(const std::vector<std::string>& args)
     const std::string& in = parsed.Operands()[0];
     const std::string& out = parsed.Operands()[1];
     const std::string last = parsed.Value("last").value_or("");
+    if (!last.empty() && SourceFormat_cls::FromPath(Widen(in)) != DF3_cls::FORMAT_IMGSEQ)
+        return Usage("--last applies to image stacks only");
 
     UserPrompt_cls* prompt = GetUserPrompt();
     // Checked before reading, so a large input is not read for nothing; the writers check again.
@@ -134,8 +137,6 @@ int RunConvert(const std::vector<std::string>& args)
         seq.SetDownSizeSRC(a, factor[a]);
     DF3_cls frame(&seq);
     CliVolume_cls::SetSource(frame, in, last);
-    if (!last.empty() && frame.GetFilePathFormat() != DF3_cls::FORMAT_IMGSEQ)
-        return Usage("--last applies to image stacks only");
     if (!frame.ReadHeader(prompt) || !frame.Allocate() || !frame.ReadBodyIfNotFinished(true, prompt))
         return 1;
     const std::string source =

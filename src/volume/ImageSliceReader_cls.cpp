@@ -19,6 +19,8 @@
 #include <new>
 
 #include <jpeglib.h>
+// (after jpeglib.h, which it needs)
+#include <jerror.h>
 #include <png.h>
 #include <tiffio.h>
 
@@ -308,6 +310,7 @@ struct JpegJob {
     bool bInfoOnly = false;
     bool bCmyk = false;
     bool bOutOfMemory = false;
+    bool bTruncated = false;
     Info info;
     std::vector<uint8_t>* pGrey = nullptr;
     jpeg_decompress_struct decompress;
@@ -324,12 +327,21 @@ void JpegOutputMessage(j_common_ptr)
 {
 }
 
+// libjpeg only warns when the data ends early and fills the rest with grey; for a volume that
+// would be invented densities, so the warning counts as a failure. Other warnings are harmless.
+void JpegEmitMessage(j_common_ptr common, int level)
+{
+    if (level < 0 && common->err->msg_code == JWRN_JPEG_EOF)
+        reinterpret_cast<JpegJob*>(common->err)->bTruncated = true;
+}
+
 bool JpegDecode(JpegJob* job)
 {
     jpeg_decompress_struct* d = &job->decompress;
     d->err = jpeg_std_error(&job->errorManager);
     job->errorManager.error_exit = JpegErrorExit;
     job->errorManager.output_message = JpegOutputMessage;
+    job->errorManager.emit_message = JpegEmitMessage;
     if (setjmp(job->jump)) {
         jpeg_destroy_decompress(d);
         return false;
@@ -364,7 +376,7 @@ bool JpegDecode(JpegJob* job)
     }
     jpeg_finish_decompress(d);
     jpeg_destroy_decompress(d);
-    return true;
+    return !job->bTruncated;
 }
 
 bool ReadJpeg(FILE* file, bool infoOnly, Info& info, std::vector<uint8_t>* grey, std::wstring& error)
@@ -378,6 +390,8 @@ bool ReadJpeg(FILE* file, bool infoOnly, Info& info, std::vector<uint8_t>* grey,
             error = TrW("CMYK JPEG images are not supported");
         else if (job->bOutOfMemory)
             error = TrW("Not enough memory to decode the image");
+        else if (job->bTruncated)
+            error = TrW("The file ends before the image is complete");
         else
             error = Widen(job->acMessage);
         return false;

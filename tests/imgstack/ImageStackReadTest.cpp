@@ -342,6 +342,15 @@ TEST(ImageStackRead, UnreadableSlicesAreReportedAndLeaveTheFrameInvalid)
     EXPECT_EQ(m.text.rfind(Widen(dir.File("v_0.png")) + L"\n", 0), 0u) << Narrow(m.text);
     EXPECT_GT(m.text.size(), dir.File("v_0.png").size() + 1) << "a reason follows the name";
 
+    // A JPEG cut off in its data would be filled with grey by libjpeg; here it is an error.
+    ASSERT_TRUE(MagickFromRaw(PatternBytes(64 * 64, 3), 64, 64, 8, "gray", dir.File("j_0.jpg")));
+    bytes = ReadFileBytes(dir.File("j_0.jpg"));
+    bytes.resize(bytes.size() * 2 / 3);
+    WriteFileBytes(dir.File("j_0.jpg"), bytes);
+    FrameFixture jpg;
+    EXPECT_FALSE(jpg.Load(dir.File("j_0.jpg"), DF3_cls::FORMAT_IMGSEQ));
+    EXPECT_EQ(jpg.OnlyMessage().text, Widen(dir.File("j_0.jpg")) + L"\nThe file ends before the image is complete");
+
     // The named slice itself missing or not an image: the header fails, shown only with a parent.
     FrameFixture missing;
     missing.frame.SetFilePath(Widen(dir.File("gone_0.png")), L"", DF3_cls::FORMAT_IMGSEQ);
