@@ -14,6 +14,7 @@ packages=(
   gettext locales
   clang-14 libclang-rt-14-dev
   assimp-utils parallel
+  libpng-dev libtiff-dev libjpeg-dev
 )
 if [[ "${1:-}" == "--bench" ]]; then
   packages+=(python3-scipy python3-numpy python3-skimage python3-vtk9 hyperfine)
