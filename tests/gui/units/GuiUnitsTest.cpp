@@ -43,6 +43,28 @@ TEST(CommandLine, OptionsAndFile)
     EXPECT_NE(CommandLine_cls::VersionText().find("0.778"), std::string::npos);
 }
 
+TEST(CommandLine, StartFrame)
+{
+    CommandLine_cls none;
+    ASSERT_EQ(ParseArgs(none, {"a.df3"}), CommandLine_cls::kRun);
+    EXPECT_EQ(none.GetFrame(), -1);
+    CommandLine_cls spaced;
+    ASSERT_EQ(ParseArgs(spaced, {"--frame", "16", "a.df3"}), CommandLine_cls::kRun);
+    EXPECT_EQ(spaced.GetFrame(), 16);
+    EXPECT_EQ(spaced.GetFile(), "a.df3");
+    CommandLine_cls joined;
+    ASSERT_EQ(ParseArgs(joined, {"a.df3", "--frame=0"}), CommandLine_cls::kRun);
+    EXPECT_EQ(joined.GetFrame(), 0);
+    for (std::vector<const char*> bad : std::vector<std::vector<const char*>>{
+             {"--frame"}, {"--frame", "-1"}, {"--frame", "3x"}, {"--frame="}, {"--frame", "1e3"}}) {
+        CommandLine_cls cl;
+        EXPECT_EQ(ParseArgs(cl, bad), CommandLine_cls::kUsageError) << bad.back();
+        EXPECT_NE(cl.GetError().find("--frame"), std::string::npos);
+        EXPECT_EQ(cl.GetFrame(), -1);
+    }
+    EXPECT_NE(CommandLine_cls::HelpText().find("--frame N"), std::string::npos);
+}
+
 TEST(CommandLine, UsageErrors)
 {
     for (std::vector<const char*> bad : std::vector<std::vector<const char*>>{{"--size"},
@@ -105,7 +127,7 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
     WriteFileText(dir.File("KivrelConfigure.txt"),
                   "ToolTip=1\nQuit=Ctrl+W\n" + Narrow(block) + "FrameMainViewLayout=1\n");
     Shortcut_cls b;
-    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 23); // every named entry
+    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 26); // every named entry
     EXPECT_EQ(b.GetKey("OpenProject"), L"Ctrl+Shift+P");
     EXPECT_EQ(b.GetKey("ToolTip"), L"F2");
     EXPECT_EQ(b.GetKey("Quit"), L"Ctrl+Q"); // the line outside the block is not a key assignment
