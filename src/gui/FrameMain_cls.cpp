@@ -22,6 +22,7 @@
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
 #include "gui/PreviewPropertyGUI_cls.h"
+#include "gui/SequencePanel_cls.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
@@ -355,6 +356,8 @@ void FrameMain_cls::BuildControlPanel()
     muTextureSettings =
         GetPreviewProperty().GetTextureType() * 2u + (GetPreviewProperty().IsTexFilterLinear() ? 1u : 0u);
     sizer->Add(mpPreviewGUI, 0, wxEXPAND | wxALL, 4);
+    mpSequencePanel = new SequencePanel_cls(mpControlPanel, &mpMain->GetSeqCtrl());
+    sizer->Add(mpSequencePanel, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
 }
@@ -450,6 +453,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         // more passes are asked for while work is left, so loading goes on without events.
         mbNothingLeftToFetch = !IdleLoadStep();
         RefreshIfFramesChanged();
+        mpSequencePanel->UpdateFromSlots();
         if (!mbNothingLeftToFetch)
             event.RequestMore();
         WriteStateReport();
@@ -501,6 +505,7 @@ void FrameMain_cls::ProcPlayTex()
         UpdateAnimationMenu();
     }
     if (withData) {
+        mpSequencePanel->UpdateFromSlots();
         // The new frame is on the screen before the spare time goes to the next one.
         RefreshViews();
         for (MainGLCanvas_cls* canvas : mvCanvas)
@@ -680,6 +685,8 @@ void FrameMain_cls::OnDataChanged()
         SetBaseTitle(mpMain->GetDataTitle());
     mvDrawnIndex.fill(-1);
     mvReadySignature.fill(-1);
+    if (mpSequencePanel != nullptr)
+        mpSequencePanel->UpdateFromSlots();
     if (mpTimeLine != nullptr)
         mpTimeLine->UpdateFromClock();
     RefreshViews();
@@ -1404,6 +1411,7 @@ void FrameMain_cls::WriteStateReport()
     text += mpPreviewGUI->DescribeWidgets();
     text += mpPreviewGUI->DescribeWidgetPlaces();
     text += DescribeSlots();
+    text += mpSequencePanel->DescribeWidgets();
     if (text == mStrLastState)
         return;
     mStrLastState = text;

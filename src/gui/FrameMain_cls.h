@@ -19,6 +19,7 @@ class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
 class PreviewPropertyGUI_cls;
+class SequencePanel_cls;
 class TimeCtrl_cls;
 class TimeLineGUI_cls;
 class GLCanvasCtrl_cls;
@@ -192,6 +193,7 @@ class FrameMain_cls : public wxFrame
     wxFrame* mpExtraFrame = nullptr;
     TimeLineGUI_cls* mpTimeLine = nullptr;
     PreviewPropertyGUI_cls* mpPreviewGUI = nullptr;
+    SequencePanel_cls* mpSequencePanel = nullptr;
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
     // The drawing companions of the four data slots (their textures live in the shared context).

@@ -780,6 +780,13 @@ def case_data_play_close(binary):
         try:
             s = app.wait_for(lambda s: s.get("slot0") == "6 0 0 1", "frame 0 of the data is drawn")
             check(s["title"].endswith(" - Tessan"), "data title: %r" % s["title"])
+            # The slot panel lists the six files, the current one first and textured.
+            s = app.wait_for(lambda s: s.get("seq.items", "").startswith("> [T] 0 data_0000.df3"),
+                             "the slot panel shows frame 0 as current and textured")
+            items = s["seq.items"].split("|")
+            check(len(items) == 6 and items[5].endswith(" 5 data_0005.df3"), "slot panel files: %r" % items)
+            check(s["seq.frame"] == "Frame 0 / 6" and s["seq.tab"] == "0", "slot panel frame: %r" % s["seq.frame"])
+            check(s["seq.memory"].startswith("Texture "), "memory counters: %r" % s["seq.memory"])
             v = app.view(3)
             box = (v["sx"], v["sy"] + 30, v["sx"] + v["w"], v["sy"] + v["h"] - 30)
             before = app.grab("data0.png")
@@ -796,7 +803,9 @@ def case_data_play_close(binary):
             check(region_difference(before, played, *box) > 1.0, "the view did not change while playing")
             # Close Data (File menu, sixth entry) empties the slot and the view.
             menu(app, "f", ["Down"] * 5)
-            s = app.wait_for(lambda s: s["slot0"].startswith("0 "), "Close Data empties the slot")
+            s = app.wait_for(lambda s: s["slot0"].startswith("0 ") and s["seq.items"] == "",
+                             "Close Data empties the slot and its list")
+            check(s["seq.frame"] == "(empty)", "slot panel after closing: %r" % s["seq.frame"])
             closed = app.grab("closed.png")
             check(region_mean_distance(closed, cx - 10, cy - 10, cx + 10, cy + 10) < 15,
                   "the volume is still drawn after Close Data")

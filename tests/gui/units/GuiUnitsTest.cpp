@@ -2,6 +2,7 @@
 // user's key assignments, and a view controller's mouse navigation and saved lines.
 #include "gui/CommandLine_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "gui/SequencePanel_cls.h"
 #include "gui/Shortcut_cls.h"
 
 #include "config/TextFormat.h"
@@ -256,4 +257,15 @@ TEST(ViewCtrl, SavedLinesBelongToTheirOwnView)
     // An unknown view kind falls back to the perspective view.
     EXPECT_TRUE(b.ReadStrLine(L"GLView1FixedView=9"));
     EXPECT_EQ(b.GetView(), Camera_cls::kViewPerspective);
+}
+
+TEST(SequencePanel, FrameAndMemoryLines)
+{
+    // The list names the file without its folder, marks the current frame and the load state.
+    EXPECT_EQ(SequencePanel_cls::FrameLine(3, L"/data/run/data_0003.df3", SequencePanel_cls::kTextured, true),
+              L"> [T] 3 data_0003.df3");
+    EXPECT_EQ(SequencePanel_cls::FrameLine(12, L"rel/x.df3", SequencePanel_cls::kVoxels, false), L"  [V] 12 x.df3");
+    EXPECT_EQ(SequencePanel_cls::FrameLine(0, L"", SequencePanel_cls::kNotLoaded, false), L"  [ ] 0 ");
+    EXPECT_EQ(SequencePanel_cls::MemoryLine(12, 256, 3, 512, 10, 1024),
+              L"Texture 12/256 MB\nXY 3/512 MB\nXYZ 10/1024 MB");
 }
