@@ -1255,7 +1255,8 @@ bool FrameMain_cls::ScreenshotReady()
         // A frame that never draws (no texture support at all) must not hold the picture forever.
         if (++miScreenshotDataPasses < 2000)
             return false;
-        std::fprintf(stderr, "tessan: the data could not be drawn; saving the screenshot without it\n");
+        if (miScreenshotDataPasses == 2000)
+            std::fprintf(stderr, "tessan: the data could not be drawn; saving the screenshot without it\n");
     }
     // A few passes more after the first paints let the window manager settle the size.
     return ++miScreenshotIdlePasses > 3;
