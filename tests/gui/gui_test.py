@@ -844,6 +844,21 @@ def case_data_play_close(binary):
             check("File not found: " in app.stderr(), "no message for the missing file: %r" % app.stderr())
         finally:
             app.close()
+        # A file shorter than its header says: a message, the frame stays unloaded, the loading
+        # comes to rest and the window carries on.
+        bad = os.path.join(work, "short_0000.df3")
+        with open(bad, "wb") as f:
+            f.write(bytes([0, 32, 0, 32, 0, 32]) + b"abc")
+        app = App(binary, args=[bad])
+        try:
+            s = app.wait_for(lambda s: s.get("slot0") == "1 0 -1 0" and s.get("loading") == "0",
+                             "the short file leaves an undrawn frame and loading at rest")
+            check(s["seq.items"] == "> [ ] 0 short_0000.df3", "slot panel for the short file: %r" % s["seq.items"])
+            check("prompt: read Error" in app.stderr(), "no message for the short file: %r" % app.stderr())
+            app.key("Right")
+            app.wait_for(lambda s: s["frame"] in ("0", "1"), "the window still answers keys")
+        finally:
+            app.close()
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
