@@ -36,6 +36,15 @@ CommandLine_cls::Action CommandLine_cls::Parse(int argc, const char* const* argv
                 mStrError = "option --size needs WIDTHxHEIGHT (64 to 16384 each), e.g. 800x600";
                 return kUsageError;
             }
+        } else if (name == "--frame") {
+            std::string text;
+            const bool digits = value(text) && !text.empty() &&
+                                text.find_first_not_of("0123456789") == std::string::npos && text.size() < 9;
+            if (!digits) {
+                mStrError = "option --frame needs a frame number (0 or more)";
+                return kUsageError;
+            }
+            miFrame = static_cast<int>(ParseLong(text));
         } else if (arg.size() > 1 && arg[0] == '-') {
             mStrError = "unknown option '" + arg + "'";
             return kUsageError;
@@ -77,6 +86,7 @@ std::string CommandLine_cls::HelpText()
            "      --screenshot OUT.png\n"
            "                       when every visible view is drawn, save the window's client\n"
            "                       area as a PNG picture and exit (0 on success)\n"
+           "      --frame N        show scene frame N after opening the file\n"
            "  -h, --help           show this help and exit\n"
            "      --version        show the version and exit\n"
            "\n"

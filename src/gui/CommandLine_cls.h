@@ -1,5 +1,6 @@
 #pragma once
 // The command line of the window program: `tessan [--size WxH] [--screenshot OUT.png]
+// [--frame N]
 // [FILE.df3 | PROJECT.vsp]`, plus --help and --version. Parsed before the toolkit starts, so
 // --help works without a display.
 #include <string>
@@ -24,6 +25,8 @@ class CommandLine_cls
     const std::string& GetFile() const { return mStrFile; }
     /// Where --screenshot saves the picture (empty: no screenshot).
     const std::string& GetScreenshotPath() const { return mStrScreenshot; }
+    /// The scene frame asked by --frame, -1 when not given.
+    int GetFrame() const { return miFrame; }
     /// The client size asked by --size, 0 x 0 when not given.
     int GetWidth() const { return miWidth; }
     int GetHeight() const { return miHeight; }
@@ -37,4 +40,5 @@ class CommandLine_cls
     std::string mStrScreenshot;
     int miWidth = 0;
     int miHeight = 0;
+    int miFrame = -1;
 };

@@ -13,6 +13,8 @@
 #include "config/TessanAssert.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
+#include "gl/DF3GL_cls.h"
+#include "gl/TexObjectGL_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
@@ -20,8 +22,11 @@
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
 #include "gui/PreviewPropertyGUI_cls.h"
+#include "gui/SequencePanel_cls.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
+#include "volume/DF3SeqCtrl_cls.h"
+#include "volume/DF3Sequence_cls.h"
 
 #include <wx/accel.h>
 #include <wx/button.h>
@@ -46,6 +51,7 @@
 #include <wx/textentry.h>
 #include <wx/tooltip.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -121,6 +127,9 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame)
     EVT_MENU(kIdFirstFrame, FrameMain_cls::OnAnimCommand)
     EVT_MENU(kIdLastFrame, FrameMain_cls::OnAnimCommand)
     EVT_MENU(kIdUseTimeRemap, FrameMain_cls::OnUseTimeRemap)
+    EVT_MENU(kIdOpenData, FrameMain_cls::OnOpenData)
+    EVT_MENU(kIdAppendData, FrameMain_cls::OnAppendData)
+    EVT_MENU(kIdCloseData, FrameMain_cls::OnCloseData)
     EVT_CHAR_HOOK(FrameMain_cls::OnCharHook)
     EVT_BUTTON(wxID_ANY, FrameMain_cls::OnFixedViewButton)
 wxEND_EVENT_TABLE()
@@ -180,6 +189,25 @@ wxEND_EVENT_TABLE()
     mpPrompt = std::make_unique<WxUserPrompt_cls>(this, mpGauge);
     SetUserPrompt(mpPrompt.get());
 
+    // The data slots: one drawing companion per slot; frames of the slots get their OpenGL
+    // texture jobs from the companions. Questions of the controller come to this window.
+    DF3SeqCtrl_cls& seqCtrl = mpMain->GetSeqCtrl();
+    std::array<DF3GL_cls*, DF3SeqCtrl_cls::kSlotCount> companions{};
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        mvpDF3GL[static_cast<size_t>(slot)] = std::make_unique<DF3GL_cls>(&seqCtrl.GetSequence(slot));
+        companions[static_cast<size_t>(slot)] = mvpDF3GL[static_cast<size_t>(slot)].get();
+    }
+    DF3GL_cls::InitializeStaticMembers(mpPrompt.get(), &seqCtrl, &GetPreference(), nullptr);
+    seqCtrl.SetTexJobsFactory(DF3GL_cls::MakeTexJobsFactory(companions));
+    mpMain->SetPrompt(mpPrompt.get());
+    mpMain->SetProjectOpener([this](const std::wstring& path) {
+        if (!std::filesystem::exists(std::filesystem::path(path)))
+            return false;
+        OpenProjectMain(path);
+        return true;
+    });
+    mpMain->SetDataChangedHook([this] { OnDataChanged(); });
+
     SetDropTarget(new FrameMainDropTarget(this));
     UpdateRecentMenu();
 
@@ -205,6 +233,15 @@ FrameMain_cls::~FrameMain_cls()
 {
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
+    mpMain->SetDataChangedHook(nullptr);
+    mpMain->SetProjectOpener(nullptr);
+    mpMain->SetPrompt(nullptr);
+    // The frames' textures live in the views' context and their jobs point at the companions,
+    // which die with this window: free them all while the context is still there, and let
+    // frames loaded later (by the command line, tests) get jobs without textures.
+    MakeContextCurrent();
+    mpMain->GetSeqCtrl().ReleaseAll();
+    mpMain->GetSeqCtrl().SetTexJobsFactory(nullptr);
     // The panels hold the clock and the parameter sets, which die with this object: the child
     // windows go first.
     DestroyChildren();
@@ -213,9 +250,18 @@ FrameMain_cls::~FrameMain_cls()
     MainGLCanvas_cls::ReleaseContext();
 }
 
-TimeCtrl_cls& FrameMain_cls::GetTimeCtrl() { return mpMain->GetTimeCtrl(); }
-Parameters_cls& FrameMain_cls::GetBoxSize() { return mpMain->GetBoxSize(); }
-Parameters_cls& FrameMain_cls::GetBoxRotate() { return mpMain->GetBoxRotate(); }
+TimeCtrl_cls& FrameMain_cls::GetTimeCtrl()
+{
+    return mpMain->GetTimeCtrl();
+}
+Parameters_cls& FrameMain_cls::GetBoxSize()
+{
+    return mpMain->GetBoxSize();
+}
+Parameters_cls& FrameMain_cls::GetBoxRotate()
+{
+    return mpMain->GetBoxRotate();
+}
 
 int FrameMain_cls::GetCurrentFrame() const
 {
@@ -293,8 +339,25 @@ void FrameMain_cls::BuildControlPanel()
     sizer->Add(grid, 0, wxEXPAND | wxALL, 6);
     mpPreviewGUI = new PreviewPropertyGUI_cls(mpControlPanel, &GetPreviewProperty());
     // Each change takes effect at once: the views redraw with the new settings.
-    mpPreviewGUI->SetChangeListener([this] { RefreshViews(); });
+    mpPreviewGUI->SetChangeListener([this] {
+        // A new texel format or texture filter is baked into the textures: make them again.
+        const PreviewProperty_cls& preview = GetPreviewProperty();
+        const unsigned texture = preview.GetTextureType() * 2u + (preview.IsTexFilterLinear() ? 1u : 0u);
+        if (texture != muTextureSettings) {
+            muTextureSettings = texture;
+            for (auto& gl : mvpDF3GL)
+                if (gl)
+                    gl->RequestTextureRebuild();
+            mvReadySignature.fill(-1);
+            WakeIdle();
+        }
+        RefreshViews();
+    });
+    muTextureSettings =
+        GetPreviewProperty().GetTextureType() * 2u + (GetPreviewProperty().IsTexFilterLinear() ? 1u : 0u);
     sizer->Add(mpPreviewGUI, 0, wxEXPAND | wxALL, 4);
+    mpSequencePanel = new SequencePanel_cls(mpControlPanel, &mpMain->GetSeqCtrl());
+    sizer->Add(mpSequencePanel, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
 }
@@ -304,9 +367,10 @@ void FrameMain_cls::BuildControlPanel()
 void FrameMain_cls::InitializeOnIdle()
 {
     ReadConfigure(kConfigureName);
+    muTextureSettings =
+        GetPreviewProperty().GetTextureType() * 2u + (GetPreviewProperty().IsTexFilterLinear() ? 1u : 0u);
     // The preview property gets the 3D-texture condition once the first view has been drawn
-    // (the GL version is known only then). Data slots: the sequence panel's visibility and
-    // bitmaps are updated here.
+    // (the GL version is known only then).
     if (wxMenuBar* bar = GetMenuBar())
         if (wxMenuItem* item = bar->FindItem(kIdToolTip))
             item->Check(mpMain->GetToolTip());
@@ -385,10 +449,13 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         return;
     }
     if (!dragged) {
-        // Data slots: while the scene clock is not playing, DF3SeqCtrl_cls::IdleProcessesRelease
-        // (-1, false), else IdleProcessesFetch(), set the nothing-left-to-fetch flag from both;
-        // while playing, ProcPlayTex. Without slots there is nothing to load.
-        mbNothingLeftToFetch = true;
+        // Loading: one release or fetch stage per pass, so that the window stays responsive;
+        // more passes are asked for while work is left, so loading goes on without events.
+        mbNothingLeftToFetch = !IdleLoadStep();
+        RefreshIfFramesChanged();
+        mpSequencePanel->UpdateFromSlots();
+        if (!mbNothingLeftToFetch)
+            event.RequestMore();
         WriteStateReport();
         if (!mStrScreenshotPath.empty()) {
             if (ScreenshotReady())
@@ -413,21 +480,45 @@ void FrameMain_cls::ProcPlayTex()
 {
     TimeCtrl_cls& clock = GetTimeCtrl();
     // 1. Stereogram: its view clears the clock's pending step here once it exists.
-    // 2. Data slots: DF3SeqCtrl_cls::PlayTex() shows the frame; when it can show nothing, sleep a
-    //    quarter of the frame interval (6 ms) and return.
-    // The clock steps within the working area (after its "Wait(ms)"), wraps at the end with
-    // repeat on and stops there otherwise.
-    const long long nowMs =
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - mCStopWatchStart)
-            .count();
-    clock.PlayTick(nowMs);
+    // 2. The clock steps within the working area (after its "Wait(ms)"), wraps at the end with
+    //    repeat on and stops there otherwise. With data, the controller steps it and brings the
+    //    new current frame of every slot up in full; when it can show nothing, wait a quarter
+    //    of the frame interval and come back.
+    const auto passStart = std::chrono::steady_clock::now();
+    const long long nowMs = std::chrono::duration_cast<std::chrono::milliseconds>(passStart - mCStopWatchStart).count();
+    DF3SeqCtrl_cls& seqCtrl = mpMain->GetSeqCtrl();
+    const bool withData = HasAnyData() && MakeContextCurrent();
+    if (withData) {
+        if (!seqCtrl.PlayTex(nowMs)) {
+            if (!clock.IsPlaying()) {
+                mpTimeLine->UpdateFromClock();
+                UpdateAnimationMenu();
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(kFrameIntervalMs / 4));
+            return;
+        }
+    } else {
+        clock.PlayTick(nowMs);
+    }
     if (!clock.IsPlaying()) {
         mpTimeLine->UpdateFromClock();
         UpdateAnimationMenu();
     }
-    // 3. - 4. Data slots: with next = clock.CalcNextStep(direction, true, true), while the frame
-    //    budget lasts, IdleProcessesMainEach(slot, clock.GetRemappedIndex(next), false, false) for
-    //    slots 0..3 (IdleProcessesRelease(slot, false) where that finds no work).
+    if (withData) {
+        mpSequencePanel->UpdateFromSlots();
+        // The new frame is on the screen before the spare time goes to the next one.
+        RefreshViews();
+        for (MainGLCanvas_cls* canvas : mvCanvas)
+            if (canvas != nullptr && canvas->IsShownOnScreen())
+                canvas->Update();
+        // 3. - 4. Spare time of this frame: bring up the frames of the next step, releasing
+        //    in the slots that have nothing to prepare. The drawing may have switched the
+        //    current context to another canvas; any canvas of the shared context will do.
+        const int next = clock.CalcNextStep(clock.GetPlayDirection() < 0 ? -1 : 1, true, true);
+        const auto deadline = mCLastFrameMark + mCFrameBudget;
+        if (MakeContextCurrent())
+            seqCtrl.PrefetchForPlay(next, [deadline] { return std::chrono::steady_clock::now() < deadline; });
+    }
     // 5. Sleep the rest of the interval. The mark is taken after the sleep, so that frames follow
     //    each other at the interval rather than alternating between short and long ones.
     const auto spent = std::chrono::steady_clock::now() - mCLastFrameMark;
@@ -439,6 +530,217 @@ void FrameMain_cls::ProcPlayTex()
 void FrameMain_cls::WakeIdle()
 {
     wxWakeUpIdle();
+}
+
+// --- data slots --------------------------------------------------------------------------------
+
+bool FrameMain_cls::MakeContextCurrent()
+{
+    for (MainGLCanvas_cls* canvas : mvCanvas)
+        if (canvas != nullptr && canvas->MakeContextCurrent())
+            return true;
+    return false;
+}
+
+bool FrameMain_cls::HasAnyData() const
+{
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot)
+        if (mpMain->GetSeqCtrl().GetSequence(slot).GetFrameCount() > 0)
+            return true;
+    return false;
+}
+
+bool FrameMain_cls::IdleLoadStep()
+{
+    // Textures can be made only once a view has been painted: the context exists then and the
+    // preview knows whether 3D textures are available.
+    if (!mb3DConditionApplied || !HasAnyData() || !MakeContextCurrent())
+        return false;
+    DF3SeqCtrl_cls& seqCtrl = mpMain->GetSeqCtrl();
+    const bool released = seqCtrl.IdleProcessesRelease(-1, false);
+    const bool fetched = !released && seqCtrl.IdleProcessesFetch();
+    if (released || fetched)
+        return true;
+    // With prefetching off (or the frame outside the working area) the fetch leaves the
+    // current frame alone; it is still what the views must show.
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        DF3Sequence_cls& sequence = seqCtrl.GetSequence(slot);
+        if (sequence.GetFrameCount() == 0 || mvFailedCurrent[static_cast<size_t>(slot)])
+            continue;
+        const int result = seqCtrl.IdleProcessesMainEach(slot, sequence.GetRemappedIndex(-1), false, false);
+        if (result == DF3Sequence_cls::kIdleFailed)
+            mvFailedCurrent[static_cast<size_t>(slot)] = true;
+        else if (result == DF3Sequence_cls::kIdleStep || result == DF3Sequence_cls::kIdleBound)
+            return true;
+    }
+    return false;
+}
+
+void FrameMain_cls::RefreshIfFramesChanged()
+{
+    bool changed = false;
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        const DF3GL_cls& gl = *mvpDF3GL[static_cast<size_t>(slot)];
+        const DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
+        int signature = -1;
+        if (sequence.GetFrameCount() > 0) {
+            const TexObjectGL_cls* tex = gl.GetCurrentTexObject();
+            signature = sequence.GetRemappedIndex(-1) * 1000 + (tex != nullptr && tex->IsReady() ? 100 : 0);
+        }
+        if (signature != mvReadySignature[static_cast<size_t>(slot)]) {
+            mvReadySignature[static_cast<size_t>(slot)] = signature;
+            changed = true;
+        }
+    }
+    if (changed)
+        RefreshViews();
+}
+
+bool FrameMain_cls::AreCurrentFramesDrawn() const
+{
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        const DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
+        if (sequence.GetFrameCount() == 0 || mvFailedCurrent[static_cast<size_t>(slot)])
+            continue;
+        if (mvDrawnIndex[static_cast<size_t>(slot)] != sequence.GetRemappedIndex(-1))
+            return false;
+    }
+    return true;
+}
+
+void FrameMain_cls::DrawVolumes()
+{
+    const std::array<double, 3> scale = [this] {
+        const double* box = GetBoxSize().GetPCurrentValue();
+        std::array<double, 3> out{};
+        for (int a = 0; a < 3; ++a) {
+            const double extent = box[a + 3] - box[a];
+            out[static_cast<size_t>(a)] = extent > 1e-6 ? extent : 1e-6;
+        }
+        return out;
+    }();
+    DF3GL_cls::SetBoxScale(scale[0], scale[1], scale[2]);
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        const DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
+        int& drawn = mvDrawnIndex[static_cast<size_t>(slot)];
+        drawn = -1;
+        // Every slot holding data is drawn, whatever its filter chain shows.
+        if (sequence.GetFrameCount() == 0)
+            continue;
+        if (mvpDF3GL[static_cast<size_t>(slot)]->DrawData())
+            drawn = sequence.GetRemappedIndex(-1);
+    }
+}
+
+std::array<double, 3> FrameMain_cls::GetVolumeExtent()
+{
+    std::array<double, 3> extent{1.0, 1.0, 1.0};
+    const double* box = GetBoxSize().GetPCurrentValue();
+    for (int a = 0; a < 3; ++a) {
+        const double e = box[a + 3] - box[a];
+        extent[static_cast<size_t>(a)] = e > 1e-6 ? e : 1e-6;
+    }
+    // The active slot's frame gives the shape; without one the box stays a cube.
+    const int active = mpMain->GetSeqCtrl().GetActiveSlot();
+    if (const TexObjectGL_cls* tex = mvpDF3GL[static_cast<size_t>(active)]->GetCurrentTexObject()) {
+        const std::array<uint32_t, 3>& size = tex->GetSize();
+        const double longest = std::max({size[0], size[1], size[2]});
+        if (longest > 0)
+            for (int a = 0; a < 3; ++a)
+                extent[static_cast<size_t>(a)] *= size[static_cast<size_t>(a)] / longest;
+    }
+    return extent;
+}
+
+void FrameMain_cls::OpenDataFile(const std::wstring& path)
+{
+    // A name that is not there leaves the open slot as it is.
+    if (!std::filesystem::exists(std::filesystem::path(path))) {
+        GetUserPrompt()->Message(TrW("File not found: ") + path, TrW("Error!"));
+        return;
+    }
+    // Replacing the slot's files deletes the old frames' textures.
+    MakeContextCurrent();
+    mvFailedCurrent.fill(false);
+    mpMain->OpenData(path);
+    OnDataChanged();
+}
+
+void FrameMain_cls::ShowFrameAtStart(int frame)
+{
+    if (frame < 0)
+        return;
+    TimeCtrl_cls& clock = GetTimeCtrl();
+    clock.SetIndex(std::min(frame, clock.GetMaxFrame()));
+    clock.DispatchTimeData();
+    mpTimeLine->UpdateFromClock();
+    mvFailedCurrent.fill(false);
+    RefreshViews();
+    WakeIdle();
+}
+
+void FrameMain_cls::OnDataChanged()
+{
+    if (!mpMain->GetDataTitle().empty())
+        SetBaseTitle(mpMain->GetDataTitle());
+    mvDrawnIndex.fill(-1);
+    mvReadySignature.fill(-1);
+    if (mpSequencePanel != nullptr)
+        mpSequencePanel->UpdateFromSlots();
+    if (mpTimeLine != nullptr)
+        mpTimeLine->UpdateFromClock();
+    RefreshViews();
+    WakeIdle();
+}
+
+void FrameMain_cls::OnOpenData(wxCommandEvent&)
+{
+    const std::wstring last = mpMain->GetLastDataPath();
+    const std::wstring folder = last.empty() ? L"" : std::filesystem::path(last).parent_path().wstring();
+    wxFileDialog dialog(this, TrW("Coose first file"), folder, "", mCStartup.mStrDataWildcard,
+                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+    if (dialog.ShowModal() == wxID_OK)
+        OpenDataFile(dialog.GetPath().ToStdWstring());
+}
+
+void FrameMain_cls::OnAppendData(wxCommandEvent&)
+{
+    const std::wstring last = mpMain->GetLastDataPath();
+    const std::wstring folder = last.empty() ? L"" : std::filesystem::path(last).parent_path().wstring();
+    wxFileDialog dialog(this, TrW("Coose first file"), folder, "", mCStartup.mStrDataWildcard,
+                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+    if (dialog.ShowModal() != wxID_OK)
+        return;
+    MakeContextCurrent();
+    mpMain->AppendData(dialog.GetPath().ToStdWstring());
+    OnDataChanged();
+}
+
+void FrameMain_cls::OnCloseData(wxCommandEvent&)
+{
+    // Releasing the frames deletes their textures: the context must be current.
+    MakeContextCurrent();
+    mpMain->CloseData();
+    mvFailedCurrent.fill(false);
+    OnDataChanged();
+}
+
+std::wstring FrameMain_cls::DescribeSlots() const
+{
+    // Per slot: frame count, current data index, the frame the last paint drew (-1: none) and
+    // whether that is the current one; then the memory counters.
+    std::wstring text;
+    const DF3SeqCtrl_cls& seqCtrl = mpMain->GetSeqCtrl();
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        const DF3Sequence_cls& sequence = seqCtrl.GetSequence(slot);
+        const int count = sequence.GetFrameCount();
+        const int current = count > 0 ? sequence.GetRemappedIndex(-1) : -1;
+        const int drawn = mvDrawnIndex[static_cast<size_t>(slot)];
+        text += WStrPrintf("slot%d=%d %d %d %d\n", slot, count, current, drawn, count > 0 && drawn == current ? 1 : 0);
+    }
+    text += WStrPrintf("memory=%u %u %u\n", seqCtrl.GetUsedTexMB(), seqCtrl.GetUsedXYMB(), seqCtrl.GetUsedXYZMB());
+    text += WStrPrintf("loading=%d\n", mbNothingLeftToFetch ? 0 : 1);
+    return text;
 }
 
 // --- files -------------------------------------------------------------------------------------
@@ -584,13 +886,8 @@ void FrameMain_cls::OpenProjectMain(const std::wstring& path)
 
 void FrameMain_cls::OpenAtStart(const std::wstring& path)
 {
-    if (HasVspExtension(path) &&
-        GetUserPrompt()->AskYesNo(TrW("Read as a Project file?"), TrW("Opening .vsp File"), true)) {
-        OpenProjectMain(path);
-        return;
-    }
-    // Data slots: Main_cls::OpenFileSequence(path) opens the data here.
-    GetUserPrompt()->Message(TrW("This build cannot open volume data yet: ") + path, TrW("Error!"));
+    // The controller asks the ".vsp" question and reads projects through the opener.
+    OpenDataFile(path);
 }
 
 void FrameMain_cls::OnOpenProject(wxCommandEvent&)
@@ -933,16 +1230,36 @@ void FrameMain_cls::UpdateTitle()
 
 // --- screenshot --------------------------------------------------------------------------------
 
-bool FrameMain_cls::ScreenshotReady() const
+bool FrameMain_cls::ScreenshotReady()
 {
-    // Data slots: also wait until every shown slot's current frame is loaded and bound.
     if (!IsShownOnScreen())
         return false;
     for (MainGLCanvas_cls* canvas : mvCanvas)
         if (canvas != nullptr && canvas->IsShownOnScreen() && canvas->GetPaintCount() == 0)
             return false;
+    // Every slot's current frame must be loaded, bound and drawn: bring it up in full now
+    // rather than stage by stage, then let a paint draw it.
+    if (!AreCurrentFramesDrawn()) {
+        if (mb3DConditionApplied && MakeContextCurrent()) {
+            DF3SeqCtrl_cls& seqCtrl = mpMain->GetSeqCtrl();
+            for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+                DF3Sequence_cls& sequence = seqCtrl.GetSequence(slot);
+                if (sequence.GetFrameCount() == 0 || mvFailedCurrent[static_cast<size_t>(slot)])
+                    continue;
+                if (seqCtrl.IdleProcessesMainEach(slot, sequence.GetRemappedIndex(-1), true, false) ==
+                    DF3Sequence_cls::kIdleFailed)
+                    mvFailedCurrent[static_cast<size_t>(slot)] = true;
+            }
+        }
+        RefreshViews();
+        // A frame that never draws (no texture support at all) must not hold the picture forever.
+        if (++miScreenshotDataPasses < 2000)
+            return false;
+        if (miScreenshotDataPasses == 2000)
+            std::fprintf(stderr, "tessan: the data could not be drawn; saving the screenshot without it\n");
+    }
     // A few passes more after the first paints let the window manager settle the size.
-    return ++const_cast<FrameMain_cls*>(this)->miScreenshotIdlePasses > 3;
+    return ++miScreenshotIdlePasses > 3;
 }
 
 void FrameMain_cls::TakeScreenshot()
@@ -1094,6 +1411,8 @@ void FrameMain_cls::WriteStateReport()
     text += mpTimeLine->DescribeWidgetPlaces();
     text += mpPreviewGUI->DescribeWidgets();
     text += mpPreviewGUI->DescribeWidgetPlaces();
+    text += DescribeSlots();
+    text += mpSequencePanel->DescribeWidgets();
     if (text == mStrLastState)
         return;
     mStrLastState = text;

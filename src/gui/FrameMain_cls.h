@@ -14,10 +14,12 @@
 #include <string>
 #include <vector>
 
+class DF3GL_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
 class PreviewPropertyGUI_cls;
+class SequencePanel_cls;
 class TimeCtrl_cls;
 class TimeLineGUI_cls;
 class GLCanvasCtrl_cls;
@@ -81,6 +83,15 @@ class FrameMain_cls : public wxFrame
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
+    /// Opens a data file (or, after the ".vsp" question, a project) through the controller.
+    void OpenDataFile(const std::wstring& path);
+    /// After the start-up file: shows scene frame `frame` (clamped to the clock's range).
+    void ShowFrameAtStart(int frame);
+    /// Draws the current frame of every slot holding data (a paint, context current).
+    void DrawVolumes();
+    /// Sides of the box the volumes are drawn in: the active frame's aspect (longest side 1)
+    /// times the current "BoxSize" extent.
+    std::array<double, 3> GetVolumeExtent();
     /// Shows one large perspective view (false) or the four views (true).
     void SetFourViews(bool four);
     bool IsFourViews() const { return muItemLayout.Get() == 1; }
@@ -117,6 +128,23 @@ class FrameMain_cls : public wxFrame
     void OnKeyCommand(wxCommandEvent& event);
     void OnAnimCommand(wxCommandEvent& event);
     void OnUseTimeRemap(wxCommandEvent& event);
+    void OnOpenData(wxCommandEvent& event);
+    void OnAppendData(wxCommandEvent& event);
+    void OnCloseData(wxCommandEvent& event);
+    /// The controller opened, appended or closed data: title, views, loading.
+    void OnDataChanged();
+    /// Makes the views' shared context current on a shown canvas; false when none can take it.
+    bool MakeContextCurrent();
+    /// True when any slot holds frames.
+    bool HasAnyData() const;
+    /// One loading step of the idle loop (not playing). True while work is left.
+    bool IdleLoadStep();
+    /// True when every slot's current frame was drawn by the last paint (or cannot be).
+    bool AreCurrentFramesDrawn() const;
+    /// Repaints the views when a slot's current frame became ready since the last check.
+    void RefreshIfFramesChanged();
+    /// The slot lines of the state report.
+    std::wstring DescribeSlots() const;
     void OnCharHook(wxKeyEvent& event);
 
     /// One playback step of the idle loop: advance the clock, aim at one frame per interval.
@@ -133,7 +161,7 @@ class FrameMain_cls : public wxFrame
     void RefreshViews();
     void UpdateCameraInfo();
     void SetExtraViewShown(bool shown);
-    bool ScreenshotReady() const;
+    bool ScreenshotReady();
     void TakeScreenshot();
     void RunStartupThreads();
     void WriteStateReport();
@@ -165,8 +193,14 @@ class FrameMain_cls : public wxFrame
     wxFrame* mpExtraFrame = nullptr;
     TimeLineGUI_cls* mpTimeLine = nullptr;
     PreviewPropertyGUI_cls* mpPreviewGUI = nullptr;
+    SequencePanel_cls* mpSequencePanel = nullptr;
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
+    // The drawing companions of the four data slots (their textures live in the shared context).
+    std::array<std::unique_ptr<DF3GL_cls>, 4> mvpDF3GL;
+    std::array<int, 4> mvDrawnIndex{-1, -1, -1, -1};     ///< frame each slot's last paint drew, or -1
+    std::array<bool, 4> mvFailedCurrent{};               ///< the current frame could not be brought up
+    std::array<int, 4> mvReadySignature{-1, -1, -1, -1}; ///< current index * 1000 + bind percent
 
     // Run-time values.
     std::chrono::microseconds mCFrameBudget{kFrameIntervalMs * 1000};
@@ -182,8 +216,10 @@ class FrameMain_cls : public wxFrame
     bool mbPendingViewUpdate = false;
     std::wstring mStrScreenshotPath;
     int miScreenshotIdlePasses = 0;
-    std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
-    std::wstring mStrLastState; ///< the last report written
+    int miScreenshotDataPasses = 0;
+    unsigned muTextureSettings = 0; ///< texel format * 2 + linear filter, as the textures were made
+    std::string mStrStateFile;      ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::wstring mStrLastState;     ///< the last report written
 
     wxDECLARE_EVENT_TABLE();
 };

@@ -96,13 +96,18 @@ void GLCanvasCtrl_cls::Wheel(int rotation, int delta)
     mCCamera.Dolly(std::pow(0.9, notches));
 }
 
-void GLCanvasCtrl_cls::Draw(int width, int height) const
+void GLCanvasCtrl_cls::Draw(int width, int height, const std::array<double, 3>& boxExtent,
+                            const std::function<void()>& drawData) const
 {
     GuideGL_cls::Clear(0.12f, 0.12f, 0.16f);
     GuideGL_cls::LoadCamera(mCCamera, width, height);
-    // The volume is drawn in the unit cube centred on the origin.
+    // The volume is drawn in the unit cube centred on the origin, shaped by the data's aspect
+    // and the box size; the guide box follows it so that it frames what is drawn.
     static const float kBoxColour[3] = {0.85f, 0.85f, 0.85f};
-    GuideGL_cls::DrawBoundingBox({-0.5, -0.5, -0.5}, {0.5, 0.5, 0.5}, kBoxColour);
+    const double hx = boxExtent[0] * 0.5, hy = boxExtent[1] * 0.5, hz = boxExtent[2] * 0.5;
+    GuideGL_cls::DrawBoundingBox({-hx, -hy, -hz}, {hx, hy, hz}, kBoxColour);
+    if (drawData)
+        drawData();
     GuideGL_cls::DrawAxisTriad(mCCamera, width, height, 30);
 }
 

@@ -5,6 +5,8 @@
 // same 25 ms rhythm as playback.
 #include "pov/Camera_cls.h"
 
+#include <array>
+#include <functional>
 #include <string>
 
 class GLCanvasCtrl_cls
@@ -50,8 +52,10 @@ class GLCanvasCtrl_cls
     void Wheel(int rotation, int delta);
 
     // --- drawing (GUI thread, the view's GL context current) -------------------------------
-    /// Clears the view and draws the guides: bounding box of the volume and the axis triad.
-    void Draw(int width, int height) const;
+    /// Clears the view and draws the guide box (boxExtent: its sides, centred on the origin),
+    /// then drawData (the volumes), then the axis triad.
+    void Draw(int width, int height, const std::array<double, 3>& boxExtent = {1.0, 1.0, 1.0},
+              const std::function<void()>& drawData = {}) const;
 
     // --- configuration ---------------------------------------------------------------------
     /// "--GLCanvas" followed by the view's lines (keys start with "GLView" + index).

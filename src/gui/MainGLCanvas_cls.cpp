@@ -48,6 +48,15 @@ void MainGLCanvas_cls::ReleaseContext()
     msContext = nullptr;
 }
 
+bool MainGLCanvas_cls::MakeContextCurrent()
+{
+    // A canvas that has painted has its native window; hiding it later (the window closing,
+    // another layout) keeps that window, so it can still carry the context.
+    if (msContext == nullptr || miPaintCount == 0)
+        return false;
+    return SetCurrent(*msContext);
+}
+
 void MainGLCanvas_cls::GetGLVersion(int& major, int& minor)
 {
     major = msGLMajor;
@@ -67,9 +76,8 @@ bool MainGLCanvas_cls::Render(int& width, int& height)
     if (msGLMajor == 0)
         GuideGL_cls::GetGLVersion(msGLMajor, msGLMinor);
     glEnable(GL_DEPTH_TEST);
-    mpCtrl->Draw(width, height);
-    // Data slots: the volumes of every shown slot are drawn here, between the guides' clear
-    // and the labels, once the slice-stack drawing has its textures.
+    // The volumes of every slot holding data, between the guide box and the axis triad.
+    mpCtrl->Draw(width, height, mpFrame->GetVolumeExtent(), [this] { mpFrame->DrawVolumes(); });
     DrawLabel(mpCtrl->GetViewName(), 6, 4, false, width, height);
     DrawLabel(WStrPrintf("%s %d", Tr("Frame").c_str(), mpFrame->GetCurrentFrame()), width - 6, height - 20, true, width,
               height);

@@ -29,6 +29,9 @@ class MainGLCanvas_cls : public wxGLCanvas
     bool GrabPixels(std::vector<uint8_t>& rgb, int& width, int& height);
     /// The GL version of the shared context, read at the first paint (0.0 before).
     static void GetGLVersion(int& major, int& minor);
+    /// Makes the shared context current on this canvas (texture work outside a paint). False
+    /// when there is no context yet or the canvas has never painted.
+    bool MakeContextCurrent();
     /// Frees the shared context (when the last canvas is gone).
     static void ReleaseContext();
 

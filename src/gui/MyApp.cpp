@@ -1,8 +1,8 @@
 #include "gui/MyApp.h"
 
+#include "config/Main_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
-#include "config/Main_cls.h"
 #include "gui/FrameMain_cls.h"
 
 #include <wx/display.h>
@@ -41,8 +41,7 @@ bool MyApp::OnInit()
     wxIdleEvent::SetMode(wxIDLE_PROCESS_SPECIFIED);
 
     // 4. Controller and window.
-    const std::wstring appDir =
-        wxFileName(wxStandardPaths::Get().GetExecutablePath()).GetPath().ToStdWstring();
+    const std::wstring appDir = wxFileName(wxStandardPaths::Get().GetExecutablePath()).GetPath().ToStdWstring();
     mpMain = std::make_unique<Main_cls>(appDir);
 
     // The window: 10 px inside the screen's work area; a --size request is honoured as the client size.
@@ -57,7 +56,11 @@ bool MyApp::OnInit()
     SetTopWindow(frame);
     if (!msCommandLine.GetFile().empty()) {
         const std::wstring file = Widen(msCommandLine.GetFile());
-        frame->CallAfter([frame, file] { frame->OpenAtStart(file); });
+        const int startFrame = msCommandLine.GetFrame();
+        frame->CallAfter([frame, file, startFrame] {
+            frame->OpenAtStart(file);
+            frame->ShowFrameAtStart(startFrame);
+        });
     }
     return true;
 }

@@ -32,6 +32,9 @@ enum ShortcutId : int {
     kIdFirstFrame,
     kIdLastFrame,
     kIdUseTimeRemap,
+    kIdOpenData,
+    kIdAppendData,
+    kIdCloseData,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

@@ -216,6 +216,91 @@ def menu(app, mnemonic, moves):
     subprocess.run(["xdotool", "key", "Return"], check=True)
 
 
+# --- volume data -------------------------------------------------------------------------------
+
+def write_series(folder, frames=6, n=24):
+    """A small DF3 series data_0000.df3 ...: a dense ball in the middle of the box and a smaller
+    blob that moves along x from frame to frame, so that every frame looks different."""
+    paths = []
+    for k in range(frames):
+        body = bytearray(n * n * n)
+        c = (n - 1) / 2.0
+        bx = 3.0 + (n - 7.0) * k / max(frames - 1, 1)
+        for z in range(n):
+            for y in range(n):
+                row = (z * n + y) * n
+                for x in range(n):
+                    d = ((x - c) ** 2 + (y - c) ** 2 + (z - c) ** 2) ** 0.5
+                    v = 255 if d < n * 0.3 else 0
+                    if ((x - bx) ** 2 + (y - 3.0) ** 2 + (z - 3.0) ** 2) < 9.0:
+                        v = 255
+                    body[row + x] = v
+        path = os.path.join(folder, "data_%04d.df3" % k)
+        with open(path, "wb") as f:
+            f.write(n.to_bytes(2, "big") * 3 + bytes(body))
+        paths.append(path)
+    return paths
+
+
+def view_box(pic):
+    """The single view's place in a screenshot: (width, bottom), found from its background."""
+    bottom = 0
+    while bottom < pic.height and distance(pic.pixel(3, bottom), BACKGROUND) < 20:
+        bottom += 1
+    right = 0
+    while right < pic.width and distance(pic.pixel(right, 40), BACKGROUND) < 20:
+        right += 1
+    return right, bottom
+
+
+def region_mean_distance(pic, x0, y0, x1, y1, colour=BACKGROUND):
+    total, n = 0.0, 0
+    for y in range(y0, y1):
+        for x in range(x0, x1):
+            total += distance(pic.pixel(x, y), colour)
+            n += 1
+    return total / max(n, 1)
+
+
+def region_difference(a, b, x0, y0, x1, y1):
+    """Mean colour distance between two pictures over a region."""
+    total, n = 0.0, 0
+    for y in range(y0, y1, 2):
+        for x in range(x0, x1, 2):
+            total += distance(a.pixel(x, y), b.pixel(x, y))
+            n += 1
+    return total / max(n, 1)
+
+
+def shoot(binary, work, name, args, extra_env=None):
+    """Runs the window with --screenshot; returns the picture and the last state it reported."""
+    out = os.path.join(work, name + ".png")
+    state = os.path.join(work, name + ".state")
+    env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", TESSAN_STATE_FILE=state)
+    env.pop("TESSAN_FORCE_2D_TEXTURES", None)  # the texture path is chosen by the case alone
+    env.update(extra_env or {})
+    r = subprocess.run([binary, "--size", "640x480", "--screenshot", out, *args], cwd=work, capture_output=True,
+                       text=True, timeout=120, env=env)
+    check(r.returncode == 0, "screenshot exit code %d: %s" % (r.returncode, r.stderr))
+    check(r.stdout.strip() == out, "the path is printed: %r" % r.stdout)
+    with open(state, encoding="utf-8") as f:
+        reported = dict(line.rstrip("\n").split("=", 1) for line in f if "=" in line)
+    return Picture(out), reported
+
+
+def check_volume_shown(pic, label):
+    """The volume covers the middle of the view; the view's top corners stay background."""
+    w, bottom = view_box(pic)
+    check(w > 200 and 150 < bottom < 470, "%s: view at %dx%d" % (label, w, bottom))
+    cx, cy = w // 2, bottom // 2
+    centre = region_mean_distance(pic, cx - 10, cy - 10, cx + 10, cy + 10)
+    check(centre > 60, "%s: the middle of the view is background (distance %.1f)" % (label, centre))
+    for x0 in (w - 30, 120):
+        corner = region_mean_distance(pic, x0, 28, x0 + 15, 43)
+        check(corner < 8, "%s: corner at x %d is not background (distance %.1f)" % (label, x0, corner))
+    return w, bottom
+
+
 # --- cases -------------------------------------------------------------------------------------
 
 def case_cli(binary):
@@ -659,6 +744,125 @@ def case_project(binary):
         shutil.rmtree(folder, ignore_errors=True)
 
 
+def case_data_screenshot(binary):
+    work = tempfile.mkdtemp(prefix="tessan-data-")
+    try:
+        first = write_series(work)[0]
+        pic3d, s3d = shoot(binary, work, "frame0", [first])
+        check(s3d["slot0"] == "6 0 0 1", "slot 0 holds 6 frames and drew frame 0: %r" % s3d["slot0"])
+        check(s3d["title"].endswith(" - Tessan"), "the title names the data: %r" % s3d["title"])
+        check(pic3d.distinct_colours() > 20, "the picture is blank")
+        w, bottom = check_volume_shown(pic3d, "3D textures")
+        # The 2D-texture stacks draw the same volume: a similar picture.
+        pic2d, s2d = shoot(binary, work, "frame0_2d", [first], {"TESSAN_FORCE_2D_TEXTURES": "1"})
+        check(s2d["slot0"] == "6 0 0 1", "2D path drew frame 0: %r" % s2d["slot0"])
+        check_volume_shown(pic2d, "2D textures")
+        same = region_difference(pic3d, pic2d, 0, 0, w, bottom)
+        check(same < 12, "2D and 3D pictures differ too much (%.1f)" % same)
+        # Another frame of the series is another picture (the moving blob).
+        pic4, s4 = shoot(binary, work, "frame4", ["--frame", "4", first])
+        check(s4["slot0"] == "6 4 4 1", "frame 4 drawn: %r" % s4["slot0"])
+        moved = region_difference(pic3d, pic4, 0, 30, w, bottom - 30)
+        check(moved > same + 0.5, "frames 0 and 4 look alike (%.2f vs %.2f)" % (moved, same))
+        # Without data the middle of the view is background.
+        empty, _ = shoot(binary, work, "empty", [])
+        cx, cy = w // 2, bottom // 2
+        check(region_mean_distance(empty, cx - 10, cy - 10, cx + 10, cy + 10) < 15, "empty view has a volume")
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_data_play_close(binary):
+    work = tempfile.mkdtemp(prefix="tessan-data-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first])
+        try:
+            s = app.wait_for(lambda s: s.get("slot0") == "6 0 0 1", "frame 0 of the data is drawn")
+            check(s["title"].endswith(" - Tessan"), "data title: %r" % s["title"])
+            # The slot panel lists the six files, the current one first and textured.
+            s = app.wait_for(lambda s: s.get("seq.items", "").startswith("> [T] 0 data_0000.df3"),
+                             "the slot panel shows frame 0 as current and textured")
+            items = s["seq.items"].split("|")
+            check(len(items) == 6 and items[5].endswith(" 5 data_0005.df3"), "slot panel files: %r" % items)
+            check(s["seq.frame"] == "Frame 0 / 6" and s["seq.tab"] == "0", "slot panel frame: %r" % s["seq.frame"])
+            check(s["seq.memory"].startswith("Texture "), "memory counters: %r" % s["seq.memory"])
+            v = app.view(3)
+            box = (v["sx"], v["sy"] + 30, v["sx"] + v["w"], v["sy"] + v["h"] - 30)
+            before = app.grab("data0.png")
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            check(region_mean_distance(before, cx - 10, cy - 10, cx + 10, cy + 10) > 60, "volume not on screen")
+            # Playing shows the following frames: the drawn frame follows the clock.
+            app.key("space")
+            s = app.wait_for(lambda s: int(s["slot0"].split()[2]) >= 2, "playing draws later frames")
+            app.key("space")
+            s = app.wait_for(lambda s: s["playing"] == "0", "Space again stops")
+            s = app.wait_for(lambda s: s["slot0"].split()[3] == "1", "the stopped frame is drawn")
+            check(s["slot0"].split()[1] != "0", "stopped on another frame: %r" % s["slot0"])
+            played = app.grab("played.png")
+            check(region_difference(before, played, *box) > 1.0, "the view did not change while playing")
+            # Close Data (File menu, sixth entry) empties the slot and the view.
+            menu(app, "f", ["Down"] * 5)
+            s = app.wait_for(lambda s: s["slot0"].startswith("0 ") and s["seq.items"] == "",
+                             "Close Data empties the slot and its list")
+            check(s["seq.frame"] == "(empty)", "slot panel after closing: %r" % s["seq.frame"])
+            # The repaint follows the menu's closing; give it a few grabs.
+            for _ in range(8):
+                closed = app.grab("closed.png")
+                centre = region_mean_distance(closed, cx - 10, cy - 10, cx + 10, cy + 10)
+                if centre < 15:
+                    break
+            check(centre < 15, "the volume is still drawn after Close Data (%.1f)" % centre)
+            # Open Data (fourth entry) asks for the first file of a series and opens all of it.
+            menu(app, "f", ["Down"] * 3)
+            dialog = None
+            for _ in range(50):
+                out = subprocess.run(["xdotool", "search", "--name", "^Coose first file$"], capture_output=True,
+                                     text=True).stdout.split()
+                if out:
+                    dialog = out[0]
+                    break
+                time.sleep(0.1)
+            check(dialog is not None, "no file dialog titled 'Coose first file'")
+            time.sleep(0.5)
+            subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+            subprocess.run(["xdotool", "key", "ctrl+l"], check=True)
+            time.sleep(0.3)
+            subprocess.run(["xdotool", "type", os.path.join(work, "data_0002.df3")], check=True)
+            time.sleep(0.3)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s["slot0"].split()[0] == "6" and s["slot0"].split()[3] == "1",
+                             "the series opened from the dialog is drawn")
+        finally:
+            app.close()
+        # A missing file leaves the window as it was, with a message.
+        app = App(binary, args=[os.path.join(work, "missing_0000.df3")])
+        try:
+            time.sleep(1.0)
+            s = app.state()
+            check(s["slot0"].startswith("0 ") and s["title"] == TITLE, "missing file changed the window: %r" % s)
+            check("File not found: " in app.stderr(), "no message for the missing file: %r" % app.stderr())
+        finally:
+            app.close()
+        # A file shorter than its header says: a message, the frame stays unloaded, the loading
+        # comes to rest and the window carries on.
+        bad = os.path.join(work, "short_0000.df3")
+        with open(bad, "wb") as f:
+            f.write(bytes([0, 32, 0, 32, 0, 32]) + b"abc")
+        app = App(binary, args=[bad])
+        try:
+            s = app.wait_for(lambda s: s.get("slot0") == "1 0 -1 0" and s.get("loading") == "0",
+                             "the short file leaves an undrawn frame and loading at rest")
+            check(s["seq.items"] == "> [ ] 0 short_0000.df3", "slot panel for the short file: %r" % s["seq.items"])
+            check("prompt: read Error" in app.stderr(), "no message for the short file: %r" % app.stderr())
+            app.key("Right")
+            app.wait_for(lambda s: s["frame"] in ("0", "1"), "the window still answers keys")
+        finally:
+            app.close()
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -672,6 +876,8 @@ CASES = {
     "time_remap": case_time_remap,
     "preview_saved": case_preview_saved,
     "project": case_project,
+    "data_screenshot": case_data_screenshot,
+    "data_play_close": case_data_play_close,
 }
 
 if __name__ == "__main__":

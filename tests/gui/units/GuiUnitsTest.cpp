@@ -2,6 +2,7 @@
 // user's key assignments, and a view controller's mouse navigation and saved lines.
 #include "gui/CommandLine_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "gui/SequencePanel_cls.h"
 #include "gui/Shortcut_cls.h"
 
 #include "config/TextFormat.h"
@@ -41,6 +42,28 @@ TEST(CommandLine, OptionsAndFile)
     CommandLine_cls version;
     EXPECT_EQ(ParseArgs(version, {"--version"}), CommandLine_cls::kVersion);
     EXPECT_NE(CommandLine_cls::VersionText().find("0.778"), std::string::npos);
+}
+
+TEST(CommandLine, StartFrame)
+{
+    CommandLine_cls none;
+    ASSERT_EQ(ParseArgs(none, {"a.df3"}), CommandLine_cls::kRun);
+    EXPECT_EQ(none.GetFrame(), -1);
+    CommandLine_cls spaced;
+    ASSERT_EQ(ParseArgs(spaced, {"--frame", "16", "a.df3"}), CommandLine_cls::kRun);
+    EXPECT_EQ(spaced.GetFrame(), 16);
+    EXPECT_EQ(spaced.GetFile(), "a.df3");
+    CommandLine_cls joined;
+    ASSERT_EQ(ParseArgs(joined, {"a.df3", "--frame=0"}), CommandLine_cls::kRun);
+    EXPECT_EQ(joined.GetFrame(), 0);
+    for (std::vector<const char*> bad : std::vector<std::vector<const char*>>{
+             {"--frame"}, {"--frame", "-1"}, {"--frame", "3x"}, {"--frame="}, {"--frame", "1e3"}}) {
+        CommandLine_cls cl;
+        EXPECT_EQ(ParseArgs(cl, bad), CommandLine_cls::kUsageError) << bad.back();
+        EXPECT_NE(cl.GetError().find("--frame"), std::string::npos);
+        EXPECT_EQ(cl.GetFrame(), -1);
+    }
+    EXPECT_NE(CommandLine_cls::HelpText().find("--frame N"), std::string::npos);
 }
 
 TEST(CommandLine, UsageErrors)
@@ -105,7 +128,7 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
     WriteFileText(dir.File("KivrelConfigure.txt"),
                   "ToolTip=1\nQuit=Ctrl+W\n" + Narrow(block) + "FrameMainViewLayout=1\n");
     Shortcut_cls b;
-    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 23); // every named entry
+    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 26); // every named entry
     EXPECT_EQ(b.GetKey("OpenProject"), L"Ctrl+Shift+P");
     EXPECT_EQ(b.GetKey("ToolTip"), L"F2");
     EXPECT_EQ(b.GetKey("Quit"), L"Ctrl+Q"); // the line outside the block is not a key assignment
@@ -234,4 +257,15 @@ TEST(ViewCtrl, SavedLinesBelongToTheirOwnView)
     // An unknown view kind falls back to the perspective view.
     EXPECT_TRUE(b.ReadStrLine(L"GLView1FixedView=9"));
     EXPECT_EQ(b.GetView(), Camera_cls::kViewPerspective);
+}
+
+TEST(SequencePanel, FrameAndMemoryLines)
+{
+    // The list names the file without its folder, marks the current frame and the load state.
+    EXPECT_EQ(SequencePanel_cls::FrameLine(3, L"/data/run/data_0003.df3", SequencePanel_cls::kTextured, true),
+              L"> [T] 3 data_0003.df3");
+    EXPECT_EQ(SequencePanel_cls::FrameLine(12, L"rel/x.df3", SequencePanel_cls::kVoxels, false), L"  [V] 12 x.df3");
+    EXPECT_EQ(SequencePanel_cls::FrameLine(0, L"", SequencePanel_cls::kNotLoaded, false), L"  [ ] 0 ");
+    EXPECT_EQ(SequencePanel_cls::MemoryLine(12, 256, 3, 512, 10, 1024),
+              L"Texture 12/256 MB\nXY 3/512 MB\nXYZ 10/1024 MB");
 }
