@@ -92,6 +92,41 @@ void BM_ExtractAndWeld(benchmark::State& state)
 }
 BENCHMARK(BM_ExtractAndWeld)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+void BM_ExtractAndWeldCounted(benchmark::State& state)
+{
+    SetThreads();
+    const auto& d = Gyroid();
+    MarchingCube_cls mc;
+    for (auto _ : state) {
+        // The command-line tool's path: the block stage only counted.
+        mc.ThreadControlMain(d.data(), kN, kN, kN, 0.5f,
+                             MarchingCube_cls::kFlagNormals | MarchingCube_cls::kFlagWeldInBlock |
+                                 MarchingCube_cls::kFlagWeldCountOnly);
+        mc.OptimizeVerticesFull();
+        benchmark::DoNotOptimize(mc.GetVertexNumberOptFull());
+    }
+    state.counters["triangles"] = static_cast<double>(mc.GetFaceNumberOptFull());
+    state.counters["vertices"] = static_cast<double>(mc.GetVertexNumberOptFull());
+}
+BENCHMARK(BM_ExtractAndWeldCounted)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_ExtractAndWeldCubeByCube(benchmark::State& state)
+{
+    SetThreads();
+    const auto& d = Gyroid();
+    MarchingCube_cls mc;
+    for (auto _ : state) {
+        // The reference march, for comparison with BM_ExtractAndWeld on the same machine state.
+        mc.ThreadControlMain(d.data(), kN, kN, kN, 0.5f,
+                             MarchingCube_cls::kFlagNormals | MarchingCube_cls::kFlagWeldInBlock |
+                                 MarchingCube_cls::kFlagCubeByCube);
+        mc.OptimizeVerticesFull();
+        benchmark::DoNotOptimize(mc.GetVertexNumberOptFull());
+    }
+    state.counters["triangles"] = static_cast<double>(mc.GetFaceNumberOptFull());
+}
+BENCHMARK(BM_ExtractAndWeldCubeByCube)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 void BM_Weld(benchmark::State& state)
 {
     SetThreads();

@@ -182,7 +182,7 @@ def main():
 
     rows = [
         ("Kivrel Tessan: extraction with normals, unshared (bench_iso)", t_ext_plain, tris, None),
-        ("Kivrel Tessan: extraction + block and full welding", t_weld, tris, verts),
+        ("Kivrel Tessan: extraction + block and full welding (%s)" % via, t_weld, tris, verts),
         ("scikit-image marching_cubes (lewiner)", t_sk, tris_sk, verts_sk),
         ("VTK vtkMarchingCubes", t_mc, tris_mc, verts_mc),
         ("VTK vtkFlyingEdges3D", t_fe, tris_fe, verts_fe),

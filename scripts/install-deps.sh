@@ -8,12 +8,13 @@ export DEBIAN_FRONTEND=noninteractive
 packages=(
   build-essential cmake ninja-build pkg-config git
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  libwxgtk3.2-dev libgl-dev libglu1-mesa-dev freeglut3-dev mesa-utils libgl1-mesa-dri
+  libwxgtk3.2-dev libgl-dev libglu1-mesa-dev freeglut3-dev mesa-utils libgl1-mesa-dri libosmesa6-dev
   povray povray-includes
   xvfb xauth x11-utils imagemagick xdotool desktop-file-utils
   gettext locales
   clang-14 libclang-rt-14-dev
   assimp-utils parallel
+  libpng-dev libtiff-dev libjpeg-dev
 )
 if [[ "${1:-}" == "--bench" ]]; then
   packages+=(python3-scipy python3-numpy python3-skimage python3-vtk9 hyperfine)

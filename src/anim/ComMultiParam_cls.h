@@ -19,6 +19,9 @@ class ComMultiParamAdd_cls : public CommandItem_cls
     /// Inserts the held item (nothing when the list is gone or the holder is empty); no chain.
     bool Execute(bool undo) override;
 
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Add Item"; }
+
   private:
     MultiParameters_cls* mpList;
     unsigned muIndex;
@@ -32,6 +35,9 @@ class ComMultiParamRemove_cls : public CommandItem_cls
     ComMultiParamRemove_cls(MultiParameters_cls* list, unsigned index, MultiParamHolder holder);
     /// Removes the item into the holder (nothing when the list is gone); no chain.
     bool Execute(bool undo) override;
+
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Remove Item"; }
 
   private:
     MultiParameters_cls* mpList;

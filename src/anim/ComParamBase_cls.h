@@ -35,6 +35,9 @@ class ComParamSetKey_cls : public ComParamBase_cls
     ComParamSetKey_cls(Parameters_cls* param, double time, const std::vector<double>& values, unsigned type,
                        const std::vector<double>& D1, const std::vector<double>& D2);
 
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Set Key"; }
+
   protected:
     void Apply(Parameters_cls& param) override;
 
@@ -52,6 +55,9 @@ class ComParamSetKeyC_cls : public ComParamBase_cls
   public:
     ComParamSetKeyC_cls(Parameters_cls* param, const KeyFrame_cls& key);
 
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Set Key"; }
+
   protected:
     void Apply(Parameters_cls& param) override;
 
@@ -64,6 +70,9 @@ class ComParamOvwtKeyC_cls : public ComParamBase_cls
 {
   public:
     ComParamOvwtKeyC_cls(Parameters_cls* param, int index, double expectedTime, const KeyFrame_cls& key);
+
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Set Key"; }
 
   protected:
     void Apply(Parameters_cls& param) override;
@@ -80,6 +89,9 @@ class ComParamDelKey_cls : public ComParamBase_cls
   public:
     ComParamDelKey_cls(Parameters_cls* param, int index, double expectedTime);
 
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Delete Key"; }
+
   protected:
     void Apply(Parameters_cls& param) override;
 
@@ -93,6 +105,9 @@ class ComParamMoveKey_cls : public ComParamBase_cls
 {
   public:
     ComParamMoveKey_cls(Parameters_cls* param, double fromTime, double toTime, double resolution);
+
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Move Key"; }
 
   protected:
     void Apply(Parameters_cls& param) override;
@@ -108,6 +123,9 @@ class ComParamSetKeyType_cls : public ComParamBase_cls
 {
   public:
     ComParamSetKeyType_cls(Parameters_cls* param, int index, unsigned type);
+
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Set Key Type"; }
 
   protected:
     void Apply(Parameters_cls& param) override;
@@ -125,6 +143,9 @@ class ComParamSetKeyTypeMulti_cls : public ComParamBase_cls
                                 const std::vector<unsigned>& types);
     unsigned GetNum() const { return static_cast<unsigned>(mviIndex.size()); }
 
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Set Key Type"; }
+
   protected:
     void Apply(Parameters_cls& param) override;
 
@@ -139,6 +160,9 @@ class ComParamClearKey_cls : public ComParamBase_cls
   public:
     ComParamClearKey_cls(Parameters_cls* param, const std::vector<double>& values);
 
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Clear Keys"; }
+
   protected:
     void Apply(Parameters_cls& param) override;
 
@@ -152,6 +176,9 @@ class ComParamSetTimeDependent_cls : public ComParamBase_cls
   public:
     ComParamSetTimeDependent_cls(Parameters_cls* param, bool on);
 
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Time Dependence"; }
+
   protected:
     void Apply(Parameters_cls& param) override;
 
@@ -164,6 +191,9 @@ class ComParamMemento_cls : public ComParamBase_cls
 {
   public:
     ComParamMemento_cls(Parameters_cls* param, const Parameters_cls::Snapshot& snapshot);
+
+    /// Display name of the edit (msgid).
+    const char* GetName() const override { return "Restore Parameter"; }
 
   protected:
     void Apply(Parameters_cls& param) override;

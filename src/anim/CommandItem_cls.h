@@ -24,6 +24,9 @@ class CommandItem_cls
     /// Returns the chain flag: true when the neighbouring command in the history must run too.
     /// GUI thread only, like every edit of the model.
     virtual bool Execute(bool undo) = 0;
+    /// Display name of the edit for the Undo and Redo menu entries: an untranslated msgid
+    /// ("Move Key"), "" when the command has none (the step then takes a neighbour's name).
+    virtual const char* GetName() const { return ""; }
 
     /// The type flags (CommandTypeFlags bits, combinable).
     uint32_t GetType() const { return muType; }
@@ -43,9 +46,15 @@ class CommandItem_cls
 class ComBlockOpen : public CommandItem_cls
 {
   public:
-    ComBlockOpen() { muType = kComBlockOpen; }
+    /// name: display name of the whole block (a msgid with static lifetime; "" for none).
+    explicit ComBlockOpen(const char* name = "") : mpName(name ? name : "") { muType = kComBlockOpen; }
     /// Raises the block depth of the owning history; never chains.
     bool Execute(bool undo) override;
+    /// The block's name, which names the whole undo step.
+    const char* GetName() const override { return mpName; }
+
+  private:
+    const char* mpName;
 };
 
 /// Closes a block: lowers the history's block depth by one.

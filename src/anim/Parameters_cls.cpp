@@ -30,10 +30,11 @@ const wchar_t kClipboardTag[] = L"TessanKeyFrames";
 class BlockScope_cls
 {
   public:
-    BlockScope_cls(UndoManager_cls& undo, bool open) : mrUndo(undo), mbOpen(open)
+    /// name: display name of the undo step (msgid), "" to let the commands inside name it.
+    BlockScope_cls(UndoManager_cls& undo, bool open, const char* name = "") : mrUndo(undo), mbOpen(open)
     {
         if (mbOpen)
-            mrUndo.OpenBlock();
+            mrUndo.OpenBlock(name);
     }
     ~BlockScope_cls()
     {
@@ -765,7 +766,7 @@ bool Parameters_cls::DeleteSelectedKey()
 {
     if (GetSelectedKeyNum() == 0)
         return false;
-    BlockScope_cls block(GetUndo(), true);
+    BlockScope_cls block(GetUndo(), true, "Delete Keys");
     // From the back, so that the indices still to visit stay valid.
     for (int i = GetKeyNumber() - 1; i >= 0; --i)
         if (i < GetKeyNumber() && mvKeys[static_cast<size_t>(i)].IsSelected())
@@ -832,7 +833,7 @@ bool Parameters_cls::MoveKey(int index, double deltaTime, unsigned frameNumber, 
     const double oldTime = mvKeys[static_cast<size_t>(index)].GetTime();
     if (std::clamp(Quantize(oldTime + deltaTime, m), 0.0, 1.0) == oldTime)
         return false;
-    BlockScope_cls block(GetUndo(), !nested);
+    BlockScope_cls block(GetUndo(), !nested, "Move Key");
     return MoveKeyImpl(index, deltaTime, frameNumber);
 }
 
@@ -847,7 +848,7 @@ bool Parameters_cls::MoveTimeSelectedKey(double deltaTime)
     // Move in the direction of travel first, so that no key passes over a selected neighbour.
     if (deltaTime > 0.0)
         std::reverse(times.begin(), times.end());
-    BlockScope_cls block(GetUndo(), true);
+    BlockScope_cls block(GetUndo(), true, "Move Keys");
     bool moved = false;
     for (double t : times)
         moved |= MoveKeyImpl(FindKey(-1, t), deltaTime, 0);
@@ -874,7 +875,7 @@ bool Parameters_cls::MovePosSelectedKey(const double* delta, const double* scale
 {
     if (GetSelectedKeyNum() == 0)
         return false;
-    BlockScope_cls block(GetUndo(), true);
+    BlockScope_cls block(GetUndo(), true, "Edit Keys");
     for (int i = 0; i < GetKeyNumber(); ++i) {
         const KeyFrame_cls old = mvKeys[static_cast<size_t>(i)];
         if (!old.IsSelected())
@@ -982,7 +983,7 @@ bool Parameters_cls::SetTimeDependent(bool on, bool nested)
 {
     if (on == IsTimeDependent())
         return false;
-    BlockScope_cls block(GetUndo(), !nested);
+    BlockScope_cls block(GetUndo(), !nested, "Time Dependence");
     if (mpSlave) {
         SlaveDrive_cls drive(mpSlave);
         mpSlave->SetTimeDependent(on, true);
@@ -1031,7 +1032,7 @@ bool Parameters_cls::RemapKeys(double factor, bool nested)
     // Shrinking goes first to last and stretching last to first, so no key passes a neighbour.
     if (factor >= 1.0)
         std::reverse(times.begin(), times.end());
-    BlockScope_cls block(GetUndo(), !nested);
+    BlockScope_cls block(GetUndo(), !nested, "Remap Keys");
     bool moved = false;
     for (double t : times)
         moved |= MoveKeyImpl(FindKey(-1, t), (factor - 1.0) * t, 0);
@@ -1252,7 +1253,7 @@ bool Parameters_cls::PasteKeyFrameFromClipBoard(const std::wstring& text, double
         time = msCurrentDoubleIndex;
     // The copied keys keep their spacing; the first one lands at the paste time.
     const double offset = time - keys.front().GetTime();
-    BlockScope_cls block(GetUndo(), true);
+    BlockScope_cls block(GetUndo(), true, "Paste Keys");
     for (KeyFrame_cls& key : keys) {
         key.SetTime(std::clamp(key.GetTime() + offset, 0.0, 1.0));
         key.SetSelected(false);

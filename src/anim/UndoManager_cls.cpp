@@ -2,6 +2,8 @@
 
 #include "config/TessanAssert.h"
 
+#include <algorithm>
+
 UndoManager_cls::~UndoManager_cls()
 {
     // Undo members are released before redo members: a removal's pair shares the removed object.
@@ -93,9 +95,9 @@ void UndoManager_cls::SkipCurrent()
         ++miPosition;
 }
 
-void UndoManager_cls::OpenBlock()
+void UndoManager_cls::OpenBlock(const char* name)
 {
-    SetNewCommand(std::make_unique<ComBlockOpen>(), std::make_unique<ComBlockClose>());
+    SetNewCommand(std::make_unique<ComBlockOpen>(name), std::make_unique<ComBlockClose>());
     ExecCurrent();
 }
 
@@ -149,6 +151,54 @@ uint32_t UndoManager_cls::GetUndoCommandType(int index) const
     if (index < 0 || index >= GetCount())
         return 0;
     return mvUndo[static_cast<size_t>(index)]->GetType();
+}
+
+const char* UndoManager_cls::StepName(int first, int last) const
+{
+    // The outermost block's own name wins; an unnamed block is named by what it holds.
+    for (int i = first; i <= last; ++i) {
+        const char* name = mvRedo[static_cast<size_t>(i)]->GetName();
+        if (name != nullptr && name[0] != '\0')
+            return name;
+    }
+    return "";
+}
+
+const char* UndoManager_cls::GetUndoName() const
+{
+    const int last = std::min(miPosition, GetCount()) - 1;
+    if (last < 0)
+        return "";
+    if ((mvRedo[static_cast<size_t>(last)]->GetType() & kComBlockClose) == 0)
+        return StepName(last, last);
+    // Back to the opening that matches this closing.
+    int depth = 0;
+    for (int i = last; i >= 0; --i) {
+        const uint32_t type = mvRedo[static_cast<size_t>(i)]->GetType();
+        depth += (type & kComBlockClose) != 0 ? 1 : 0;
+        depth -= (type & kComBlockOpen) != 0 ? 1 : 0;
+        if (depth == 0)
+            return StepName(i, last);
+    }
+    return StepName(0, last);
+}
+
+const char* UndoManager_cls::GetRedoName() const
+{
+    const int first = miPosition;
+    if (first < 0 || first >= GetCount())
+        return "";
+    if ((mvRedo[static_cast<size_t>(first)]->GetType() & kComBlockOpen) == 0)
+        return StepName(first, first);
+    int depth = 0;
+    for (int i = first; i < GetCount(); ++i) {
+        const uint32_t type = mvRedo[static_cast<size_t>(i)]->GetType();
+        depth += (type & kComBlockOpen) != 0 ? 1 : 0;
+        depth -= (type & kComBlockClose) != 0 ? 1 : 0;
+        if (depth == 0)
+            return StepName(first, i);
+    }
+    return StepName(first, GetCount() - 1);
 }
 
 void UndoManager_cls::SetClean()

@@ -38,7 +38,9 @@ class UndoManager_cls
     /// Advances the position without executing, only while a block is open.
     void SkipCurrent();
     /// Records and executes a block-opening pair; the following pairs form one undo step.
-    void OpenBlock();
+    /// name: display name of the step (a msgid with static lifetime; "" lets the first named
+    /// command inside the block name it).
+    void OpenBlock(const char* name = "");
     /// Records and executes the closing pair. An empty block is removed again (no undo step).
     void CloseBlock();
     /// Deletes every command; position and block depth 0; the empty history counts as clean.
@@ -50,6 +52,12 @@ class UndoManager_cls
     uint32_t GetRedoCommandType(int index) const;
     /// Type flags of the undo member of pair `index` (0 when out of range).
     uint32_t GetUndoCommandType(int index) const;
+
+    /// Display name (untranslated msgid) of the step that UndoCurrent would revert: a block's
+    /// own name, else the first named command inside it; "" when there is nothing to undo.
+    const char* GetUndoName() const;
+    /// Display name of the step that ExecCurrent would run, by the same rule.
+    const char* GetRedoName() const;
 
     /// Index of the next pair to redo; the pairs before it have been executed.
     int GetPosition() const { return miPosition; }
@@ -76,6 +84,7 @@ class UndoManager_cls
 
   private:
     void DiscardFrom(int index);
+    const char* StepName(int first, int last) const;
     void Notify(uint32_t flags);
 
     std::vector<std::unique_ptr<CommandItem_cls>> mvRedo;

@@ -1,11 +1,14 @@
-// tessan-cli convert: read a DF3 file of either width and write it as an 8-bit DF3 file.
+// tessan-cli convert: read a volume (DF3 file, image stack or text volume) and write it as an
+// 8-bit DF3 file or as PNG slices.
 #include "cli/CliArgs_cls.h"
 #include "cli/CliCommand.h"
+#include "cli/CliVolume_cls.h"
 #include "config/TextFormat.h"
 #include "config/UserPrompt_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
 #include "volume/ExportDF3_cls.h"
+#include "volume/SourceFormat_cls.h"
 
 #include <cstdio>
 #include <sstream>
@@ -13,9 +16,20 @@
 namespace
 {
 
-const char kUsage[] = "Usage: tessan-cli convert [OPTION]... IN.df3 OUT.df3\n"
-                      "Read a DF3 volume (8- or 16-bit samples) and write it as an 8-bit DF3 file.\n"
-                      "16-bit samples keep their high byte. OUT is never overwritten.\n"
+const char kUsage[] = "Usage: tessan-cli convert [OPTION]... IN OUT.df3\n"
+                      "  or:  tessan-cli convert [OPTION]... --slices AXIS IN OUT\n"
+                      "Read a volume and write it as an 8-bit DF3 file, or as numbered 8-bit grey\n"
+                      "PNG slices across AXIS. 16-bit samples keep their high byte. Nothing that\n"
+                      "exists is ever overwritten.\n"
+                      "\n"
+                      "IN is read by its extension:\n"
+                      "  .png .tif .tiff .jpg .jpeg .bmp  one slice of an image stack: every file\n"
+                      "                       with the same prefix, digit count and extension, in\n"
+                      "                       numeric order, is one z slice (a multi-page TIFF\n"
+                      "                       file is a stack of its own); colour becomes luma\n"
+                      "  .txt .dat .vol       a text volume: a line \"X Y Z\", then X*Y*Z numbers,\n"
+                      "                       x fastest, scaled from their range to 0..255\n"
+                      "  anything else        a DF3 file (8- or 16-bit samples)\n"
                       "\n"
                       "  --downsize FX,FY,FZ  keep every FX-th, FY-th and FZ-th sample along X, Y\n"
                       "                       and Z (nearest sample, no averaging); one number\n"
@@ -24,11 +38,17 @@ const char kUsage[] = "Usage: tessan-cli convert [OPTION]... IN.df3 OUT.df3\n"
                       "                       separated by commas): the data sits in the middle,\n"
                       "                       mirrored into the margin before it along X, and the\n"
                       "                       rest of the margins is filled with 255\n"
+                      "  --last FILE          for an image stack: the last slice to take (IN is\n"
+                      "                       then the first; the numbers in between are taken)\n"
+                      "  --slices AXIS        write PNG slices across x, y or z instead of a DF3\n"
+                      "                       file; OUT is a file name with one number such as\n"
+                      "                       slice_%04d.png, or a folder (OUT ending in '/' is\n"
+                      "                       created), which receives slice_0000.png and on\n"
                       "  --help               display this help and exit\n"
                       "  --version            output version information and exit\n"
                       "\n"
                       "Exit status: 0 on success, 1 if reading or writing failed (including an\n"
-                      "existing OUT), 2 on usage errors.\n";
+                      "existing OUT or slice file), 2 on usage errors.\n";
 
 std::vector<std::string> SplitCommas(const std::string& text)
 {
@@ -82,7 +102,7 @@ int Usage(const std::string& error)
 
 int RunConvert(const std::vector<std::string>& args)
 {
-    CliArgs_cls parsed(args, {"downsize", "double"}, {});
+    CliArgs_cls parsed(args, {"downsize", "double", "slices", "last"}, {});
     if (!parsed.Error().empty())
         return Usage(parsed.Error());
     if (parsed.Operands().size() != 2)
@@ -93,25 +113,54 @@ int RunConvert(const std::vector<std::string>& args)
         return Usage("invalid --downsize '" + *v + "' (expected FX,FY,FZ with positive integers)");
     if (auto v = parsed.Value("double"); v && !ParseAxes(*v, axes))
         return Usage("invalid --double '" + *v + "' (expected axes among x,y,z)");
+    int sliceAxis = -1;
+    if (auto v = parsed.Value("slices")) {
+        bool one[3] = {false, false, false};
+        if (!ParseAxes(*v, one) || one[0] + one[1] + one[2] != 1)
+            return Usage("invalid --slices '" + *v + "' (expected one axis: x, y or z)");
+        sliceAxis = one[0] ? 0 : one[1] ? 1 : 2;
+        if (parsed.Has("double"))
+            return Usage("--double applies to DF3 output only, not to --slices");
+    }
     const std::string& in = parsed.Operands()[0];
     const std::string& out = parsed.Operands()[1];
+    const std::string last = parsed.Value("last").value_or("");
+    if (!last.empty() && SourceFormat_cls::FromPath(Widen(in)) != DF3_cls::FORMAT_IMGSEQ)
+        return Usage("--last applies to image stacks only");
 
     UserPrompt_cls* prompt = GetUserPrompt();
-    // Checked before reading, so a large input is not read for nothing; the writer checks again.
-    if (ExportDF3_cls::RefuseExisting(Widen(out), prompt))
+    // Checked before reading, so a large input is not read for nothing; the writers check again.
+    if (sliceAxis < 0 && ExportDF3_cls::RefuseExisting(Widen(out), prompt))
         return 1;
     DF3Sequence_cls seq;
     for (int a = 0; a < 3; ++a)
         seq.SetDownSizeSRC(a, factor[a]);
     DF3_cls frame(&seq);
-    frame.SetFilePath(Widen(in));
+    CliVolume_cls::SetSource(frame, in, last);
     if (!frame.ReadHeader(prompt) || !frame.Allocate() || !frame.ReadBodyIfNotFinished(true, prompt))
         return 1;
+    const std::string source =
+        StrPrintf("%s (%u x %u x %u, ", in.c_str(), frame.GetTrueSize(0), frame.GetTrueSize(1), frame.GetTrueSize(2)) +
+        CliVolume_cls::Samples(frame) + ")";
+    if (sliceAxis >= 0) {
+        ExportIMGSeq_cls::Settings settings;
+        settings.iAxis = sliceAxis;
+        settings.strPattern = Widen(out);
+        std::vector<std::wstring> names;
+        std::wstring error;
+        ExportIMGSeq_cls::MakeFileNames(settings, frame.GetCurrSize(sliceAxis), names, error);
+        if (!frame.ExportIMGSeq(settings, prompt))
+            return 1;
+        std::fflush(stdout);
+        std::printf("%s -> %u PNG slices across %c (%u x %u, 8-bit): %s .. %s\n", source.c_str(),
+                    frame.GetCurrSize(sliceAxis), "XYZ"[sliceAxis], frame.GetCurrSizeS(sliceAxis),
+                    frame.GetCurrSizeT(sliceAxis), Narrow(names.front()).c_str(), Narrow(names.back()).c_str());
+        return 0;
+    }
     if (!frame.ExportDF3(Widen(out), axes))
         return 1;
     std::fflush(stdout);
-    std::printf("%s (%u x %u x %u, %d-bit) -> %s (%u x %u x %u, 8-bit)\n", in.c_str(), frame.GetTrueSize(0),
-                frame.GetTrueSize(1), frame.GetTrueSize(2), frame.GetReadBodyDF3().GetSampleBits(), out.c_str(),
+    std::printf("%s -> %s (%u x %u x %u, 8-bit)\n", source.c_str(), out.c_str(),
                 frame.GetCurrSize(0) * (axes[0] ? 2 : 1), frame.GetCurrSize(1) * (axes[1] ? 2 : 1),
                 frame.GetCurrSize(2) * (axes[2] ? 2 : 1));
     return 0;
@@ -119,5 +168,6 @@ int RunConvert(const std::vector<std::string>& args)
 
 } // namespace
 
-TESSAN_CLI_COMMAND(convert, "convert", "convert a DF3 file to 8 bits, optionally down-sized or with doubled axes",
-                   kUsage, RunConvert);
+TESSAN_CLI_COMMAND(convert, "convert",
+                   "convert a DF3 file, image stack or text volume to an 8-bit DF3 file or PNG slices", kUsage,
+                   RunConvert);

@@ -1,6 +1,7 @@
-// tessan-cli info: sizes, sample width and density statistics of DF3 files.
+// tessan-cli info: sizes, sample width and density statistics of volume files.
 #include "cli/CliArgs_cls.h"
 #include "cli/CliCommand.h"
+#include "cli/CliVolume_cls.h"
 #include "config/TextFormat.h"
 #include "config/UserPrompt_cls.h"
 #include "volume/DF3Sequence_cls.h"
@@ -14,10 +15,14 @@ namespace
 {
 
 const char kUsage[] = "Usage: tessan-cli info FILE...\n"
-                      "Print the sizes, sample width and density statistics of DF3 volume files.\n"
+                      "Print the sizes, sample width and density statistics of volume files: DF3\n"
+                      "files, image stacks (FILE is one slice: .png .tif .tiff .jpg .jpeg .bmp) and\n"
+                      "text volumes (.txt .dat .vol), each read as 'tessan-cli convert' reads it.\n"
                       "\n"
-                      "For each FILE the report gives the X, Y and Z sizes, the sample width\n"
-                      "found from the file size (8 or 16 bit), the smallest, largest and mean\n"
+                      "For each FILE the report gives the X, Y and Z sizes, the samples (for DF3\n"
+                      "files the width found from the file size, 8 or 16 bit; for image stacks the\n"
+                      "width and kind of the first slice, and a line naming the slices; for text\n"
+                      "volumes the range of the values), the smallest, largest and mean\n"
                       "density (16-bit samples counted by their high byte, as they are loaded),\n"
                       "and a histogram of the 256 densities in 64 columns of four, log-scaled so\n"
                       "that sparse densities still show.\n"
@@ -66,7 +71,7 @@ int RunInfo(const std::vector<std::string>& args)
         DF3Sequence_cls seq;
         DF3_cls frame(&seq);
         UserPrompt_cls* prompt = GetUserPrompt();
-        frame.SetFilePath(Widen(path));
+        CliVolume_cls::SetSource(frame, path);
         if (!frame.ReadHeader(prompt) || !frame.Allocate() || !frame.ReadBodyIfNotFinished(true, prompt)) {
             status = 1;
             continue;
@@ -75,7 +80,9 @@ int RunInfo(const std::vector<std::string>& args)
         std::fflush(stdout); // after any trace lines of the reader
         std::printf("%s\n", path.c_str());
         std::printf("  size:      %u x %u x %u\n", frame.GetCurrSize(0), frame.GetCurrSize(1), frame.GetCurrSize(2));
-        std::printf("  samples:   %d-bit\n", frame.GetReadBodyDF3().GetSampleBits());
+        std::printf("  samples:   %s\n", CliVolume_cls::Samples(frame).c_str());
+        if (const std::string slices = CliVolume_cls::Slices(frame); !slices.empty())
+            std::printf("  slices:    %s\n", slices.c_str());
         if (map) {
             std::printf("  min:       %d\n", map->GetMin());
             std::printf("  max:       %d\n", map->GetMax());
@@ -88,4 +95,4 @@ int RunInfo(const std::vector<std::string>& args)
 
 } // namespace
 
-TESSAN_CLI_COMMAND(info, "info", "print sizes, sample width and density statistics of DF3 files", kUsage, RunInfo);
+TESSAN_CLI_COMMAND(info, "info", "print sizes, sample width and density statistics of volume files", kUsage, RunInfo);

@@ -6,6 +6,7 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
+#include "pov/PovExport_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 
@@ -20,16 +21,64 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mCConfList.Add(&mbItemToolTip, L"ToolTip=", L"1");
     mpBoxSize = std::make_unique<Parameters_cls>(6, L"BoxSize");
     mpBoxRotate = std::make_unique<Parameters_cls>(4, L"BoxRotate");
+    // Constant at the start: the whole unit box, no rotation.
+    auto constant = [](Parameters_cls& set, std::vector<double> values) {
+        Parameters_cls::Snapshot snapshot;
+        KeyFrame_cls key(set.GetDimension());
+        key.Set(0.0, kInterpHermiteAuto, values.data(), nullptr, nullptr, false);
+        snapshot.vKeys.push_back(key);
+        snapshot.vCurrent = std::move(values);
+        set.RestoreSnapshot(snapshot);
+    };
+    constant(*mpBoxSize, {0.0, 0.0, 0.0, 1.0, 1.0, 1.0});
+    constant(*mpBoxRotate, {0.0, 0.0, 0.0, 0.0});
     // The clock comes before the slots, which follow it.
     mpTimeCtrl = std::make_unique<TimeCtrl_cls>();
     mpSeqCtrl = std::make_unique<DF3SeqCtrl_cls>(mpTimeCtrl.get());
+    mpPovExport = std::make_unique<PovExport_cls>(mpTimeCtrl.get());
+    // Only density files can be written as ray-tracer media; image stacks would have to be
+    // converted first.
+    mpPovExport->mIsAllDataDF3 = [this] {
+        for (int slot = 0; slot < 4; ++slot)
+            for (const auto& entry : mpSeqCtrl->GetSequence(slot).GetFileList())
+                if (entry.iFormat != 0)
+                    return false;
+        return true;
+    };
 }
 
 Main_cls::~Main_cls()
 {
-    // The slots follow the clock: they go first.
+    // The export and the slots follow the clock: they go first.
+    mpPovExport.reset();
     mpSeqCtrl.reset();
     mpTimeCtrl.reset();
+}
+
+void Main_cls::SetPrompt(UserPrompt_cls* prompt)
+{
+    mpPrompt = prompt;
+    mpPovExport->SetPrompt(prompt);
+}
+
+bool Main_cls::IsPovrayCondistionSatisfiled()
+{
+    return mpPovExport->IsPovrayCondistionSatisfiled();
+}
+
+bool Main_cls::ProcOutputPovRay(int frame, unsigned eye)
+{
+    return mpPovExport->ProcOutputPovRay(frame, eye);
+}
+
+bool Main_cls::OutputPovRayIOAnim(unsigned* first, unsigned* last, bool ask)
+{
+    return mpPovExport->OutputPovRayIOAnim(first, last, ask);
+}
+
+bool Main_cls::OutputPovRayIO(const std::wstring& stem, int frame)
+{
+    return mpPovExport->OutputPovRayIO(stem, frame);
 }
 
 std::string Main_cls::RecentFilePath() const

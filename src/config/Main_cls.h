@@ -15,6 +15,7 @@ class DF3_cls;
 class DF3SeqCtrl_cls;
 class DF3Sequence_cls;
 class Parameters_cls;
+class PovExport_cls;
 class TimeCtrl_cls;
 class UserPrompt_cls;
 
@@ -96,7 +97,19 @@ class Main_cls
     /// Called after data was opened, appended or closed (the window refreshes there).
     void SetDataChangedHook(std::function<void()> hook) { mDataChangedHook = std::move(hook); }
     /// Where questions and status texts go (not owned; null: the process-wide prompt).
-    void SetPrompt(UserPrompt_cls* prompt) { mpPrompt = prompt; }
+    void SetPrompt(UserPrompt_cls* prompt);
+
+    // ---- ray-tracer export -----------------------------------------------------------------------
+    /// The scene export with its settings, lights and hooks (the window fills the hooks).
+    PovExport_cls& GetPovExport() { return *mpPovExport; }
+    /// Whether the scene can be exported (asks when objects or lights are missing).
+    bool IsPovrayCondistionSatisfiled();
+    /// Exports one snapshot frame (eye 0 mono, 1 left, 2 right); reports in the status bar.
+    bool ProcOutputPovRay(int frame, unsigned eye = 0);
+    /// Exports every frame of the chosen range and fills the render command list.
+    bool OutputPovRayIOAnim(unsigned* first, unsigned* last, bool ask);
+    /// Writes one frame's .pov and .ini files.
+    bool OutputPovRayIO(const std::wstring& stem, int frame);
 
     // ---- settings --------------------------------------------------------------------------------
     /// The "ToolTip=" setting.
@@ -125,6 +138,7 @@ class Main_cls
     std::unique_ptr<Parameters_cls> mpBoxRotate;
     std::unique_ptr<TimeCtrl_cls> mpTimeCtrl;
     std::unique_ptr<DF3SeqCtrl_cls> mpSeqCtrl;
+    std::unique_ptr<PovExport_cls> mpPovExport;
     std::wstring mStrLastDataPath;
     std::wstring mStrDataTitle;
     bool mbSnapShotAnswered = false;

@@ -2,20 +2,31 @@
 // view commands; screenshot; quit.
 #include "gui/FrameMain_cls.h"
 
+#include "anim/Parameters_cls.h"
+#include "anim/TimeCtrl_cls.h"
+#include "anim/UndoManager_cls.h"
 #include "config/GlobalFlags.h"
+#include "config/LineStream_cls.h"
+#include "config/Main_cls.h"
 #include "config/Preference_cls.h"
+#include "config/PreviewProperty_cls.h"
 #include "config/TessanAssert.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "gui/KeyTrackCanvas_cls.h"
 #include "gui/MainGLCanvas_cls.h"
-#include "config/Main_cls.h"
 #include "gui/MyApp.h"
+#include "gui/PreviewPropertyGUI_cls.h"
+#include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
 
+#include <wx/accel.h>
 #include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/choice.h>
 #include <wx/dcmemory.h>
 #include <wx/dcscreen.h>
 #include <wx/dnd.h>
@@ -25,12 +36,17 @@
 #include <wx/log.h>
 #include <wx/menu.h>
 #include <wx/panel.h>
+#include <wx/scrolwin.h>
 #include <wx/sizer.h>
+#include <wx/slider.h>
+#include <wx/spinctrl.h>
 #include <wx/splitter.h>
 #include <wx/stattext.h>
 #include <wx/statusbr.h>
+#include <wx/textentry.h>
 #include <wx/tooltip.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -77,20 +93,40 @@ class FrameMainDropTarget : public wxFileDropTarget
 
 // --- construction ------------------------------------------------------------------------------
 
-wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame) EVT_IDLE(FrameMain_cls::OnIdle) EVT_CLOSE(FrameMain_cls::OnClose)
-    EVT_MENU(kIdQuit, FrameMain_cls::OnQuit) EVT_MENU(kIdOpenProject, FrameMain_cls::OnOpenProject)
-        EVT_MENU(kIdSaveProject, FrameMain_cls::OnSaveProject)
-            EVT_MENU(kIdSaveProjectAs, FrameMain_cls::OnSaveProjectAs)
-                EVT_MENU_RANGE(kIdRecentFirst, kIdRecentFirst + RecentList_cls::kSize - 1, FrameMain_cls::OnRecent)
-                    EVT_MENU(kIdOneView, FrameMain_cls::OnOneView) EVT_MENU(kIdFourViews, FrameMain_cls::OnFourViews)
-                        EVT_MENU(kIdResetCamera, FrameMain_cls::OnResetCamera)
-                            EVT_MENU(kIdExtraView, FrameMain_cls::OnExtraView)
-                                EVT_MENU(kIdToolTip, FrameMain_cls::OnToolTip)
-                                    EVT_MENU(kIdAbout, FrameMain_cls::OnAbout)
-                                        EVT_BUTTON(wxID_ANY, FrameMain_cls::OnFixedViewButton) wxEND_EVENT_TABLE()
+// clang-format off
+wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame)
+    EVT_IDLE(FrameMain_cls::OnIdle)
+    EVT_CLOSE(FrameMain_cls::OnClose)
+    EVT_MENU(kIdQuit, FrameMain_cls::OnQuit)
+    EVT_MENU(kIdOpenProject, FrameMain_cls::OnOpenProject)
+    EVT_MENU(kIdSaveProject, FrameMain_cls::OnSaveProject)
+    EVT_MENU(kIdSaveProjectAs, FrameMain_cls::OnSaveProjectAs)
+    EVT_MENU_RANGE(kIdRecentFirst, kIdRecentFirst + RecentList_cls::kSize - 1, FrameMain_cls::OnRecent)
+    EVT_MENU(kIdOneView, FrameMain_cls::OnOneView)
+    EVT_MENU(kIdFourViews, FrameMain_cls::OnFourViews)
+    EVT_MENU(kIdResetCamera, FrameMain_cls::OnResetCamera)
+    EVT_MENU(kIdExtraView, FrameMain_cls::OnExtraView)
+    EVT_MENU(kIdToolTip, FrameMain_cls::OnToolTip)
+    EVT_MENU(kIdAbout, FrameMain_cls::OnAbout)
+    EVT_MENU(kIdUndo, FrameMain_cls::OnUndo)
+    EVT_MENU(kIdRedo, FrameMain_cls::OnRedo)
+    EVT_MENU(kIdAddKey, FrameMain_cls::OnKeyCommand)
+    EVT_MENU(kIdDeleteKeys, FrameMain_cls::OnKeyCommand)
+    EVT_MENU(kIdCopyKeys, FrameMain_cls::OnKeyCommand)
+    EVT_MENU(kIdPasteKeys, FrameMain_cls::OnKeyCommand)
+    EVT_MENU(kIdPlay, FrameMain_cls::OnAnimCommand)
+    EVT_MENU(kIdStop, FrameMain_cls::OnAnimCommand)
+    EVT_MENU(kIdStepForward, FrameMain_cls::OnAnimCommand)
+    EVT_MENU(kIdStepBack, FrameMain_cls::OnAnimCommand)
+    EVT_MENU(kIdFirstFrame, FrameMain_cls::OnAnimCommand)
+    EVT_MENU(kIdLastFrame, FrameMain_cls::OnAnimCommand)
+    EVT_MENU(kIdUseTimeRemap, FrameMain_cls::OnUseTimeRemap)
+    EVT_CHAR_HOOK(FrameMain_cls::OnCharHook)
+    EVT_BUTTON(wxID_ANY, FrameMain_cls::OnFixedViewButton)
+wxEND_EVENT_TABLE()
+    // clang-format on
 
-                                            FrameMain_cls::FrameMain_cls(const std::wstring& title, Main_cls* main,
-                                                                         int x, int y, int width, int height)
+    FrameMain_cls::FrameMain_cls(const std::wstring& title, Main_cls* main, int x, int y, int width, int height)
     : wxFrame(nullptr, wxID_ANY, title, wxPoint(x, y), wxSize(width, height)), mpMain(main)
 {
     // 1. Stopwatch and the window's own settings.
@@ -107,7 +143,7 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame) EVT_IDLE(FrameMain_cls::OnIdle) EVT_
     // 3. - 5. The start-up workers, one after the other, and what they prepared.
     RunStartupThreads();
 
-    // 6. Views, panels, status bar, recent menu.
+    // 6. The animation model, views, panels, time line, status bar, recent menu.
     for (int i = 0; i < kViewCount; ++i) {
         const auto view = i < 4 ? static_cast<Camera_cls::FixedView>(i) : Camera_cls::kViewPerspective;
         mvViewCtrl[static_cast<size_t>(i)] = std::make_unique<GLCanvasCtrl_cls>(i, view);
@@ -120,6 +156,18 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame) EVT_IDLE(FrameMain_cls::OnIdle) EVT_
     BuildViews();
     BuildControlPanel();
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
+    mpTimeLine = new TimeLineGUI_cls(this, &mpMain->GetTimeCtrl());
+    mpTimeLine->SetParameterSets({{L"BoxSize", &mpMain->GetBoxSize()},
+                                  {L"BoxRotate", &mpMain->GetBoxRotate()},
+                                  {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}});
+    mpTimeLine->SetPlayStateListener([this] {
+        UpdateAnimationMenu();
+        WakeIdle();
+    });
+    auto* frameSizer = new wxBoxSizer(wxVERTICAL);
+    frameSizer->Add(mpSplitter, 1, wxEXPAND);
+    frameSizer->Add(mpTimeLine, 0, wxEXPAND);
+    SetSizer(frameSizer);
 
     wxStatusBar* bar = CreateStatusBar(3);
     const int widths[3] = {-2, -1, -1};
@@ -134,6 +182,19 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame) EVT_IDLE(FrameMain_cls::OnIdle) EVT_
 
     SetDropTarget(new FrameMainDropTarget(this));
     UpdateRecentMenu();
+
+    // The views show the clock's frame; the menus and the title follow the history.
+    miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
+    miUndoListener = GetUndoManager().AddListener([this](uint32_t) {
+        UpdateEditMenu();
+        UpdateTitle();
+        if (mpTimeLine != nullptr)
+            mpTimeLine->RefreshKeys();
+    });
+    SetBaseTitle(title);
+    UpdateEditMenu();
+    UpdateAnimationMenu();
+    mpMain->GetTimeCtrl().DispatchTimeData();
     LayoutViews();
     mCLastFrameMark = std::chrono::steady_clock::now();
     if (const char* stateFile = std::getenv("TESSAN_STATE_FILE"))
@@ -142,9 +203,23 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame) EVT_IDLE(FrameMain_cls::OnIdle) EVT_
 
 FrameMain_cls::~FrameMain_cls()
 {
+    GetUndoManager().RemoveListener(miUndoListener);
+    mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
+    // The panels hold the clock and the parameter sets, which die with this object: the child
+    // windows go first.
+    DestroyChildren();
     // The prompt dies with the window: fall back to the stderr prompt for anything after it.
     SetUserPrompt(nullptr);
     MainGLCanvas_cls::ReleaseContext();
+}
+
+TimeCtrl_cls& FrameMain_cls::GetTimeCtrl() { return mpMain->GetTimeCtrl(); }
+Parameters_cls& FrameMain_cls::GetBoxSize() { return mpMain->GetBoxSize(); }
+Parameters_cls& FrameMain_cls::GetBoxRotate() { return mpMain->GetBoxRotate(); }
+
+int FrameMain_cls::GetCurrentFrame() const
+{
+    return mpMain->GetTimeCtrl().GetIndex();
 }
 
 void FrameMain_cls::RunStartupThreads()
@@ -197,7 +272,9 @@ void FrameMain_cls::BuildViews()
 
 void FrameMain_cls::BuildControlPanel()
 {
-    mpControlPanel = new wxPanel(mpSplitter, wxID_ANY);
+    auto* scrolled = new wxScrolledWindow(mpSplitter, wxID_ANY);
+    scrolled->SetScrollRate(0, 10);
+    mpControlPanel = scrolled;
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(new wxStaticText(mpControlPanel, wxID_ANY, TrW("Camera")), 0, wxALL, 6);
     mpActiveInfo = new wxStaticText(mpControlPanel, wxID_ANY, L"");
@@ -214,6 +291,10 @@ void FrameMain_cls::BuildControlPanel()
         grid->Add(button, 1, wxEXPAND);
     }
     sizer->Add(grid, 0, wxEXPAND | wxALL, 6);
+    mpPreviewGUI = new PreviewPropertyGUI_cls(mpControlPanel, &GetPreviewProperty());
+    // Each change takes effect at once: the views redraw with the new settings.
+    mpPreviewGUI->SetChangeListener([this] { RefreshViews(); });
+    sizer->Add(mpPreviewGUI, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
 }
@@ -223,8 +304,9 @@ void FrameMain_cls::BuildControlPanel()
 void FrameMain_cls::InitializeOnIdle()
 {
     ReadConfigure(kConfigureName);
-    // Data slots: the preview property gets Set3DTextureCondition with the GL version here, and
-    // the sequence panel its visibility and bitmaps.
+    // The preview property gets the 3D-texture condition once the first view has been drawn
+    // (the GL version is known only then). Data slots: the sequence panel's visibility and
+    // bitmaps are updated here.
     if (wxMenuBar* bar = GetMenuBar())
         if (wxMenuItem* item = bar->FindItem(kIdToolTip))
             item->Check(mpMain->GetToolTip());
@@ -252,6 +334,16 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         UpdateCameraInfo();
         event.RequestMore();
         return;
+    }
+    // Once a view has been drawn the GL version is known: 3D textures need 1.2 or later.
+    if (!mb3DConditionApplied) {
+        int major = 0, minor = 0;
+        MainGLCanvas_cls::GetGLVersion(major, minor);
+        if (major > 0) {
+            mb3DConditionApplied = true;
+            GetPreviewProperty().Set3DTextureCondition(major, minor);
+            mpPreviewGUI->UpdateFromProperty();
+        }
     }
     // 3. A loader finished with the buffers the views draw: one full refresh.
     if (GbGLLockForLoading && GbGLUnlockOK) {
@@ -285,6 +377,13 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     }
 
     // 7. Nothing dragged: one release or fetch step (data slots), or a playback step.
+    if (!dragged && mpMain->GetTimeCtrl().IsPlaying()) {
+        event.Skip();
+        ProcPlayTex();
+        WriteStateReport();
+        event.RequestMore();
+        return;
+    }
     if (!dragged) {
         // Data slots: while the scene clock is not playing, DF3SeqCtrl_cls::IdleProcessesRelease
         // (-1, false), else IdleProcessesFetch(), set the nothing-left-to-fetch flag from both;
@@ -310,6 +409,33 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     event.RequestMore();
 }
 
+void FrameMain_cls::ProcPlayTex()
+{
+    TimeCtrl_cls& clock = GetTimeCtrl();
+    // 1. Stereogram: its view clears the clock's pending step here once it exists.
+    // 2. Data slots: DF3SeqCtrl_cls::PlayTex() shows the frame; when it can show nothing, sleep a
+    //    quarter of the frame interval (6 ms) and return.
+    // The clock steps within the working area (after its "Wait(ms)"), wraps at the end with
+    // repeat on and stops there otherwise.
+    const long long nowMs =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - mCStopWatchStart)
+            .count();
+    clock.PlayTick(nowMs);
+    if (!clock.IsPlaying()) {
+        mpTimeLine->UpdateFromClock();
+        UpdateAnimationMenu();
+    }
+    // 3. - 4. Data slots: with next = clock.CalcNextStep(direction, true, true), while the frame
+    //    budget lasts, IdleProcessesMainEach(slot, clock.GetRemappedIndex(next), false, false) for
+    //    slots 0..3 (IdleProcessesRelease(slot, false) where that finds no work).
+    // 5. Sleep the rest of the interval. The mark is taken after the sleep, so that frames follow
+    //    each other at the interval rather than alternating between short and long ones.
+    const auto spent = std::chrono::steady_clock::now() - mCLastFrameMark;
+    if (spent < mCFrameBudget)
+        std::this_thread::sleep_for(mCFrameBudget - spent);
+    mCLastFrameMark = std::chrono::steady_clock::now();
+}
+
 void FrameMain_cls::WakeIdle()
 {
     wxWakeUpIdle();
@@ -322,17 +448,10 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
     std::ifstream in(std::filesystem::path(path), std::ios::binary);
     if (in) {
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        const std::wstring text = Widen(bytes);
-        std::vector<std::wstring> lines;
-        size_t start = 0;
-        for (size_t nl; (nl = text.find(L'\n', start)) != std::wstring::npos; start = nl + 1)
-            lines.push_back(StripLineEnd(text.substr(start, nl - start)));
-        if (start < text.size())
-            lines.push_back(StripLineEnd(text.substr(start)));
-
-        std::vector<std::wstring> shortcutBlock;
+        LineStream_cls stream(Widen(bytes));
         bool inShortcuts = false;
-        for (const std::wstring& line : lines) {
+        for (std::wstring line; stream.GetLine(line);) {
+            line = StripLineEnd(line);
             // The key assignments were read before the menus were built; skip their block here.
             if (line == L"-ShortcutBegin") {
                 inShortcuts = true;
@@ -344,13 +463,19 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
             }
             if (inShortcuts)
                 continue;
-            // Data slots: DF3SeqCtrl_cls::ReadStrLineAllDF3Sequence and Main_cls::ImportParamMain
-            // see each line first.
+            // Data slots: DF3SeqCtrl_cls::ReadStrLineAllDF3Sequence sees each line first. The
+            // scene part of the controller's import follows: the box sets and the clock (whose
+            // "--TimeRemap" block and a set's keys are read from the stream by their owners).
+            if (mpMain->GetBoxSize().ReadStrLine(stream, line) || mpMain->GetBoxRotate().ReadStrLine(stream, line))
+                continue;
+            if (mpMain->GetTimeCtrl().ReadStrLine(stream, line))
+                continue;
             mCConfList.ReadStrLineAll(line);
             GetPreference().GetConfList().ReadStrLineAll(line);
             mpMain->ReadStrLine(line);
             for (auto& ctrl : mvViewCtrl)
                 ctrl->ReadStrLine(line);
+            GetPreviewProperty().ReadStrLine(line);
         }
     }
     if (!IsConfigureFile(path) && in) {
@@ -366,6 +491,15 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
             item->Check(true);
     if (mpSplitter != nullptr && mpSplitter->IsSplit())
         mpSplitter->SetSashPosition(miItemSashPos.Get());
+    // The clock repairs what was read as a whole, then tells every panel; the remap check and
+    // the preview panel show what was read.
+    mpMain->GetTimeCtrl().CheckWorkingArea();
+    mpMain->GetTimeCtrl().DispatchTimeData();
+    UpdateAnimationMenu();
+    if (mpPreviewGUI != nullptr)
+        mpPreviewGUI->UpdateFromProperty();
+    if (mpTimeLine != nullptr)
+        mpTimeLine->UpdateFromClock();
     mbPendingRelayout = true;
     mbPendingViewUpdate = true;
 }
@@ -383,11 +517,17 @@ bool FrameMain_cls::SaveConfigure(const std::wstring& path, bool project)
     text += GetPreference().GetConfList().SerializeAll();
     text += mpMain->Serialize();
     if (project) {
-        // Data slots: the view anchor, parameter groups, slots, clock, drawing blocks, lights,
-        // "BoxSize"/"BoxRotate" and the preview property are written here.
+        // Data slots: the view anchor, parameter groups and the slots come before the clock;
+        // the drawing blocks, stereogram and lights between the clock and the box sets.
+        text += mpMain->GetTimeCtrl().SerializeParam();
+        text += mpMain->GetBoxSize().Serialize();
+        text += mpMain->GetBoxRotate().Serialize();
         for (const auto& ctrl : mvViewCtrl)
             text += ctrl->SerializeConf();
+        text += GetPreviewProperty().SerializeConf();
     } else {
+        // The preview settings belong to the user's set-up as much as to a scene.
+        text += GetPreviewProperty().SerializeConf();
         text += mpShortcut->SerializeForConfigure();
     }
 
@@ -420,6 +560,10 @@ bool FrameMain_cls::SaveConfigure(const std::wstring& path, bool project)
         mpMain->PushBackRecent(path);
         UpdateRecentMenu();
     }
+    if (project) {
+        GetUndoManager().SetClean();
+        UpdateTitle();
+    }
     return true;
 }
 
@@ -432,7 +576,9 @@ void FrameMain_cls::OpenProjectMain(const std::wstring& path)
     // Data slots: the filter chains and the camera path are cleared before reading, the undo
     // history after.
     ReadConfigure(path);
-    SetTitle(path + L" - " + L"Tessan");
+    // Edits of the previous scene cannot be undone into this one.
+    GetUndoManager().Clear();
+    SetBaseTitle(path + L" - " + L"Tessan");
     miProjectLoaded = 1;
 }
 
@@ -476,7 +622,7 @@ void FrameMain_cls::OnSaveProjectAs(wxCommandEvent&)
     if (!HasVspExtension(path))
         path += L".vsp";
     if (SaveConfigure(path, true)) {
-        SetTitle(path + L" - " + L"Tessan");
+        SetBaseTitle(path + L" - " + L"Tessan");
         SetStatusText(TrW("Saved ") + path, 0);
     }
 }
@@ -634,6 +780,157 @@ void FrameMain_cls::OnSashMoved(wxSplitterEvent& event)
     event.Skip();
 }
 
+// --- edit and animation commands ----------------------------------------------------------------
+
+void FrameMain_cls::OnUndo(wxCommandEvent&)
+{
+    GetUndoManager().UndoCurrent();
+}
+
+void FrameMain_cls::OnRedo(wxCommandEvent&)
+{
+    GetUndoManager().ExecCurrent();
+}
+
+void FrameMain_cls::OnKeyCommand(wxCommandEvent& event)
+{
+    switch (event.GetId()) {
+    case kIdAddKey:
+        mpTimeLine->AddKey();
+        break;
+    case kIdDeleteKeys:
+        mpTimeLine->DeleteKeys();
+        break;
+    case kIdCopyKeys:
+        mpTimeLine->CopyKeys();
+        break;
+    case kIdPasteKeys:
+        mpTimeLine->PasteKeys();
+        break;
+    default:
+        event.Skip();
+        break;
+    }
+}
+
+void FrameMain_cls::OnAnimCommand(wxCommandEvent& event)
+{
+    switch (event.GetId()) {
+    case kIdPlay:
+        mpTimeLine->TogglePlay();
+        break;
+    case kIdStop:
+        mpTimeLine->StopPlay();
+        break;
+    case kIdStepForward:
+        mpTimeLine->Step(1);
+        break;
+    case kIdStepBack:
+        mpTimeLine->Step(-1);
+        break;
+    case kIdFirstFrame:
+        mpTimeLine->GoToEnd(false);
+        break;
+    case kIdLastFrame:
+        mpTimeLine->GoToEnd(true);
+        break;
+    default:
+        event.Skip();
+        break;
+    }
+}
+
+void FrameMain_cls::OnUseTimeRemap(wxCommandEvent& event)
+{
+    mpMain->GetTimeCtrl().SetBUseTimeRemap(event.IsChecked());
+    // Data slots: each slot shows the data frame the remap gives for the current frame.
+    mpMain->GetTimeCtrl().DispatchTimeData();
+    SetStatusText(event.IsChecked() ? TrW("Time remap on") : TrW("Time remap off"), 0);
+}
+
+void FrameMain_cls::OnCharHook(wxKeyEvent& event)
+{
+    // Keys without modifiers (Space, the arrows, Home, Delete) run their commands from here: GTK
+    // takes no arrow key as a menu accelerator. A focused control keeps the keys it uses itself:
+    // an entry field or a slider all of them, a choice Space and Up/Down (open, change), a
+    // button or check box Space and Return (press).
+    wxWindow* focus = wxWindow::FindFocus();
+    const int code = event.GetKeyCode();
+    const bool press = code == WXK_SPACE || code == WXK_RETURN || code == WXK_NUMPAD_ENTER;
+    bool focusUsesKey = dynamic_cast<wxTextEntry*>(focus) != nullptr ||
+                        dynamic_cast<wxSpinCtrlBase*>(focus) != nullptr || dynamic_cast<wxSlider*>(focus) != nullptr;
+    if (dynamic_cast<wxChoice*>(focus) != nullptr)
+        focusUsesKey |= press || code == WXK_UP || code == WXK_DOWN;
+    if (dynamic_cast<wxCheckBox*>(focus) != nullptr || dynamic_cast<wxAnyButton*>(focus) != nullptr)
+        focusUsesKey |= press;
+    if (event.HasAnyModifiers() || focusUsesKey) {
+        event.Skip();
+        return;
+    }
+    const wxAcceleratorEntry pressed(wxACCEL_NORMAL, event.GetKeyCode());
+    const int id = mpShortcut->FindCommandByKey(pressed.ToRawString().ToStdWstring());
+    if (id == 0 || !Shortcut_cls::IsPlainKey(pressed.ToRawString().ToStdWstring())) {
+        event.Skip();
+        return;
+    }
+    wxCommandEvent command(wxEVT_MENU, id);
+    command.SetEventObject(this);
+    if (id == kIdUseTimeRemap)
+        command.SetInt(mpMain->GetTimeCtrl().IsUseTimeRemap() ? 0 : 1);
+    ProcessWindowEvent(command);
+}
+
+void FrameMain_cls::UpdateEditMenu()
+{
+    wxMenuBar* bar = GetMenuBar();
+    if (bar == nullptr)
+        return;
+    const UndoManager_cls& undo = GetUndoManager();
+    // "Undo Move Keys": the entry names the step it would take back (or redo).
+    auto label = [this](const char* verb, const char* name, const char* keyName) {
+        std::wstring text = TrW(verb);
+        if (name != nullptr && name[0] != '\0')
+            text += L" " + TrW(name);
+        const std::wstring key = mpShortcut->GetKey(keyName);
+        if (!key.empty())
+            text += L"\t" + key;
+        return text;
+    };
+    if (wxMenuItem* item = bar->FindItem(kIdUndo)) {
+        item->SetItemLabel(label("&Undo", undo.GetUndoName(), "Undo"));
+        item->Enable(undo.CanUndo());
+    }
+    if (wxMenuItem* item = bar->FindItem(kIdRedo)) {
+        item->SetItemLabel(label("&Redo", undo.GetRedoName(), "Redo"));
+        item->Enable(undo.CanRedo());
+    }
+}
+
+void FrameMain_cls::UpdateAnimationMenu()
+{
+    wxMenuBar* bar = GetMenuBar();
+    if (bar == nullptr)
+        return;
+    if (wxMenuItem* item = bar->FindItem(kIdUseTimeRemap))
+        item->Check(mpMain->GetTimeCtrl().IsUseTimeRemap());
+    if (wxMenuItem* item = bar->FindItem(kIdStop))
+        item->Enable(mpMain->GetTimeCtrl().IsPlaying());
+}
+
+void FrameMain_cls::SetBaseTitle(const std::wstring& title)
+{
+    mStrBaseTitle = title;
+    UpdateTitle();
+}
+
+void FrameMain_cls::UpdateTitle()
+{
+    // The history's clean mark is the saved state of the scene.
+    const std::wstring title = (GetUndoManager().IsClean() ? L"" : L"*") + mStrBaseTitle;
+    if (GetTitle().ToStdWstring() != title)
+        SetTitle(title);
+}
+
 // --- screenshot --------------------------------------------------------------------------------
 
 bool FrameMain_cls::ScreenshotReady() const
@@ -758,6 +1055,45 @@ void FrameMain_cls::WriteStateReport()
         const Vec3d& a = cam.GetAnchor();
         text += WStrPrintf("camera%d=%.6f %.6f %.6f anchor %.6f %.6f %.6f\n", i, p[0], p[1], p[2], a[0], a[1], a[2]);
     }
+    // The animation: the clock, what the time line's widgets show, the keys on the track and
+    // where they are on the screen, the Edit and Animation menus, the preview panel.
+    const TimeCtrl_cls& clock = mpMain->GetTimeCtrl();
+    text += WStrPrintf("frame=%d\nplaying=%d\n", clock.GetIndex(), clock.IsPlaying() ? 1 : 0);
+    text += WStrPrintf("clock=%d %d %d %d %d\n", clock.GetMaxFrame(), clock.GetStep(), clock.GetWAMin(),
+                       clock.GetWAMax(), clock.IsRepeat() ? 1 : 0);
+    text += WStrPrintf("timeline=%d %d\n", mpTimeLine->GetSliderValue(), mpTimeLine->GetFrameBoxValue());
+    text += L"timeline_set=" + mpTimeLine->GetShownSetName() + L"\n";
+    text += L"timeline_info=" + mpTimeLine->GetInfoText() + L"\n";
+    {
+        const KeyTrackCanvas_cls& track = mpTimeLine->GetTrack();
+        const TimeTrackMap_cls& map = track.GetMap();
+        const wxPoint origin = track.IsShownOnScreen() ? track.ClientToScreen(wxPoint(0, 0)) : wxPoint(0, 0);
+        text += WStrPrintf("track=%d %d %d %d %d\n", origin.x, origin.y, track.GetClientSize().x,
+                           track.GetClientSize().y, origin.y + track.GetMarkerY());
+        text += WStrPrintf("trackmap=%d %d %.6f %d\n", map.GetFirst(), map.GetLast(), map.GetPixelsPerFrame(),
+                           origin.x + static_cast<int>(std::lround(map.FrameToX(map.GetFirst()))));
+        std::wstring keys, keyx;
+        if (const Parameters_cls* p = mpTimeLine->GetShownSet()) {
+            for (const KeyFrame_cls& key : p->GetKeys()) {
+                keys += WStrPrintf(" %.9g%s", key.GetTime(), key.IsSelected() ? "*" : "");
+                keyx += WStrPrintf(" %d", origin.x + static_cast<int>(std::lround(map.TimeToX(key.GetTime()))));
+            }
+        }
+        text += L"keys=" + (keys.empty() ? keys : keys.substr(1)) + L"\n";
+        text += L"keyx=" + (keyx.empty() ? keyx : keyx.substr(1)) + L"\n";
+    }
+    if (wxMenuBar* bar = GetMenuBar()) {
+        for (auto [id, name] : {std::pair{int(kIdUndo), "undo"}, std::pair{int(kIdRedo), "redo"},
+                                std::pair{int(kIdUseTimeRemap), "remap_menu"}}) {
+            if (const wxMenuItem* item = bar->FindItem(id))
+                text += WStrPrintf("%s=", name) + item->GetItemLabelText().ToStdWstring() +
+                        WStrPrintf("|%d|%d\n", item->IsEnabled() ? 1 : 0, item->IsCheckable() && item->IsChecked());
+        }
+    }
+    text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
+    text += mpTimeLine->DescribeWidgetPlaces();
+    text += mpPreviewGUI->DescribeWidgets();
+    text += mpPreviewGUI->DescribeWidgetPlaces();
     if (text == mStrLastState)
         return;
     mStrLastState = text;

@@ -16,6 +16,10 @@
 
 class Main_cls;
 class MainGLCanvas_cls;
+class Parameters_cls;
+class PreviewPropertyGUI_cls;
+class TimeCtrl_cls;
+class TimeLineGUI_cls;
 class GLCanvasCtrl_cls;
 class WxUserPrompt_cls;
 class wxGauge;
@@ -54,8 +58,16 @@ class FrameMain_cls : public wxFrame
     /// The view controller i (0..4).
     GLCanvasCtrl_cls& GetViewCtrl(int i) { return *mvViewCtrl[static_cast<size_t>(i)]; }
 
-    /// The scene frame shown in the views' frame-number guide.
-    int GetCurrentFrame() const { return miCurrentFrame; }
+    /// The scene frame shown in the views' frame-number guide: the clock's current frame.
+    int GetCurrentFrame() const;
+    /// The scene clock (owned by the main controller).
+    TimeCtrl_cls& GetTimeCtrl();
+    /// The shared box parameter sets of the main controller ("BoxSize": minX..maxZ in clip
+    /// fractions; "BoxRotate": rotation of the drawing boxes).
+    Parameters_cls& GetBoxSize();
+    Parameters_cls& GetBoxRotate();
+    /// The time-line panel.
+    TimeLineGUI_cls& GetTimeLine() { return *mpTimeLine; }
     /// Makes view i the one the View menu's camera commands act on.
     void SetActiveView(int i);
     /// A view's camera changed outside the idle pass (wheel): repaint it and update the info.
@@ -100,6 +112,20 @@ class FrameMain_cls : public wxFrame
     void OnAbout(wxCommandEvent& event);
     void OnSashMoved(wxSplitterEvent& event);
     void OnFixedViewButton(wxCommandEvent& event);
+    void OnUndo(wxCommandEvent& event);
+    void OnRedo(wxCommandEvent& event);
+    void OnKeyCommand(wxCommandEvent& event);
+    void OnAnimCommand(wxCommandEvent& event);
+    void OnUseTimeRemap(wxCommandEvent& event);
+    void OnCharHook(wxKeyEvent& event);
+
+    /// One playback step of the idle loop: advance the clock, aim at one frame per interval.
+    void ProcPlayTex();
+    void UpdateEditMenu();
+    void UpdateAnimationMenu();
+    /// The title: the base title, marked with "*" while the history is away from its clean mark.
+    void SetBaseTitle(const std::wstring& title);
+    void UpdateTitle();
 
     void BuildViews();
     void BuildControlPanel();
@@ -116,6 +142,9 @@ class FrameMain_cls : public wxFrame
     StartupData mCStartup;
     std::unique_ptr<Shortcut_cls> mpShortcut;
     std::unique_ptr<WxUserPrompt_cls> mpPrompt;
+    int miTimeListener = 0;
+    int miUndoListener = 0;
+    std::wstring mStrBaseTitle;
     std::chrono::steady_clock::time_point mCStopWatchStart;
 
     // Window settings.
@@ -134,6 +163,8 @@ class FrameMain_cls : public wxFrame
     wxGauge* mpGauge = nullptr;
     wxMenu* mpRecentMenu = nullptr;
     wxFrame* mpExtraFrame = nullptr;
+    TimeLineGUI_cls* mpTimeLine = nullptr;
+    PreviewPropertyGUI_cls* mpPreviewGUI = nullptr;
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
 
@@ -145,7 +176,7 @@ class FrameMain_cls : public wxFrame
     std::wstring mStrLastDataPath;
     std::wstring mStrProjectPath;
     int miActiveView = 3;
-    int miCurrentFrame = 0;
+    bool mb3DConditionApplied = false;
     bool mbInitialized = false;
     bool mbPendingRelayout = false;
     bool mbPendingViewUpdate = false;

@@ -70,6 +70,9 @@ int MyApp::OnRun()
 
 int MyApp::OnExit()
 {
+    // A closed window is only scheduled for deletion; let it go first, it still talks to the
+    // controller's clock on its way out.
+    DeletePendingObjects();
     mpMain.reset();
     return 0;
 }

@@ -4,6 +4,7 @@
 #include "config/Translate.h"
 
 #include <wx/accel.h>
+#include <wx/log.h>
 #include <wx/menu.h>
 
 #include <fstream>
@@ -50,6 +51,17 @@ const std::vector<Shortcut_cls::Record>& Shortcut_cls::Records()
         {kIdRecentFirst, "&File", "", "&Recent Projects", "Open a recently used project", "", "", kRecentSubmenu},
         {0, "&File", "", "", "", "", "", kSeparator},
         {kIdQuit, "&File", "Quit", "&Quit", "Quit Kivrel Tessan", "Ctrl+Q", "", kNormal},
+        {kIdUndo, "&Edit", "Undo", "&Undo", "Undo the last edit", "Ctrl+Z", "", kNormal},
+        {kIdRedo, "&Edit", "Redo", "&Redo", "Redo the edit undone last", "Ctrl+Y", "", kNormal},
+        {0, "&Edit", "", "", "", "", "", kSeparator},
+        {kIdAddKey, "&Edit", "AddKey", "&Add Key", "Key the shown parameter set at the current frame", "Insert", "",
+         kNormal},
+        {kIdDeleteKeys, "&Edit", "DeleteKeys", "&Delete Keys",
+         "Delete the selected keys (or the key at the current frame)", "Delete", "", kNormal},
+        {kIdCopyKeys, "&Edit", "CopyKeys", "&Copy Keys", "Copy the selected keys to the clipboard", "Ctrl+C", "",
+         kNormal},
+        {kIdPasteKeys, "&Edit", "PasteKeys", "&Paste Keys", "Paste keys from the clipboard at the current frame",
+         "Ctrl+V", "", kNormal},
         {kIdOneView, "&View", "OneView", "&One View", "Show one large perspective view", "Ctrl+1", "", kRadio},
         {kIdFourViews, "&View", "FourViews", "&Four Views", "Show the top, front, side and perspective views", "Ctrl+4",
          "", kRadio},
@@ -59,6 +71,17 @@ const std::vector<Shortcut_cls::Record>& Shortcut_cls::Records()
         {kIdExtraView, "&View", "ExtraView", "&Extra View Window", "Show the separate view window", "Ctrl+E", "",
          kCheck},
         {kIdToolTip, "&View", "ToolTip", "Show &Tool Tips", "Show tool tips on the controls", "", "", kCheck},
+        {kIdPlay, "&Animation", "Play", "&Play / Pause", "Play from the current frame, or stop playing", "Space", "",
+         kNormal},
+        {kIdStop, "&Animation", "Stop", "&Stop", "Stop playing", "Escape", "", kNormal},
+        {kIdStepForward, "&Animation", "StepForward", "Step &Forward", "One step forward", "Right", "", kNormal},
+        {kIdStepBack, "&Animation", "StepBack", "Step &Back", "One step back", "Left", "", kNormal},
+        {kIdFirstFrame, "&Animation", "FirstFrame", "F&irst Frame", "First frame of the working area", "Home", "",
+         kNormal},
+        {kIdLastFrame, "&Animation", "LastFrame", "&Last Frame", "Last frame of the working area", "End", "", kNormal},
+        {0, "&Animation", "", "", "", "", "", kSeparator},
+        {kIdUseTimeRemap, "&Animation", "UseTimeRemap", "Use time-remap",
+         "Show the data frames through the time-remap curve", "", "", kCheck},
         {kIdAbout, "&Help", "About", "&About...", "About Kivrel Tessan", "F1", "", kNormal},
     };
     return sRecords;
@@ -104,6 +127,24 @@ bool Shortcut_cls::SetKey(const std::string& name, const std::wstring& key)
         return false;
     mvKeys[index] = norm;
     return true;
+}
+
+int Shortcut_cls::FindCommandByKey(const std::wstring& key) const
+{
+    const std::wstring norm = Normalise(key);
+    if (norm.empty())
+        return 0;
+    const auto& records = Records();
+    for (size_t i = 0; i < records.size(); ++i)
+        if (records[i].mpName[0] != '\0' && mvKeys[i] == norm)
+            return records[i].miId;
+    return 0;
+}
+
+bool Shortcut_cls::IsPlainKey(const std::wstring& key)
+{
+    wxAcceleratorEntry entry;
+    return !key.empty() && entry.FromString(wxString(key)) && entry.GetFlags() == wxACCEL_NORMAL;
 }
 
 int Shortcut_cls::ReadShortcutLines(const std::vector<std::wstring>& lines)
@@ -178,6 +219,9 @@ std::vector<Shortcut_cls::Menu> Shortcut_cls::BuildMenuModel() const
 
 wxMenu* Shortcut_cls::SetMenuItem(wxMenuBar* bar, const std::vector<Menu>& model)
 {
+    // GTK takes no arrow key without a modifier as a menu accelerator and the toolkit logs each
+    // such label; the window runs those keys from its key hook, so the note is only noise.
+    wxLogNull quiet;
     wxMenu* recent = nullptr;
     for (const Menu& m : model) {
         auto* menu = new wxMenu;

@@ -19,6 +19,19 @@ enum ShortcutId : int {
     kIdExtraView,
     kIdToolTip,
     kIdAbout,
+    kIdUndo,
+    kIdRedo,
+    kIdAddKey,
+    kIdDeleteKeys,
+    kIdCopyKeys,
+    kIdPasteKeys,
+    kIdPlay,
+    kIdStop,
+    kIdStepForward,
+    kIdStepBack,
+    kIdFirstFrame,
+    kIdLastFrame,
+    kIdUseTimeRemap,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 
@@ -67,6 +80,13 @@ class Shortcut_cls
     /// Takes the assignments from the lines of a block (without the markers): "Name=Key".
     /// Lines with unknown names or invalid keys are skipped. Returns the number taken.
     int ReadShortcutLines(const std::vector<std::wstring>& lines);
+    /// The command id whose current key is `key` (any spelling the toolkit accepts), 0 when no
+    /// entry has it.
+    int FindCommandByKey(const std::wstring& key) const;
+    /// True when `key` has no modifier (Space, Left, Delete): such keys belong to an entry field
+    /// that has the focus, and the arrows are not accepted as menu accelerators by GTK at all.
+    static bool IsPlainKey(const std::wstring& key);
+
     /// The key-assignment block for the configuration file, markers included.
     std::wstring SerializeForConfigure() const;
 

@@ -34,6 +34,21 @@ class MarchingBlock_cls
     std::vector<float> mvPosOpt;
     std::vector<float> mvNormOpt;
     std::vector<uint32_t> mvIndexOpt;
+    /// Left by the march when it welds on the fly (empty otherwise): for each block-welded vertex
+    /// its number among the block's exactly unique positions, for each of those the first
+    /// block-welded vertex with it and whether it lies on one of the block's six border planes.
+    /// The full weld uses them instead of hashing the positions again.
+    std::vector<uint32_t> mvOptToExact;
+    std::vector<uint32_t> mvExactFirst;
+    std::vector<uint8_t> mvExactBorder;
+    /// With kFlagWeldCountOnly the block-welded lists are not kept: their vertex count, and the
+    /// block's exactly unique vertices in order of first appearance (positions, normals, border
+    /// flags in mvExactBorder) with one exact number per unshared vertex, which is all the full
+    /// weld needs. Empty (and 0) otherwise.
+    size_t muVertexOptNum = 0;
+    std::vector<float> mvExactPos;
+    std::vector<float> mvExactNorm;
+    std::vector<uint32_t> mvExactIndex;
     /// Set once the block has been welded (a second OptimizeVertices pass skips it).
     bool mbOptDone = false;
 

@@ -15,6 +15,10 @@
 #include "iso/ThreadWavefrontWriterBase_cls.h"
 
 #include <algorithm>
+#include <atomic>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -49,6 +53,37 @@ void MarchingCube_cls::SetBlockRanges()
             }
 }
 
+namespace
+{
+// Lowers lo and raises hi to the smallest and largest of n bytes.
+void RowMinMax(const unsigned char* p, size_t n, int& lo, int& hi)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    if (n >= 16) {
+        __m128i mn = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        __m128i mx = mn;
+        for (i = 16; i + 16 <= n; i += 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+            mn = _mm_min_epu8(mn, v);
+            mx = _mm_max_epu8(mx, v);
+        }
+        alignas(16) unsigned char a[16], b[16];
+        _mm_store_si128(reinterpret_cast<__m128i*>(a), mn);
+        _mm_store_si128(reinterpret_cast<__m128i*>(b), mx);
+        for (int k = 0; k < 16; ++k) {
+            lo = std::min<int>(lo, a[k]);
+            hi = std::max<int>(hi, b[k]);
+        }
+    }
+#endif
+    for (; i < n; ++i) {
+        lo = std::min<int>(lo, p[i]);
+        hi = std::max<int>(hi, p[i]);
+    }
+}
+} // namespace
+
 void MarchingCube_cls::GetMinMaxValue(const unsigned char* data)
 {
     const size_t nx = static_cast<size_t>(miSize[0]), nxy = nx * static_cast<size_t>(miSize[1]);
@@ -61,9 +96,7 @@ void MarchingCube_cls::GetMinMaxValue(const unsigned char* data)
                 for (int z = b.miBegin[2]; z <= b.miEnd[2]; ++z)
                     for (int y = b.miBegin[1]; y <= b.miEnd[1]; ++y) {
                         const unsigned char* row = data + static_cast<size_t>(z) * nxy + static_cast<size_t>(y) * nx;
-                        auto [mn, mx] = std::minmax_element(row + b.miBegin[0], row + b.miEnd[0] + 1);
-                        lo = std::min<int>(lo, *mn);
-                        hi = std::max<int>(hi, *mx);
+                        RowMinMax(row + b.miBegin[0], static_cast<size_t>(b.miEnd[0] - b.miBegin[0]) + 1, lo, hi);
                     }
             }
             b.miMin = lo;
@@ -88,9 +121,12 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
     GetMinMaxValue(data);
 
     const unsigned workerFlags = (mbNormals ? ThreadMarching::kFlagNormals : 0u) |
-                                 ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u);
+                                 ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u) |
+                                 ((flags & kFlagCubeByCube) ? ThreadMarching::kFlagCubeByCube : 0u) |
+                                 ((flags & kFlagWeldCountOnly) ? ThreadMarching::kFlagWeldCountOnly : 0u);
     miMarchedBlocks = 0;
-    // Blocks are handed out z-slab by z-slab, then y, then x: the full weld relies on that order.
+    std::vector<MarchingBlock_cls*> marched;
+    marched.reserve(mvBlocks.size());
     for (MarchingBlock_cls& b : mvBlocks) {
         if (b.GetCubeNumber() == 0) {
             b.miStatus = MarchingBlock_cls::kNotMarched;
@@ -106,9 +142,19 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
             continue;
         }
         ++miMarchedBlocks;
-        mCThreadCtrl.WaitForThreadsAndRun(std::make_unique<ThreadMarching>(data, miSize, miLevel, workerFlags, &b));
+        marched.push_back(&b);
     }
-    mCThreadCtrl.WaitAllThreadsEnd();
+    // Blocks are handed out z-slab by z-slab, then y, then x, each to its own ThreadMarching
+    // worker. The workers run on one long-lived lane per slot that takes the next block from a
+    // shared counter: the same blocks and results as a thread per block, without starting and
+    // joining 512 threads and without a slot idling until the calling thread wakes to refill it.
+    std::atomic<size_t> next{0};
+    mCThreadCtrl.RunRanges(static_cast<size_t>(mCThreadCtrl.GetThreadNum()), [&](size_t, size_t) {
+        for (size_t i = next.fetch_add(1); i < marched.size(); i = next.fetch_add(1)) {
+            ThreadMarching worker(data, miSize, miLevel, workerFlags, marched[i], &mCScratchPool);
+            worker.Entry();
+        }
+    });
     return true;
 }
 
@@ -155,6 +201,8 @@ template <class T> void Release(std::vector<T>& v, bool keepCapacity)
 
 void MarchingCube_cls::Clear(int keepCapacity)
 {
+    if (keepCapacity == 0)
+        mCScratchPool.Clear();
     for (MarchingBlock_cls& b : mvBlocks) {
         Release(b.mvPos, keepCapacity != 0);
         Release(b.mvNorm, keepCapacity != 0);
@@ -166,6 +214,13 @@ void MarchingCube_cls::Clear(int keepCapacity)
         Release(b.mvPosOpt, keepCapacity != 0);
         Release(b.mvNormOpt, keepCapacity != 0);
         Release(b.mvIndexOpt, keepCapacity != 0);
+        Release(b.mvOptToExact, keepCapacity != 0);
+        Release(b.mvExactFirst, keepCapacity != 0);
+        Release(b.mvExactBorder, keepCapacity != 0);
+        Release(b.mvExactPos, keepCapacity != 0);
+        Release(b.mvExactNorm, keepCapacity != 0);
+        Release(b.mvExactIndex, keepCapacity != 0);
+        b.muVertexOptNum = 0;
         b.mbOptDone = false;
     }
     ClearOptFull();
@@ -177,6 +232,13 @@ void MarchingCube_cls::ClearOpt()
         Release(b.mvPosOpt, false);
         Release(b.mvNormOpt, false);
         Release(b.mvIndexOpt, false);
+        Release(b.mvOptToExact, false);
+        Release(b.mvExactFirst, false);
+        Release(b.mvExactBorder, false);
+        Release(b.mvExactPos, false);
+        Release(b.mvExactNorm, false);
+        Release(b.mvExactIndex, false);
+        b.muVertexOptNum = 0;
         b.mbOptDone = false;
     }
 }
@@ -205,7 +267,7 @@ size_t MarchingCube_cls::GetVertexNumberOpt() const
 {
     size_t n = 0;
     for (const MarchingBlock_cls& b : mvBlocks)
-        n += b.mvPosOpt.size() / 3;
+        n += b.mvPosOpt.size() / 3 + b.muVertexOptNum;
     return n;
 }
 

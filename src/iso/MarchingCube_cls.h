@@ -3,6 +3,7 @@
 // mesh2 / Wavefront OBJ text of the welded surface.
 #include "filter/MultiThreadCtrl_cls.h"
 #include "iso/MarchingBlock_cls.h"
+#include "iso/MarchingScratch_cls.h"
 
 #include <cstdint>
 #include <string>
@@ -24,6 +25,14 @@ class MarchingCube_cls
     /// are the same as OptimizeVertices() gives, but the unshared arrays are never stored (they
     /// are the largest arrays of the extraction), so only the counts of that stage remain.
     static constexpr unsigned kFlagWeldInBlock = 2u;
+    /// Option bit for ThreadControlMain: march cube by cube instead of classifying each block
+    /// first. Same results, bit for bit, and slower; kept as the reference of the fast march.
+    static constexpr unsigned kFlagCubeByCube = 4u;
+    /// Option bit for ThreadControlMain, with kFlagWeldInBlock: keep only the count of the
+    /// block-welded vertices (GetVertexNumberOpt) and, instead of the block lists, the exactly
+    /// welded block vertices that OptimizeVerticesFull merges. The fully welded surface is the
+    /// same; for callers that want the counts and the final mesh only (the command-line tool).
+    static constexpr unsigned kFlagWeldCountOnly = 8u;
     /// Decimals written for positions and normals.
     static constexpr int kPrecisionPosition = 6;
     static constexpr int kPrecisionNormal = 3;
@@ -92,6 +101,7 @@ class MarchingCube_cls
     void SetBlockRanges();
 
     MultiThreadCtrl_cls mCThreadCtrl;
+    MarchingScratchPool_cls mCScratchPool;
     std::vector<MarchingBlock_cls> mvBlocks;
     std::vector<float> mvPosFull;
     std::vector<float> mvNormFull;

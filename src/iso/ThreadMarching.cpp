@@ -5,14 +5,22 @@
 //   2. Edge offsets, trilinear sampling and normals
 //   3. Marching one cube
 //   4. Row and layer loops with uniform-cube skipping
-//   5. Worker entry
+//   5. Classified block march (the default): corner flags, cut edges once, emission in march order
+//   6. Worker entry and the cube-by-cube reference march
 #include "iso/ThreadMarching.h"
 
+#include "config/TessanAssert.h"
 #include "iso/ThreadOptimizeA.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <cstring>
+#include <memory>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 // ---------------------------------------------------------------------------------------------
 // 1. Case tables
@@ -346,10 +354,10 @@ inline void Shift(int& index, float& frac, float d)
     }
 }
 
-} // namespace
-
-float ThreadMarching::GetInterpolatedValue2(const unsigned char* data, const int size[3], const int index[3],
-                                            const float frac[3])
+// The bodies live here as inline functions so that the block march gets them inlined with its
+// constants; the class's static functions are the same code, so results agree bit for bit.
+[[gnu::always_inline]] inline float InterpolateAt(const unsigned char* data, const int size[3], const int index[3],
+                                                  const float frac[3])
 {
     const int nx = size[0], ny = size[1], nz = size[2];
     const int x0 = ClampIndex(index[0], nx), x1 = ClampIndex(index[0] + 1, nx);
@@ -371,8 +379,8 @@ float ThreadMarching::GetInterpolatedValue2(const unsigned char* data, const int
     return fz == 0.0f ? a : a + fz * (plane(z1) - a);
 }
 
-void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size[3], const int index[3],
-                                       const float frac[3], float normal[3])
+[[gnu::always_inline]] inline void NormalAt(const unsigned char* data, const int size[3], const int index[3],
+                                            const float frac[3], float normal[3])
 {
     int base[3];
     float f[3];
@@ -386,8 +394,8 @@ void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size
         float fm[3] = {f[0], f[1], f[2]}, fp[3] = {f[0], f[1], f[2]};
         Shift(im[a], fm[a], -0.5f);
         Shift(ip[a], fp[a], 0.5f);
-        float lo = GetInterpolatedValue2(data, size, im, fm);
-        float hi = GetInterpolatedValue2(data, size, ip, fp);
+        float lo = InterpolateAt(data, size, im, fm);
+        float hi = InterpolateAt(data, size, ip, fp);
         normal[a] = (lo - hi) * static_cast<float>(size[a]);
     }
     float len = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
@@ -402,15 +410,31 @@ void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size
     normal[2] /= len;
 }
 
+} // namespace
+
+float ThreadMarching::GetInterpolatedValue2(const unsigned char* data, const int size[3], const int index[3],
+                                            const float frac[3])
+{
+    return InterpolateAt(data, size, index, frac);
+}
+
+void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size[3], const int index[3],
+                                       const float frac[3], float normal[3])
+{
+    NormalAt(data, size, index, frac, normal);
+}
+
 // ---------------------------------------------------------------------------------------------
 // 3. Marching one cube
 // ---------------------------------------------------------------------------------------------
 
 ThreadMarching::ThreadMarching(const unsigned char* data, const int size[3], int level, unsigned flags,
-                               MarchingBlock_cls* out)
+                               MarchingBlock_cls* out, MarchingScratchPool_cls* pool)
     : mpData(data), miSize{size[0], size[1], size[2]},
       muSliceStride(static_cast<size_t>(size[0]) * static_cast<size_t>(size[1])), miLevel(level),
-      mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0), mpOut(out)
+      mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0),
+      mbCubeByCube((flags & kFlagCubeByCube) != 0),
+      mbCountOnly((flags & kFlagWeldCountOnly) != 0 && (flags & kFlagWeldInBlock) != 0), mpPool(pool), mpOut(out)
 {
 }
 
@@ -566,22 +590,528 @@ int ThreadMarching::MarchCubeLOOPY(int z)
 }
 
 // ---------------------------------------------------------------------------------------------
-// 5. Worker entry
+// 5. Classified block march
+//
+// The cube-by-cube march reads eight corners per cube and looks every edge up in a cache. Here
+// the block's corner masks and cube patterns are computed first, sixteen at a time with SSE2;
+// the vertices of the cut edges of a layer are then computed in one sweep, each exactly once and
+// with the same arithmetic as GetEdgeVertex; finally the cut cubes emit their triangles in the
+// order the cube-by-cube march visits them (odd offsets first, then the one before), so the block
+// arrays come out identical, bit for bit. Rows of cubes without a cut cube are skipped.
+//
+// Welding uses canonical vertex numbers: a vertex's own number, or for a vertex lying exactly on a
+// voxel the number of the first vertex there, so that equal numbers mean equal positions. The
+// look-back then compares numbers, and the exact duplicates the full weld must remove are known
+// without hashing positions.
 // ---------------------------------------------------------------------------------------------
 
-size_t ThreadMarching::CountTriangles() const
+namespace
 {
-    // Triangles per case, from the connection table.
+
+// Triangles per case, from the connection table.
+const std::array<unsigned char, 256>& TriangleCounts()
+{
     static const auto sTriangles = [] {
         std::array<unsigned char, 256> n{};
         for (int c = 0; c < 256; ++c) {
             int k = 0;
-            while (k < 15 && a2iTriangleConnectionTable[c][k] >= 0)
+            while (k < 15 && ThreadMarching::a2iTriangleConnectionTable[c][k] >= 0)
                 k += 3;
             n[static_cast<size_t>(c)] = static_cast<unsigned char>(k / 3);
         }
         return n;
     }();
+    return sTriangles;
+}
+
+// Position k of the march order over n cubes or rows: 1, 0, 3, 2, ... and the last one alone when
+// n is odd.
+inline int MarchOrder(int k, int n)
+{
+    const int o = k ^ 1;
+    return o < n ? o : k;
+}
+
+constexpr uint32_t kNoVertex = UINT32_MAX;
+// Slack after the block arrays so that 16-byte loads at the end of a row stay inside them.
+constexpr size_t kSimdPad = 16;
+
+// dst[x] = 0xFF where src[x] <= L, else 0, for x < n.
+void ClassifyRow(const unsigned char* src, uint8_t* dst, size_t n, int L)
+{
+    size_t x = 0;
+#if defined(__SSE2__)
+    // v <= L exactly when min(v, L) == v (unsigned bytes).
+    const __m128i level = _mm_set1_epi8(static_cast<char>(L));
+    for (; x + 16 <= n; x += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), _mm_cmpeq_epi8(_mm_min_epu8(v, level), v));
+    }
+#endif
+    for (; x < n; ++x)
+        dst[x] = src[x] <= L ? 0xFF : 0;
+}
+
+// Patterns of the n cubes of a row from the corner masks of its four point rows (p0: y, z;
+// p1: y + 1, z; p2: y, z + 1; p3: y + 1, z + 1); returns the row's triangle count and sets bit x of
+// cutMask (64 cubes a word, cleared by the caller) for each cut cube.
+size_t CaseRow(const uint8_t* p0, const uint8_t* p1, const uint8_t* p2, const uint8_t* p3, uint8_t* c, int n,
+               uint64_t* cutMask)
+{
+    const auto& triangles = TriangleCounts();
+    auto scalar = [&](int x) {
+        c[x] = static_cast<uint8_t>((p0[x] & 1) | (p0[x + 1] & 2) | (p1[x + 1] & 4) | (p1[x] & 8) | (p2[x] & 16) |
+                                    (p2[x + 1] & 32) | (p3[x + 1] & 64) | (p3[x] & 128));
+        return static_cast<size_t>(triangles[c[x]]);
+    };
+    size_t total = 0;
+    int x = 0;
+#if defined(__SSE2__)
+    auto load = [](const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+    auto bit = [](int b) { return _mm_set1_epi8(static_cast<char>(b)); };
+    const __m128i zero = _mm_setzero_si128(), all = _mm_set1_epi8(static_cast<char>(0xFF));
+    // The masks of corners 1, 2, 5, 6 are read one point on: the loads reach x + 16, inside the row
+    // plus its slack.
+    for (; x + 16 <= n; x += 16) {
+        __m128i v = _mm_and_si128(load(p0 + x), bit(1));
+        v = _mm_or_si128(v, _mm_and_si128(load(p0 + x + 1), bit(2)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p1 + x + 1), bit(4)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p1 + x), bit(8)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p2 + x), bit(16)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p2 + x + 1), bit(32)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p3 + x + 1), bit(64)));
+        v = _mm_or_si128(v, _mm_and_si128(load(p3 + x), bit(128)));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(c + x), v);
+        const int uniform = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, zero), _mm_cmpeq_epi8(v, all)));
+        const unsigned cuts = static_cast<unsigned>(~uniform) & 0xFFFFu;
+        cutMask[x >> 6] |= static_cast<uint64_t>(cuts) << (x & 63);
+        for (unsigned cut = cuts; cut != 0; cut &= cut - 1)
+            total += triangles[c[x + std::countr_zero(cut)]];
+    }
+#endif
+    for (; x < n; ++x) {
+        const size_t t = scalar(x);
+        if (t != 0)
+            cutMask[x >> 6] |= uint64_t{1} << (x & 63);
+        total += t;
+    }
+    return total;
+}
+
+// The vertex on the edge from voxel (x, y, z) one step along axis A, with the expressions of
+// GetEdgeVertex: offset from the edge's lower corner in double, position per axis as index / size
+// in double stored as float (gridPos[a][i] holds that value for index begin[a] + i, computed with
+// the same expression), normal by NormalAt. A is a template argument so that, once NormalAt is
+// inlined, the zero fractions of the other two axes fold away.
+// Calls f(i), in increasing i, for each i < n where the masks a[i] and b[i] differ: the cut edges
+// between two rows (or planes) of corner masks.
+template <class F> inline void ForEachDiffering(const uint8_t* a, const uint8_t* b, size_t n, F&& f)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    for (; i + 16 <= n; i += 16) {
+        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
+        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
+        for (unsigned bits = static_cast<unsigned>(_mm_movemask_epi8(_mm_xor_si128(va, vb))); bits != 0;
+             bits &= bits - 1)
+            f(i + static_cast<size_t>(std::countr_zero(bits)));
+    }
+#endif
+    for (; i < n; ++i)
+        if (a[i] != b[i])
+            f(i);
+}
+
+// NormalAt for a point on an edge along axis A (fraction f along A, none on the other axes),
+// written out for vertices whose samples all lie inside the grid, where the clamping is idle.
+// Every product and sum is the one InterpolateAt forms, in the same order (x innermost), so the
+// result is the same float; vertices near the grid's faces take NormalAt itself.
+template <int A>
+inline void EdgeNormal(const unsigned char* data, const int size[3], size_t slice, const int index[3], float f,
+                       float normal[3])
+{
+    int base[3] = {index[0], index[1], index[2]};
+    if (f >= 1.0f) { // a fraction of exactly 1 moves to the next voxel
+        f -= 1.0f;
+        ++base[A];
+    }
+    bool inside = base[A] >= 1 && base[A] + 2 < size[A];
+    for (int a = 0; a < 3; ++a)
+        if (a != A)
+            inside = inside && base[a] >= 1 && base[a] + 1 < size[a];
+    if (!inside) {
+        float frac[3] = {0.0f, 0.0f, 0.0f};
+        frac[A] = f;
+        NormalAt(data, size, base, frac, normal);
+        return;
+    }
+    const size_t nx = static_cast<size_t>(size[0]);
+    const ptrdiff_t stride[3] = {1, static_cast<ptrdiff_t>(nx), static_cast<ptrdiff_t>(slice)};
+    const unsigned char* p =
+        data + static_cast<size_t>(base[2]) * slice + static_cast<size_t>(base[1]) * nx + static_cast<size_t>(base[0]);
+    auto value = [p](ptrdiff_t o) { return static_cast<float>(p[o]); };
+    auto lerp = [&](ptrdiff_t o, ptrdiff_t step, float fr) {
+        const float a = value(o);
+        return fr == 0.0f ? a : a + fr * (value(o + step) - a);
+    };
+    // Along A: the samples at f - 0.5 and f + 0.5, carried into the neighbouring voxel.
+    {
+        const ptrdiff_t s = stride[A];
+        float fm = f - 0.5f, fp = f + 0.5f;
+        ptrdiff_t om = 0, op = 0;
+        if (fm < 0.0f) {
+            fm += 1.0f;
+            om = -s;
+        }
+        if (fp >= 1.0f) {
+            fp -= 1.0f;
+            op = s;
+        }
+        normal[A] = (lerp(om, s, fm) - lerp(op, s, fp)) * static_cast<float>(size[A]);
+    }
+    // Across A: the samples half a voxel below and above on axis a, at fraction 0.5 from voxels
+    // base - 1 and base.
+    for (int a = 0; a < 3; ++a) {
+        if (a == A)
+            continue;
+        const ptrdiff_t s = stride[a];
+        auto sample = [&](ptrdiff_t o) {
+            if (f == 0.0f)
+                return lerp(o, s, 0.5f);
+            // Two fractions: the lower axis is interpolated first, as InterpolateAt does.
+            const int inner = a < A ? a : A;
+            const ptrdiff_t si = stride[inner], so = stride[a + A - inner];
+            const float fi = inner == A ? f : 0.5f, fo = inner == A ? 0.5f : f;
+            const float r0 = lerp(o, si, fi);
+            return r0 + fo * (lerp(o + so, si, fi) - r0);
+        };
+        normal[a] = (sample(-s) - sample(0)) * static_cast<float>(size[a]);
+    }
+    float len = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
+    if (len == 0.0f) {
+        normal[0] = 0.0f;
+        normal[1] = 0.0f;
+        normal[2] = 1.0f;
+        return;
+    }
+    normal[0] /= len;
+    normal[1] /= len;
+    normal[2] /= len;
+}
+
+template <int A>
+void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, int level, bool normals, int x, int y,
+                  int z, const int begin[3], const float* const gridPos[3], MarchingScratch_cls::Vertex& v)
+{
+    const size_t nx = static_cast<size_t>(size[0]);
+    const unsigned char* p = data + static_cast<size_t>(z) * slice + static_cast<size_t>(y) * nx + x;
+    const size_t step = A == 0 ? 1 : (A == 1 ? nx : slice);
+    const double t = ThreadMarching::GetEdgeOffset(p[0], p[step], level);
+    const int index[3] = {x, y, z};
+    for (int a = 0; a < 3; ++a)
+        v.mfPos[a] = gridPos[a][index[a] - begin[a]];
+    v.mfPos[A] = static_cast<float>((static_cast<double>(index[A]) + t) / size[A]);
+    // On a grid point when the position along the edge rounds to either end of it.
+    const float* g = gridPos[A] + (index[A] - begin[A]);
+    v.miGridEnd = v.mfPos[A] == g[0] ? 0 : (v.mfPos[A] == g[1] ? 1 : -1);
+    if (normals)
+        EdgeNormal<A>(data, size, slice, index, static_cast<float>(t), v.mfNorm);
+}
+
+} // namespace
+
+MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const
+{
+    MarchingScratch_cls::Vertex v;
+    const int* begin = mpOut->miBegin;
+    const float* const gridPos[3] = {s.mvGridPos[0].data(), s.mvGridPos[1].data(), s.mvGridPos[2].data()};
+    if (axis == 0)
+        EdgeVertexOn<0>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
+    else if (axis == 1)
+        EdgeVertexOn<1>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
+    else
+        EdgeVertexOn<2>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
+    const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
+    v.muCanon = id;
+    if (v.miGridEnd >= 0) {
+        // Every vertex on the same voxel takes the number of the first one there, so that equal
+        // numbers mean equal positions.
+        const MarchingBlock_cls& b = *mpOut;
+        const size_t pw = static_cast<size_t>(b.miEnd[0] - b.miBegin[0]) + 1;
+        const size_t ph = static_cast<size_t>(b.miEnd[1] - b.miBegin[1]) + 1;
+        int p[3] = {x - b.miBegin[0], y - b.miBegin[1], z - b.miBegin[2]};
+        p[axis] += v.miGridEnd;
+        const size_t point =
+            (static_cast<size_t>(p[2]) * ph + static_cast<size_t>(p[1])) * pw + static_cast<size_t>(p[0]);
+        uint32_t& first = s.mvPointVertex[point];
+        if (first == kNoVertex) {
+            first = id;
+            s.mvPointTouched.push_back(point);
+        }
+        v.muCanon = first;
+    }
+    s.mvVertex.push_back(v);
+    return {id, v.muCanon};
+}
+
+// Edge-vertex planes as in the cube-by-cube cache: x and y edges of even voxel layers (0, 1), of odd
+// voxel layers (2, 3), z edges of the cube layer in work (4); each plane has one entry per block point.
+void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
+{
+    const MarchingBlock_cls& b = *mpOut;
+    const int W = b.miEnd[0] - b.miBegin[0], H = b.miEnd[1] - b.miBegin[1];
+    const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
+    const uint8_t* in = s.mvInside.data() + static_cast<size_t>(z - b.miBegin[2]) * plane;
+    MarchingScratch_cls::EdgeRef* ex = s.mvEdgeVertex.data() + static_cast<size_t>((z & 1) * 2) * plane;
+    MarchingScratch_cls::EdgeRef* ey = ex + plane;
+    for (int y = 0; y <= H; ++y) {
+        const uint8_t* r = in + static_cast<size_t>(y) * pw;
+        MarchingScratch_cls::EdgeRef* rx = ex + static_cast<size_t>(y) * pw;
+        ForEachDiffering(r, r + 1, static_cast<size_t>(W), [&](size_t x) {
+            rx[x] = AddVertex(s, 0, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+        });
+        if (y == H)
+            break;
+        MarchingScratch_cls::EdgeRef* ry = ey + static_cast<size_t>(y) * pw;
+        ForEachDiffering(r, r + pw, pw, [&](size_t x) {
+            ry[x] = AddVertex(s, 1, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+        });
+    }
+}
+
+void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
+{
+    const MarchingBlock_cls& b = *mpOut;
+    const int W = b.miEnd[0] - b.miBegin[0], H = b.miEnd[1] - b.miBegin[1];
+    const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
+    const uint8_t* lo = s.mvInside.data() + static_cast<size_t>(z - b.miBegin[2]) * plane;
+    const uint8_t* hi = lo + plane;
+    MarchingScratch_cls::EdgeRef* ez = s.mvEdgeVertex.data() + 4 * plane;
+    ForEachDiffering(lo, hi, plane, [&](size_t i) {
+        const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
+        ez[i] = AddVertex(s, 2, b.miBegin[0] + x, b.miBegin[1] + y, z);
+    });
+}
+
+void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
+{
+    MarchingBlock_cls& b = *mpOut;
+    const int W = b.miEnd[0] - b.miBegin[0], H = b.miEnd[1] - b.miBegin[1], D = b.miEnd[2] - b.miBegin[2];
+    const size_t pw = static_cast<size_t>(W) + 1, plane = pw * (static_cast<size_t>(H) + 1);
+    const size_t nx = static_cast<size_t>(miSize[0]);
+    const int L = miLevel;
+
+    // Corner masks of every point of the block: 0xFF at or below L, else 0.
+    s.mvInside.resize(plane * (static_cast<size_t>(D) + 1) + kSimdPad);
+    for (int z = 0; z <= D; ++z)
+        for (int y = 0; y <= H; ++y) {
+            const unsigned char* src = mpData + static_cast<size_t>(b.miBegin[2] + z) * muSliceStride +
+                                       static_cast<size_t>(b.miBegin[1] + y) * nx + static_cast<size_t>(b.miBegin[0]);
+            ClassifyRow(src, s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw, pw, L);
+        }
+
+    // Cube patterns (bit i = corner i at or below L), the triangle count, and per row of cubes
+    // whether any cube is cut (most rows of a smooth field are not, and the emission skips them).
+    s.mvCase.resize(static_cast<size_t>(W) * static_cast<size_t>(H) * static_cast<size_t>(D) + kSimdPad);
+    const size_t maskWords = (static_cast<size_t>(W) + 63) / 64;
+    s.mvCutMask.assign(maskWords * static_cast<size_t>(H) * static_cast<size_t>(D), 0);
+    size_t triangleNum = 0;
+    for (int z = 0; z < D; ++z)
+        for (int y = 0; y < H; ++y) {
+            const uint8_t* p0 = s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw;
+            const size_t row = static_cast<size_t>(z) * H + static_cast<size_t>(y);
+            triangleNum += CaseRow(p0, p0 + pw, p0 + plane, p0 + plane + pw, s.mvCase.data() + row * W, W,
+                                   s.mvCutMask.data() + row * maskWords);
+        }
+    const size_t vertexNum = triangleNum * 3;
+    muEmitted = vertexNum;
+    b.muVertexNum = vertexNum;
+    if (triangleNum == 0) {
+        // No cube is cut, so all share their corners' side (neighbours share corners).
+        b.miStatus = s.mvCase[0] == 0 ? MarchingBlock_cls::kAllAbove : MarchingBlock_cls::kAllBelow;
+        if (mbWeld)
+            b.mbOptDone = true;
+        return;
+    }
+    b.miStatus = MarchingBlock_cls::kCut;
+
+    // Output: the unshared arrays at their exact size, or the block-welded lists.
+    float* outPos = nullptr;
+    float* outNorm = nullptr;
+    uint32_t* outIndex = nullptr;
+    if (mbCountOnly) {
+        b.mvExactIndex.resize(vertexNum);
+        outIndex = b.mvExactIndex.data();
+    } else if (mbWeld) {
+        b.mvIndexOpt.resize(vertexNum);
+        outIndex = b.mvIndexOpt.data();
+        s.mvUniquePos.resize(vertexNum * 3);
+        if (mbNormals)
+            s.mvUniqueNorm.resize(vertexNum * 3);
+    } else {
+        b.mvPos.resize(vertexNum * 3);
+        outPos = b.mvPos.data();
+        if (mbNormals) {
+            b.mvNorm.resize(vertexNum * 3);
+            outNorm = b.mvNorm.data();
+        }
+    }
+    float* uPos = s.mvUniquePos.data();
+    float* uNorm = s.mvUniqueNorm.data();
+    size_t unique = 0, emitted = 0;
+
+    s.mvEdgeVertex.assign(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
+    s.mvVertex.clear();
+    s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
+    s.mvPointTouched.clear();
+    for (int a = 0; a < 3; ++a) {
+        // Voxel-plane positions of the block's points, and one more for the grid test at the far end.
+        s.mvGridPos[a].resize(static_cast<size_t>(b.miEnd[a] - b.miBegin[a]) + 2);
+        for (size_t i = 0; i < s.mvGridPos[a].size(); ++i)
+            s.mvGridPos[a][i] = static_cast<float>(static_cast<double>(b.miBegin[a] + static_cast<int>(i)) / miSize[a]);
+    }
+    float borderLo[3], borderHi[3];
+    for (int a = 0; a < 3; ++a) {
+        // The expression of a vertex position on a voxel plane, so that equality is exact.
+        borderLo[a] = static_cast<float>(static_cast<double>(b.miBegin[a]) / miSize[a]);
+        borderHi[a] = static_cast<float>(static_cast<double>(b.miEnd[a]) / miSize[a]);
+    }
+    const int zb = b.miBegin[2];
+    ComputeLayerEdges(s, zb);
+    for (int z = zb; z < b.miEnd[2]; ++z) {
+        ComputeLayerEdges(s, z + 1);
+        ComputeVerticalEdges(s, z);
+        // Where each of the twelve edges of cube (0, 0) of this layer finds its vertex number.
+        size_t edgeSlot[12];
+        for (int e = 0; e < 12; ++e) {
+            const int c0 = a2iEdgeConnection[e][0], c1 = a2iEdgeConnection[e][1];
+            const int axis = a2fEdgeDirection[e][0] != 0.0f ? 0 : (a2fEdgeDirection[e][1] != 0.0f ? 1 : 2);
+            const int lo = VOffset[c0][axis] < VOffset[c1][axis] ? c0 : c1;
+            const size_t planeNo = axis == 2 ? 4 : static_cast<size_t>(((z + VOffset[lo][2]) & 1) * 2 + axis);
+            edgeSlot[e] =
+                planeNo * plane + static_cast<size_t>(VOffset[lo][1]) * pw + static_cast<size_t>(VOffset[lo][0]);
+        }
+        if (mbWeld) {
+            s.mvCanon.resize(s.mvVertex.size(), MarchingScratch_cls::CanonState{kNoVertex, kNoVertex});
+        }
+        const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
+        for (int ky = 0; ky < H; ++ky) {
+            const int y = MarchOrder(ky, H);
+            const uint8_t* rowCase = layerCase + static_cast<size_t>(y) * W;
+            const uint64_t* rowMask =
+                s.mvCutMask.data() + (static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)) * maskWords;
+            // The cut cubes of the row in march order: pairs (2m + 1, 2m) in turn, the odd last
+            // cube alone. A pair never straddles two mask words.
+            int pending = -1; // the even cube of a pair, emitted after its odd partner
+            for (size_t word = 0; word < maskWords; ++word) {
+                for (uint64_t bits = rowMask[word]; bits != 0 || pending >= 0;) {
+                    int x;
+                    if (pending >= 0) {
+                        x = pending;
+                        pending = -1;
+                    } else {
+                        const int bit = std::countr_zero(bits);
+                        bits &= bits - 1;
+                        x = static_cast<int>(word * 64) + bit;
+                        if ((bit & 1) == 0 && (bits & (uint64_t{1} << (bit + 1))) != 0) {
+                            pending = x;
+                            bits &= ~(uint64_t{1} << (bit + 1));
+                            ++x;
+                        }
+                    }
+                    const int c = rowCase[x];
+                    const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
+                    const signed char* tri = a2iTriangleConnectionTable[c];
+                    for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
+                        const MarchingScratch_cls::EdgeRef edge = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
+                        const uint32_t id = edge.muId;
+                        const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
+                        if (!mbWeld) {
+                            std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
+                            if (outNorm)
+                                std::memcpy(outNorm + emitted * 3, v.mfNorm, sizeof v.mfNorm);
+                            ++emitted;
+                            continue;
+                        }
+                        // The rule of ThreadOptimizeA: the first triangle as it is, then the last
+                        // kLookBack unique vertices, exact on all three coordinates. Equal canonical
+                        // numbers mean equal positions (AddVertex), and the newest unique vertex with
+                        // a number is the one a backward search would meet first, so the look-back is
+                        // one test: is that vertex among the last kLookBack?
+                        MarchingScratch_cls::CanonState& state = s.mvCanon[edge.muCanon];
+                        uint32_t& last = state.muLast;
+                        uint32_t found = kNoVertex;
+                        if (emitted >= 3 && last != kNoVertex &&
+                            static_cast<size_t>(last) + static_cast<size_t>(ThreadOptimizeA::kLookBack) >= unique)
+                            found = last;
+                        if (found == kNoVertex && mbCountOnly) {
+                            // Counted, not kept; the exact list gets the vertex on its first visit.
+                            last = static_cast<uint32_t>(unique++);
+                            uint32_t& exact = state.muExact;
+                            if (exact == kNoVertex) {
+                                exact = static_cast<uint32_t>(b.mvExactBorder.size());
+                                b.mvExactPos.insert(b.mvExactPos.end(), v.mfPos, v.mfPos + 3);
+                                if (mbNormals)
+                                    b.mvExactNorm.insert(b.mvExactNorm.end(), v.mfNorm, v.mfNorm + 3);
+                                bool border = false;
+                                for (int a = 0; a < 3; ++a)
+                                    border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                                b.mvExactBorder.push_back(border ? 1 : 0);
+                            }
+                            outIndex[emitted++] = exact;
+                            continue;
+                        }
+                        if (found != kNoVertex && mbCountOnly) {
+                            outIndex[emitted++] = state.muExact;
+                            continue;
+                        }
+                        if (found == kNoVertex) {
+                            std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
+                            if (mbNormals)
+                                std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
+                            last = static_cast<uint32_t>(unique);
+                            // Exact duplicates beyond the look-back, and which vertices lie on the
+                            // block's border planes: the full weld takes both from here.
+                            uint32_t& exact = state.muExact;
+                            if (exact == kNoVertex) {
+                                exact = static_cast<uint32_t>(b.mvExactFirst.size());
+                                b.mvExactFirst.push_back(static_cast<uint32_t>(unique));
+                                bool border = false;
+                                for (int a = 0; a < 3; ++a)
+                                    border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                                b.mvExactBorder.push_back(border ? 1 : 0);
+                            }
+                            b.mvOptToExact.push_back(exact);
+                            found = static_cast<uint32_t>(unique++);
+                        }
+                        outIndex[emitted++] = found;
+                    }
+                }
+            }
+        }
+    }
+    TESSAN_ASSERT(emitted == vertexNum, "SRC/ISO/ThreadMarching");
+    for (size_t point : s.mvPointTouched)
+        s.mvPointVertex[point] = kNoVertex;
+    s.mvCanon.clear();
+    if (mbCountOnly) {
+        b.muVertexOptNum = unique;
+        b.mbOptDone = true;
+    } else if (mbWeld) {
+        b.mvPosOpt.assign(uPos, uPos + unique * 3);
+        if (mbNormals)
+            b.mvNormOpt.assign(uNorm, uNorm + unique * 3);
+        b.mbOptDone = true;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// 6. Worker entry and the cube-by-cube reference march
+// ---------------------------------------------------------------------------------------------
+
+size_t ThreadMarching::CountTriangles() const
+{
+    const auto& sTriangles = TriangleCounts();
     const MarchingBlock_cls& b = *mpOut;
     const size_t nx = static_cast<size_t>(miSize[0]);
     size_t total = 0;
@@ -604,7 +1134,7 @@ size_t ThreadMarching::CountTriangles() const
     return total;
 }
 
-void ThreadMarching::Entry()
+void ThreadMarching::MarchBlockCubeByCube()
 {
     MarchingBlock_cls& b = *mpOut;
     b.mvPos.clear();
@@ -618,6 +1148,28 @@ void ThreadMarching::Entry()
         b.mvPosOpt.clear();
         b.mvNormOpt.clear();
         b.mvIndexOpt.clear();
+        b.mvOptToExact.clear();
+        b.mvExactFirst.clear();
+        b.mvExactBorder.clear();
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
+        b.mvOptToExact.clear();
+        b.mvExactFirst.clear();
+        b.mvExactBorder.clear();
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
+        b.mvExactPos.clear();
+        b.mvExactNorm.clear();
+        b.mvExactIndex.clear();
+        b.muVertexOptNum = 0;
         b.mvIndexOpt.reserve(floats / 3);
         b.mvPosOpt.reserve(floats * 2 / 3);
         if (mbNormals)
@@ -644,4 +1196,29 @@ void ThreadMarching::Entry()
     b.muVertexNum = muEmitted;
     if (mbWeld)
         b.mbOptDone = true;
+}
+
+void ThreadMarching::Entry()
+{
+    MarchingBlock_cls& b = *mpOut;
+    if (mbCubeByCube) {
+        MarchBlockCubeByCube();
+        return;
+    }
+    b.mvPos.clear();
+    b.mvNorm.clear();
+    b.mvPosOpt.clear();
+    b.mvNormOpt.clear();
+    b.mvIndexOpt.clear();
+    b.mvOptToExact.clear();
+    b.mvExactFirst.clear();
+    b.mvExactBorder.clear();
+    b.mvExactPos.clear();
+    b.mvExactNorm.clear();
+    b.mvExactIndex.clear();
+    b.muVertexOptNum = 0;
+    std::unique_ptr<MarchingScratch_cls> scratch = mpPool ? mpPool->Acquire() : std::make_unique<MarchingScratch_cls>();
+    MarchBlockClassified(*scratch);
+    if (mpPool)
+        mpPool->Release(std::move(scratch));
 }

@@ -2,6 +2,7 @@
 // Worker that marches the cubes of one block and the case tables of the marching-cubes method.
 #include "filter/MultiThreadCtrl_cls.h"
 #include "iso/MarchingBlock_cls.h"
+#include "iso/MarchingScratch_cls.h"
 
 #include <cstdint>
 #include <vector>
@@ -27,10 +28,19 @@ class ThreadMarching final : public MultiThreadThread_cls
     /// Option bit: weld each vertex against the last ThreadOptimizeA::kLookBack unique vertices
     /// as it is emitted, writing the block-welded lists instead of the unshared arrays.
     static constexpr unsigned kFlagWeldInBlock = 2u;
+    /// Option bit: march cube by cube (MarchCubeLOOPY), computing each cube's corners and edge
+    /// vertices as it goes. The default classifies the whole block first and computes each cut
+    /// edge once; both give the same arrays, bit for bit. Kept as the reference for that claim.
+    static constexpr unsigned kFlagCubeByCube = 4u;
+    /// Option bit, with kFlagWeldInBlock (classified march only): count the block-welded vertices
+    /// and keep the block's exactly welded vertices instead of the block lists.
+    static constexpr unsigned kFlagWeldCountOnly = 8u;
 
     /// data: nx*ny*nz voxels, x fastest (not owned, must outlive the worker); size: nx, ny, nz;
     /// level: the byte level L (0..255); out: the block, whose miBegin/miEnd give the cubes.
-    ThreadMarching(const unsigned char* data, const int size[3], int level, unsigned flags, MarchingBlock_cls* out);
+    /// pool: where the work arrays are borrowed from (not owned; null: the worker allocates its own).
+    ThreadMarching(const unsigned char* data, const int size[3], int level, unsigned flags, MarchingBlock_cls* out,
+                   MarchingScratchPool_cls* pool = nullptr);
 
     /// Marches the whole block and sets its status.
     void Entry() override;
@@ -64,6 +74,17 @@ class ThreadMarching final : public MultiThreadThread_cls
     };
     /// Number of triangles the block will produce (for reserving its arrays).
     size_t CountTriangles() const;
+    /// The reference march: every cube on its own, through MarchCubeLOOPY.
+    void MarchBlockCubeByCube();
+    /// The default march: classify the block, compute each cut edge once, emit in march order.
+    void MarchBlockClassified(MarchingScratch_cls& s);
+    /// Computes the vertices of the cut x and y edges of voxel layer z (absolute) of the block.
+    void ComputeLayerEdges(MarchingScratch_cls& s, int z);
+    /// Computes the vertices of the cut z edges between voxel layers z and z + 1.
+    void ComputeVerticalEdges(MarchingScratch_cls& s, int z);
+    /// Appends the vertex on the edge from voxel (x, y, z) one step along axis to the block's
+    /// vertices; returns its number and canonical number.
+    MarchingScratch_cls::EdgeRef AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const;
     /// Drops the cached edges that the next layer of cubes cannot share (called when the march
     /// moves up one layer of cubes).
     void AdvanceLayer();
@@ -78,6 +99,9 @@ class ThreadMarching final : public MultiThreadThread_cls
     int miLevel;
     bool mbNormals;
     bool mbWeld;
+    bool mbCubeByCube;
+    bool mbCountOnly;
+    MarchingScratchPool_cls* mpPool;
     size_t muEmitted = 0; ///< unshared vertices emitted so far
     MarchingBlock_cls* mpOut;
     int miCacheW = 0;                   ///< voxel points per cache row (block width + 1)

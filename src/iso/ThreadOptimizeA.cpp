@@ -18,6 +18,10 @@ void ThreadOptimizeA::Entry()
     b.mvPosOpt.clear();
     b.mvNormOpt.clear();
     b.mvIndexOpt.clear();
+    // Welded here, not by the march: the full weld works the exact duplicates out itself.
+    b.mvOptToExact.clear();
+    b.mvExactFirst.clear();
+    b.mvExactBorder.clear();
     b.mvPosOpt.reserve(n); // a closed surface has about half as many vertices as triangles
     if (normals)
         b.mvNormOpt.reserve(n);

@@ -145,6 +145,43 @@ struct BlockMerge {
     size_t muNewBegin = 0;              // the global numbers new in this block: [begin, end)
     size_t muNewEnd = 0;
     size_t muIndexBegin = 0; // first slot of the block in the global index list
+    // What the numbering and copying read, whichever stage produced it: the position (and normal)
+    // of exact vertex e is mpPos[first(e) * 3], first(e) = mpExactFirst ? mpExactFirst[e] : e; the
+    // exact number of unshared vertex k is mpOptToExact ? mpOptToExact[mpIndex[k]] : mpIndex[k].
+    const float* mpPos = nullptr;
+    const float* mpNorm = nullptr;
+    const uint32_t* mpExactFirst = nullptr;
+    const uint8_t* mpBorder = nullptr;
+    size_t muExactNum = 0;
+    const uint32_t* mpIndex = nullptr;
+    const uint32_t* mpOptToExact = nullptr;
+    size_t muIndexNum = 0;
+
+    // The block lists of the block stage, with the exact duplicates worked out.
+    void Use(const MarchingBlock_cls& b, const std::vector<uint32_t>& optToExact,
+             const std::vector<uint32_t>& exactFirst, const std::vector<uint8_t>& border)
+    {
+        mpPos = b.mvPosOpt.data();
+        mpNorm = b.mvNormOpt.data();
+        mpExactFirst = exactFirst.data();
+        mpBorder = border.data();
+        muExactNum = exactFirst.size();
+        mpIndex = b.mvIndexOpt.data();
+        mpOptToExact = optToExact.data();
+        muIndexNum = b.mvIndexOpt.size();
+    }
+    // The exact lists the march keeps when it only counts the block stage.
+    void UseExact(const MarchingBlock_cls& b)
+    {
+        mpPos = b.mvExactPos.data();
+        mpNorm = b.mvExactNorm.data();
+        mpBorder = b.mvExactBorder.data();
+        muExactNum = b.mvExactBorder.size();
+        mpIndex = b.mvExactIndex.data();
+        muIndexNum = b.mvExactIndex.size();
+    }
+    size_t First(size_t e) const { return mpExactFirst ? mpExactFirst[e] : e; }
+    size_t Exact(size_t k) const { return mpOptToExact ? mpOptToExact[mpIndex[k]] : mpIndex[k]; }
 };
 
 } // namespace
@@ -168,10 +205,16 @@ void ThreadOptimizeFull::Entry()
     size_t indexTotal = 0;
     for (size_t bi = 0; bi < blockNum; ++bi) {
         const MarchingBlock_cls& b = blocks[bi];
-        if (!b.mvPosOpt.empty() && b.mvNormOpt.size() != b.mvPosOpt.size())
+        const bool exactOnly = !b.mvExactIndex.empty() && b.mvExactIndex.size() == b.muVertexNum;
+        if (exactOnly) {
+            merge[bi].UseExact(b);
+            if (b.mvExactNorm.size() != b.mvExactPos.size())
+                normals = false;
+        } else if (!b.mvPosOpt.empty() && b.mvNormOpt.size() != b.mvPosOpt.size()) {
             normals = false;
+        }
         merge[bi].muIndexBegin = indexTotal;
-        indexTotal += b.mvIndexOpt.size();
+        indexTotal += exactOnly ? b.mvExactIndex.size() : b.mvIndexOpt.size();
     }
 
     // -----------------------------------------------------------------------------------------
@@ -192,8 +235,13 @@ void ThreadOptimizeFull::Entry()
             const MarchingBlock_cls& b = blocks[bi];
             BlockMerge& m = merge[bi];
             const size_t n = b.mvPosOpt.size() / 3;
-            if (n == 0)
+            if (n == 0 || m.mpIndex != nullptr)
+                continue; // nothing welded, or the exact lists of the march are in use
+            if (b.mvOptToExact.size() == n && b.mvExactFirst.size() == b.mvExactBorder.size()) {
+                // The march welded on the fly and already told which vertices coincide.
+                m.Use(b, b.mvOptToExact, b.mvExactFirst, b.mvExactBorder);
                 continue;
+            }
             const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
             const float hi[3] = {plane(b.miEnd[0], 0), plane(b.miEnd[1], 1), plane(b.miEnd[2], 2)};
             local.Reset(b.mvPosOpt.data(), n);
@@ -213,6 +261,7 @@ void ThreadOptimizeFull::Entry()
                 }
                 m.mvOptToExact[u] = e;
             }
+            m.Use(b, m.mvOptToExact, m.mvExactFirst, m.mvBorder);
         }
     });
 
@@ -233,8 +282,8 @@ void ThreadOptimizeFull::Entry()
             size_t slabBorder = 0;
             for (size_t k = bi; k < bi + perSlab && k < blockNum; ++k) {
                 slabHasCubes |= blocks[k].GetCubeNumber() > 0;
-                for (uint8_t f : merge[k].mvBorder)
-                    slabBorder += f;
+                for (size_t e = 0; e < merge[k].muExactNum; ++e)
+                    slabBorder += merge[k].mpBorder[e];
             }
             if (slabHasCubes) {
                 below.Swap(current);
@@ -243,14 +292,14 @@ void ThreadOptimizeFull::Entry()
             }
         }
         m.muNewBegin = count;
-        const size_t exact = m.mvExactFirst.size();
+        const size_t exact = m.muExactNum;
         m.mvGlobal.resize(exact);
         for (size_t e = 0; e < exact; ++e) {
-            if (!m.mvBorder[e]) {
+            if (!m.mpBorder[e]) {
                 m.mvGlobal[e] = static_cast<uint32_t>(count++);
                 continue;
             }
-            const float* p = &b.mvPosOpt[static_cast<size_t>(m.mvExactFirst[e]) * 3];
+            const float* p = m.mpPos + m.First(e) * 3;
             uint32_t g = current.Find(p);
             if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
                 g = below.Find(p);
@@ -269,9 +318,18 @@ void ThreadOptimizeFull::Entry()
     std::vector<float>& pos = *mpvPos;
     std::vector<float>& norm = *mpvNorm;
     std::vector<uint32_t>& index = *mpvIndex;
-    pos.resize(count * 3);
-    norm.resize(normals ? count * 3 : 0);
-    index.resize(indexTotal);
+    // Sizing a vector fills it, which is also the first touch of its pages: one list per worker,
+    // so the page faults of the three largest arrays of the extraction do not queue on one thread.
+    mpCtrl->RunRanges(3, [&](size_t first, size_t last) {
+        for (size_t k = first; k < last; ++k) {
+            if (k == 0)
+                index.resize(indexTotal);
+            else if (k == 1)
+                pos.resize(count * 3);
+            else
+                norm.resize(normals ? count * 3 : 0);
+        }
+    });
     mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
         for (size_t k = first; k < last; ++k) {
             const size_t bi = spread(k);
@@ -281,17 +339,17 @@ void ThreadOptimizeFull::Entry()
                 size_t g = m.mvGlobal[e];
                 if (g < m.muNewBegin || g >= m.muNewEnd)
                     continue;
-                size_t src = static_cast<size_t>(m.mvExactFirst[e]) * 3;
-                std::memcpy(&pos[g * 3], &b.mvPosOpt[src], 3 * sizeof(float));
+                const size_t src = m.First(e) * 3;
+                std::memcpy(&pos[g * 3], m.mpPos + src, 3 * sizeof(float));
                 if (normals)
-                    std::memcpy(&norm[g * 3], &b.mvNormOpt[src], 3 * sizeof(float));
+                    std::memcpy(&norm[g * 3], m.mpNorm + src, 3 * sizeof(float));
             }
             uint32_t* out = index.data() + m.muIndexBegin;
-            for (size_t k = 0; k < b.mvIndexOpt.size(); ++k)
-                out[k] = m.mvGlobal[m.mvOptToExact[b.mvIndexOpt[k]]];
+            for (size_t k = 0; k < m.muIndexNum; ++k)
+                out[k] = m.mvGlobal[m.Exact(k)];
             b.muFirstVertexFull = m.muNewBegin;
             b.muFaceBeginFull = m.muIndexBegin / 3;
-            b.muFaceNumFull = b.mvIndexOpt.size() / 3;
+            b.muFaceNumFull = m.muIndexNum / 3;
         }
     });
 }

@@ -11,6 +11,7 @@
 #include "volume/ExportDF3_cls.h"
 #include "volume/ThreadConstructX_cls.h"
 
+#include <functional>
 #include <new>
 
 namespace
@@ -33,7 +34,8 @@ std::unique_ptr<uint8_t[]> AllocateBytes(uint64_t n)
 
 // --- construction -----------------------------------------------------------------------------
 
-DF3_cls::DF3_cls(DF3Sequence_cls* owner) : mCReadBodyDF3(this), mCReadBodyImgSeq(this), mpOwner(owner)
+DF3_cls::DF3_cls(DF3Sequence_cls* owner)
+    : mCReadBodyDF3(this), mCReadBodyImgSeq(this), mCReadBodyTxt(this), mpOwner(owner)
 {
 }
 
@@ -130,6 +132,7 @@ void DF3_cls::ClearReaders()
 {
     mCReadBodyDF3.Clear();
     mCReadBodyImgSeq.Clear();
+    mCReadBodyTxt.Clear();
 }
 
 void DF3_cls::ReleaseImpl(bool keepSameSize)
@@ -243,6 +246,8 @@ bool DF3_cls::ReadHeader(UserPrompt_cls* parent)
         mbValid = mCReadBodyDF3.ReadHeaderInfo(parent);
     else if (miSourceFormat == FORMAT_IMGSEQ)
         mbValid = mCReadBodyImgSeq.ReadHeaderInfo(parent);
+    else if (miSourceFormat == FORMAT_TXT)
+        mbValid = mCReadBodyTxt.ReadHeaderInfo(parent);
     if (mbValid)
         mStrLoadedFile = mStrFilePath;
     return mbValid;
@@ -256,6 +261,8 @@ bool DF3_cls::ReadBodyIfNotFinished(bool noInterrupt, UserPrompt_cls* parent)
         reader = &mCReadBodyDF3;
     else if (miSourceFormat == FORMAT_IMGSEQ)
         reader = &mCReadBodyImgSeq;
+    else if (miSourceFormat == FORMAT_TXT)
+        reader = &mCReadBodyTxt;
     if (!reader)
         return false;
     if (reader->IsFinished()) {
@@ -264,8 +271,10 @@ bool DF3_cls::ReadBodyIfNotFinished(bool noInterrupt, UserPrompt_cls* parent)
     }
     if (miSourceFormat == FORMAT_DF3)
         mbValid = mCReadBodyDF3.MainProcess(noInterrupt, parent);
-    else
+    else if (miSourceFormat == FORMAT_IMGSEQ)
         mbValid = mCReadBodyImgSeq.MainProcess(noInterrupt, parent);
+    else
+        mbValid = mCReadBodyTxt.MainProcess(noInterrupt, parent);
     return mbValid;
 }
 
@@ -275,6 +284,8 @@ bool DF3_cls::IsReadFinished() const
         return mCReadBodyDF3.IsFinished();
     if (miSourceFormat == FORMAT_IMGSEQ)
         return mCReadBodyImgSeq.IsFinished();
+    if (miSourceFormat == FORMAT_TXT)
+        return mCReadBodyTxt.IsFinished();
     return false;
 }
 
@@ -295,6 +306,22 @@ const LevelMap_cls* DF3_cls::GetLevelMap()
 
 bool DF3_cls::ExportDF3(const std::wstring& path, const bool* doubleAxes)
 {
+    return ExportLoaded([&] {
+        ExportDF3_cls exporter(this);
+        return exporter.OutputDF3(path, doubleAxes);
+    });
+}
+
+bool DF3_cls::ExportIMGSeq(const ExportIMGSeq_cls::Settings& settings, UserPrompt_cls* progress)
+{
+    return ExportLoaded([&] {
+        ExportIMGSeq_cls exporter(this);
+        return exporter.OutputIMGSeq(settings, progress ? progress : GetMessageParent());
+    });
+}
+
+bool DF3_cls::ExportLoaded(const std::function<bool()>& write)
+{
     bool loadedHere = false;
     if (!mbAllocated) {
         if (!ReadHeader(GetMessageParent()))
@@ -307,10 +334,8 @@ bool DF3_cls::ExportDF3(const std::wstring& path, const bool* doubleAxes)
     bool ok = true;
     if (!IsReadFinished())
         ok = ReadBodyIfNotFinished(true, GetMessageParent());
-    if (ok) {
-        ExportDF3_cls exporter(this);
-        ok = exporter.OutputDF3(path, doubleAxes);
-    }
+    if (ok)
+        ok = write();
     // A frame loaded only for the export does not stay in memory behind the sequence's back.
     if (loadedHere)
         Release();
@@ -342,7 +367,7 @@ uint32_t DF3_cls::GetAllocatedXYZKB() const
 void DF3_cls::SetFilePath(const std::wstring& path, const std::wstring& path2, int format)
 {
     mStrFilePath = path;
-    mStrFilePath2 = format == FORMAT_DF3 ? std::wstring() : path2;
+    mStrFilePath2 = format == FORMAT_IMGSEQ ? path2 : std::wstring();
     miSourceFormat = format;
 }
 

@@ -4,12 +4,15 @@
 // slices across X and Y are contiguous; knows its file and accounts for its memory. Its owning
 // sequence decides when it is read, processed and released.
 #include "volume/AxisXYZSTU_cls.h"
+#include "volume/ExportIMGSeq_cls.h"
 #include "volume/LevelMap_cls.h"
 #include "volume/ReadBodyDF3_cls.h"
 #include "volume/ReadBodyImgSeq_cls.h"
+#include "volume/ReadBodyTxt_cls.h"
 #include "volume/ResumableProgress_cls.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -19,8 +22,9 @@ class UserPrompt_cls;
 class DF3_cls : public AxisXYZSTU_cls
 {
   public:
-    /// Source formats (SetFilePath); any other value makes reading fail.
-    enum Format { FORMAT_DF3 = 0, FORMAT_IMGSEQ = 1 };
+    /// Source formats (SetFilePath): a DF3 file, a stack of images, a text volume; any other value
+    /// makes reading fail. SourceFormat_cls::FromPath picks one by the file name.
+    enum Format { FORMAT_DF3 = 0, FORMAT_IMGSEQ = 1, FORMAT_TXT = 2 };
     /// Work states (GetWorkState).
     enum WorkState { WORK_IDLE = 0, WORK_AXIS = 5, WORK_READ = 10 };
     /// Largest voxel count a frame may hold (exactly 2 GB is still allowed).
@@ -81,6 +85,7 @@ class DF3_cls : public AxisXYZSTU_cls
     bool IsValid() const { return mbValid; }
     ReadBodyDF3_cls& GetReadBodyDF3() { return mCReadBodyDF3; }
     ReadBodyImgSeq_cls& GetReadBodyImgSeq() { return mCReadBodyImgSeq; }
+    ReadBodyTxt_cls& GetReadBodyTxt() { return mCReadBodyTxt; }
     /// 0 idle, 5 building axis copies, 10 reading.
     uint32_t GetWorkState() const { return muWorkState; }
     /// Set by the readers around their work.
@@ -90,6 +95,10 @@ class DF3_cls : public AxisXYZSTU_cls
     /// Writes the frame as an 8-bit DF3 file, loading it first when needed (and releasing it again
     /// afterwards in that case). doubleAxes: three flags for X, Y, Z, or null. Never overwrites.
     bool ExportDF3(const std::wstring& path, const bool* doubleAxes);
+    /// Writes the frame as numbered 8-bit grey PNG slices across one axis, loading it first when
+    /// needed (and releasing it again afterwards in that case). Never overwrites: every name is
+    /// checked before the first is written. Progress goes to `progress` (null: the message parent).
+    bool ExportIMGSeq(const ExportIMGSeq_cls::Settings& settings, UserPrompt_cls* progress);
 
     // --- accounting ---------------------------------------------------------------------------
     /// Kilobytes held by the axis copies: 0 without them, else (2 * total) / 1024.
@@ -98,8 +107,9 @@ class DF3_cls : public AxisXYZSTU_cls
     uint32_t GetAllocatedXYZKB() const;
 
     // --- file and change tracking -------------------------------------------------------------
-    /// Sets the file (or, for an image stack, its first image), a second path (for an image stack
-    /// its last image; cleared for DF3 files, which are one file) and the format (0 DF3, 1 images).
+    /// Sets the file (for an image stack one of its slices), a second path (for an image stack the
+    /// last slice of a sub-range, empty for the whole numbered series; cleared for the one-file
+    /// formats) and the format (0 DF3, 1 images, 2 text).
     void SetFilePath(const std::wstring& path, const std::wstring& path2 = L"", int format = FORMAT_DF3);
     const std::wstring& GetFilePath() const { return mStrFilePath; }
     const std::wstring& GetFilePathWXStr() const { return mStrFilePath; }
@@ -138,6 +148,8 @@ class DF3_cls : public AxisXYZSTU_cls
 
   private:
     void ClearReaders();
+    /// Loads the frame when needed, runs write, and releases a frame it loaded.
+    bool ExportLoaded(const std::function<bool()>& write);
     void FreeAxisBuffers();
     void ReleaseImpl(bool keepSameSize);
 
@@ -152,6 +164,7 @@ class DF3_cls : public AxisXYZSTU_cls
     bool mbConstructResumable = false;
     ReadBodyDF3_cls mCReadBodyDF3;
     ReadBodyImgSeq_cls mCReadBodyImgSeq;
+    ReadBodyTxt_cls mCReadBodyTxt;
     DF3Sequence_cls* mpOwner;
     bool mbAllocatedXYAxis = false;
     bool mbAllocated = false;

@@ -87,15 +87,18 @@ class Picture:
 # --- running the program -----------------------------------------------------------------------
 
 class App:
-    def __init__(self, binary, answers="", args=(), folder=None):
+    def __init__(self, binary, answers="", args=(), folder=None, size="900x700"):
         self.dir = folder or tempfile.mkdtemp(prefix="tessan-gui-")
         self.exe = os.path.join(self.dir, "tessan")
         shutil.copy2(binary, self.exe)
         self.state_file = os.path.join(self.dir, "state.txt")
+        # A second start in the same folder must not read what the first one reported.
+        if os.path.exists(self.state_file):
+            os.remove(self.state_file)
         env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", TESSAN_STATE_FILE=self.state_file,
                    TESSAN_PROMPT_ANSWERS=answers)
         self.err = open(os.path.join(self.dir, "stderr.txt"), "w")
-        self.proc = subprocess.Popen([self.exe, "--size", "900x700", *args], cwd=self.dir, env=env,
+        self.proc = subprocess.Popen([self.exe, "--size", size, *args], cwd=self.dir, env=env,
                                      stdout=subprocess.DEVNULL, stderr=self.err)
         self.wait_for(lambda s: s.get("view3", "").startswith("shown"), "the window never showed its view")
         self.window = self.find_window()
@@ -119,8 +122,9 @@ class App:
 
     def find_window(self):
         for _ in range(100):
-            out = subprocess.run(["xdotool", "search", "--name", "^" + TITLE + "$"], capture_output=True,
-                                 text=True).stdout.split()
+            # By the program's title, or a project's title (which ends in " - Tessan").
+            out = subprocess.run(["xdotool", "search", "--name", "^(" + TITLE + "|.* - Tessan)$"],
+                                 capture_output=True, text=True).stdout.split()
             if out:
                 return out[0]
             time.sleep(0.1)
@@ -150,7 +154,8 @@ class App:
         with open(os.path.join(self.dir, "stderr.txt")) as f:
             return f.read()
 
-    def close(self):
+    def close(self, keep=False):
+        """Ends the program; the scratch folder goes too unless keep (for a second start there)."""
         if self.proc.poll() is None:
             self.proc.terminate()
             try:
@@ -158,11 +163,57 @@ class App:
             except subprocess.TimeoutExpired:
                 self.proc.kill()
         self.err.close()
-        shutil.rmtree(self.dir, ignore_errors=True)
+        if not keep:
+            shutil.rmtree(self.dir, ignore_errors=True)
 
 
 def distance(a, b):
     return sum((x - y) ** 2 for x, y in zip(a, b)) ** 0.5
+
+
+def state_int(s, key, index=0):
+    return int(s[key].split()[index])
+
+
+def time_line(app):
+    """Track geometry: (x of frame `first`, first frame, pixels per frame, y of the key markers)."""
+    s = app.state()
+    first, last, ppf, x0 = s["trackmap"].split()
+    return int(x0), int(first), float(ppf), state_int(s, "track", 4)
+
+
+def frame_x(app, frame):
+    x0, first, ppf, _ = time_line(app)
+    return int(round(x0 + (frame - first) * ppf))
+
+
+def red_columns(pic, y0, y1):
+    """x of the columns holding the time line's red frame line between rows y0 and y1."""
+    cols = []
+    for x in range(pic.width):
+        if all(pic.pixel(x, y)[0] > 180 and pic.pixel(x, y)[1] < 60 and pic.pixel(x, y)[2] < 60
+               for y in range(y0, y1, 4)):
+            cols.append(x)
+    return cols
+
+
+def type_into(app, widget, text):
+    """Types into a time-line field (a spin box: its text part is the left half) and presses Return."""
+    x, y, w, h = [int(v) for v in app.state()["tlw." + widget].split()]
+    subprocess.run(["xdotool", "mousemove", str(x + w // 4), str(y + h // 2), "click", "1"], check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+    subprocess.run(["xdotool", "type", text], check=True)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
+def menu(app, mnemonic, moves):
+    """Opens a menu by its mnemonic and picks an entry with the arrow keys, as a user would."""
+    app.key("alt+" + mnemonic)
+    time.sleep(0.4)
+    for move in moves:
+        subprocess.run(["xdotool", "key", move], check=True)
+        time.sleep(0.1)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
 
 
 # --- cases -------------------------------------------------------------------------------------
@@ -193,9 +244,16 @@ def case_screenshot(binary):
         check(pic.count(WHEAT, 560, 0, 640, 480) > 5000, "control panel not in the picture")
         check(pic.count(BACKGROUND, 0, 0, 300, 480) > 50000, "view background missing")
         check(pic.count(BOX, 0, 0, 340, 480, tolerance=40) > 600, "bounding box not drawn")
+        # The time line sits below the view: the view ends where its background colour ends in
+        # the left-most column, and the wheat panel follows.
+        bottom = 0
+        while bottom < pic.height and distance(pic.pixel(3, bottom), BACKGROUND) < 20:
+            bottom += 1
+        check(150 < bottom < 400, "view bottom at %d" % bottom)
+        check(pic.count(WHEAT, 0, bottom + 5, 640, 480) > 5000, "time line below the view")
         # The axis triad sits in the view's lower-left corner: red, green and blue arms.
         for channel in range(3):
-            check(pic.count_dominant(channel, 0, 380, 100, 480) > 10, "triad arm %d missing" % channel)
+            check(pic.count_dominant(channel, 0, bottom - 100, 100, bottom) > 10, "triad arm %d missing" % channel)
         # The screenshot run leaves no configuration behind.
         check(not os.path.exists(os.path.join(work, "KivrelConfigure.txt")), "screenshot wrote the configuration")
         # Not writable: a message and a non-zero exit.
@@ -214,10 +272,14 @@ def case_window(binary):
         s = app.state()
         check(s["status0"] == "Powered by wxWidgets" and s["status1"] == "field_1" and s["status2"] == "field_2",
               "status bar texts: %r" % [s.get("status%d" % i) for i in range(3)])
-        check(s["menus"] == "File,View,Help", "menus: %r" % s["menus"])
+        check(s["menus"] == "File,Edit,View,Animation,Help", "menus: %r" % s["menus"])
         check(s["layout"] == "one", "starts with one view")
         v = app.view(3)
-        check(v["name"] == "Perspective" and v["w"] > 400 and v["h"] > 600, "one large perspective view: %r" % v)
+        check(v["name"] == "Perspective" and v["w"] > 400 and v["h"] > 400, "one large perspective view: %r" % v)
+        track = [int(t) for t in s["track"].split()]
+        check(track[1] > v["sy"] + v["h"] and track[2] > 700, "the key track runs below the view: %r" % track)
+        check(s["frame"] == "0" and s["playing"] == "0" and s["timeline"] == "0 0", "clock at rest on frame 0")
+        check(s["undo"] == "Undo|0|0" and s["redo"] == "Redo|0|0", "nothing to undo or redo: %r" % s["undo"])
         for i in range(3):
             check(not app.view(i)["shown"], "view %d hidden in the one-view layout" % i)
         pic = app.grab("window.png")
@@ -344,6 +406,259 @@ def case_quit_yes(binary):
         app.close()
 
 
+def case_play(binary):
+    app = App(binary)
+    try:
+        track_y = state_int(app.state(), "track", 1)
+        before = app.grab("before.png")
+        cols = red_columns(before, track_y + 2, track_y + 50)
+        check(cols and abs(sum(cols) / len(cols) - frame_x(app, 0)) <= 2, "frame line on frame 0: %r" % cols)
+        # Space plays: the clock, the slider and the frame box move on together.
+        app.key("space")
+        s = app.wait_for(lambda s: s["playing"] == "1" and int(s["frame"]) >= 10, "Space starts playing")
+        check(s["timeline"] == "%s %s" % (s["frame"], s["frame"]), "slider and frame box follow: %r" % s["timeline"])
+        app.key("space")
+        s = app.wait_for(lambda s: s["playing"] == "0", "Space again stops")
+        stopped = int(s["frame"])
+        check(stopped >= 10, "stopped on frame %d" % stopped)
+        time.sleep(0.5)
+        check(int(app.state()["frame"]) == stopped, "the frame stays after stopping")
+        # The red frame line moved along the track to the frame shown.
+        pic = app.grab("played.png")
+        cols = red_columns(pic, track_y + 2, track_y + 50)
+        check(cols and abs(sum(cols) / len(cols) - frame_x(app, stopped)) <= 2,
+              "frame line at frame %d (x %d): %r" % (stopped, frame_x(app, stopped), cols))
+        # The views' frame guide shows the clock's frame too: the picture of the view changed.
+        v = app.view(3)
+        changed = sum(1 for y in range(v["sy"] + v["h"] - 30, v["sy"] + v["h"], 2)
+                      for x in range(v["sx"] + v["w"] - 120, v["sx"] + v["w"], 2)
+                      if before.pixel(x, y) != pic.pixel(x, y))
+        check(changed > 5, "the frame number in the view changed (%d samples)" % changed)
+        # Step keys move exactly one frame; Home and End go to the working area's ends.
+        app.key("Right")
+        app.wait_for(lambda s: s["frame"] == str(stopped + 1), "Right steps one frame forward")
+        app.key("Left")
+        app.key("Left")
+        app.wait_for(lambda s: s["frame"] == str(stopped - 1), "Left steps back")
+        app.key("End")
+        app.wait_for(lambda s: s["frame"] == "99" and s["timeline"] == "99 99", "End goes to the last frame")
+        app.key("Home")
+        app.wait_for(lambda s: s["frame"] == "0", "Home goes to the first frame")
+        # Without repeat, playback stops at the end of the working area.
+        app.key("End")
+        app.key("Left")
+        app.key("Left")
+        app.wait_for(lambda s: s["frame"] == "97", "two steps back from the end")
+        app.key("space")
+        app.wait_for(lambda s: s["playing"] == "0" and s["frame"] == "99", "playing stops at the last frame",
+                     timeout=10)
+        # A working area typed into its two fields confines stepping and playing.
+        for name, value in (("wamin", "20"), ("wamax", "30")):
+            type_into(app, name, value)
+        s = app.wait_for(lambda s: s["clock"] == "99 1 20 30 0", "working area 20..30 taken")
+        x0, first, ppf, y = time_line(app)
+        subprocess.run(["xdotool", "mousemove", str(frame_x(app, 25)), str(y - 12), "click", "1"], check=True)
+        app.wait_for(lambda s: s["frame"] == "25", "a click on the track sets the frame")
+        app.key("End")
+        app.wait_for(lambda s: s["frame"] == "30", "End: the working area's last frame")
+        app.key("Home")
+        app.wait_for(lambda s: s["frame"] == "20", "Home: the working area's first frame")
+        app.key("space")
+        app.wait_for(lambda s: s["playing"] == "0" and s["frame"] == "30", "playing stops at the area's end",
+                     timeout=10)
+    finally:
+        app.close()
+
+
+def case_undo_drag(binary):
+    app = App(binary)
+    try:
+        app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "1", "one step")
+        for _ in range(9):
+            app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "10", "ten steps")
+        # Insert keys the shown set ("BoxSize") at frame 10; the set becomes animated.
+        app.key("Insert")
+        s = app.wait_for(lambda s: len(s["keys"].split()) == 2, "Insert adds a key")
+        check(s["timeline_set"] == "BoxSize", "the box set is shown")
+        check(abs(float(s["keys"].split()[1]) - 10 / 99) < 1e-6, "key at frame 10: %r" % s["keys"])
+        check(s["undo"].startswith("Undo Add Key|1"), "undo names the add: %r" % s["undo"])
+        check(s["title"] == "*" + TITLE, "the title marks the change: %r" % s["title"])
+        # Drag the key's marker to frame 40.
+        _, _, _, y = time_line(app)
+        x = int(s["keyx"].split()[1])
+        check(abs(x - frame_x(app, 10)) <= 1, "marker where frame 10 is drawn")
+        target = frame_x(app, 40)
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "mousedown", "1", "mousemove", str(x + 10), str(y),
+                        "sleep", "0.1", "mousemove", str((x + target) // 2), str(y), "sleep", "0.1",
+                        "mousemove", str(target), str(y), "sleep", "0.2", "mouseup", "1"], check=True)
+        s = app.wait_for(lambda s: s["undo"].startswith("Undo Move Keys"), "the drag is one named step")
+        moved = float(s["keys"].split()[1].rstrip("*"))
+        check(abs(moved - 40 / 99) < 1e-6, "key dragged to frame 40: %r" % s["keys"])
+        # Undo from the Edit menu: the key is back at frame 10 and Redo names the move.
+        menu(app, "e", [])
+        s = app.wait_for(lambda s: s["redo"].startswith("Redo Move Keys|1"), "Edit > Undo takes the drag back")
+        check(abs(float(s["keys"].split()[1].rstrip("*")) - 10 / 99) < 1e-6, "key back at 10: %r" % s["keys"])
+        check(s["undo"].startswith("Undo Add Key|1"), "the add is next to undo: %r" % s["undo"])
+        # Redo from the menu (second entry): at frame 40 again, nothing left to redo.
+        menu(app, "e", ["Down"])
+        s = app.wait_for(lambda s: s["redo"] == "Redo|0|0", "Edit > Redo repeats the drag")
+        check(abs(float(s["keys"].split()[1].rstrip("*")) - 40 / 99) < 1e-6, "key at 40 again: %r" % s["keys"])
+        # The key through the clipboard: selected by a click, copied, pasted at frame 60.
+        x = int(s["keyx"].split()[1])
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+        app.wait_for(lambda s: s["keys"].split()[1].endswith("*"), "a click selects the key")
+        app.key("ctrl+c")
+        app.wait_for(lambda s: s["status0"] == "Keys copied: 1", "Ctrl+C copies the selected key")
+        app.key("End")
+        app.wait_for(lambda s: s["frame"] == "99", "to the last frame")
+        for _ in range(39):
+            app.key("Left")
+        app.wait_for(lambda s: s["frame"] == "60", "back to frame 60")
+        app.key("ctrl+v")
+        s = app.wait_for(lambda s: len(s["keys"].split()) == 3, "Ctrl+V pastes the key")
+        check(abs(float(s["keys"].split()[2].rstrip("*")) - 60 / 99) < 1e-6, "pasted at frame 60: %r" % s["keys"])
+        check(s["undo"].startswith("Undo Paste Keys|1"), "one named step: %r" % s["undo"])
+        # Delete on the track removes the selected key (the pasted one is not selected).
+        subprocess.run(["xdotool", "mousemove", str(int(s["keyx"].split()[1])), str(y), "click", "1"], check=True)
+        app.wait_for(lambda s: s["keys"].split()[1].endswith("*"), "the dragged key selected again")
+        subprocess.run(["xdotool", "key", "Delete"], check=True)
+        s = app.wait_for(lambda s: len(s["keys"].split()) == 2, "Delete removes the selected key")
+        check(abs(float(s["keys"].split()[1]) - 60 / 99) < 1e-6, "the pasted key stays: %r" % s["keys"])
+        check(s["undo"].startswith("Undo Delete Keys|1"), "named: %r" % s["undo"])
+        # All four steps undone by the keys: the set holds its constant only and the scene is clean.
+        for _ in range(4):
+            app.key("ctrl+z")
+        s = app.wait_for(lambda s: s["undo"] == "Undo|0|0", "everything undone")
+        check(s["keys"] == "0" and s["title"] == TITLE, "back to the start: %r %r" % (s["keys"], s["title"]))
+    finally:
+        app.close()
+
+
+def case_time_remap(binary):
+    app = App(binary)
+    try:
+        check(app.state()["remap_menu"] == "Use time-remap|1|0", "starts off")
+        menu(app, "a", ["Up"])
+        s = app.wait_for(lambda s: s["remap"] == "1", "Animation > Use time-remap switches the remap on")
+        check(s["remap_menu"] == "Use time-remap|1|1", "the entry shows its check: %r" % s["remap_menu"])
+        menu(app, "a", ["Up"])
+        s = app.wait_for(lambda s: s["remap"] == "0", "and off again")
+        check(s["remap_menu"] == "Use time-remap|1|0", "check cleared: %r" % s["remap_menu"])
+        # The remap curve's keys on the time line: two wheel notches over the set choice.
+        x, y, w, h = [int(v) for v in s["tlw.set"].split()]
+        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
+        app.wait_for(lambda s: s["timeline_set"] == "BoxRotate", "the rotation set")
+        subprocess.run(["xdotool", "click", "5"], check=True)
+        s = app.wait_for(lambda s: s["timeline_set"] == "TimeRemap", "the remap curve")
+        check(s["keys"] == "0 1", "the identity curve's two keys: %r" % s["keys"])
+    finally:
+        app.close()
+
+
+def case_preview_saved(binary):
+    app = App(binary, answers="yes", size="1200x1000")
+    try:
+        s = app.state()
+        check(s["pp.PreviewNormalQuality"] == "128 normal layers" and s["pp.shade"].startswith("folded [+]Shade"),
+              "defaults shown: %r %r" % (s["pp.PreviewNormalQuality"], s["pp.shade"]))
+        # One wheel notch over the slice choice: the next entry.
+        x, y, w, h, shown = [int(v) for v in s["ppw.PreviewNormalQuality"].split()]
+        check(shown == 1, "slice choice on screen")
+        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
+        app.wait_for(lambda s: s["pp.PreviewNormalQuality"] == "192 normal layers", "the wheel picks 192 slices")
+        # Unfold the shading group and switch on the emboss shading.
+        check(s["ppw.PreviewShading"].split()[4] == "0", "the shading group starts folded")
+        x, y, w, h, _ = [int(v) for v in s["ppw.fold"].split()]
+        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
+        s = app.wait_for(lambda s: s["pp.shade"].startswith("open [-]Shade")
+                         and s["ppw.PreviewShading"].split()[4] == "1", "[+]Shade Settings unfolds the group")
+        # The fold button now has the focus: the play keys still reach the clock.
+        app.key("End")
+        app.wait_for(lambda s: s["frame"] == "99", "End with a button focused")
+        app.key("Left")
+        s = app.wait_for(lambda s: s["frame"] == "98", "Left with a button focused")
+        x, y, w, h, _ = [int(v) for v in s["ppw.PreviewShading"].split()]
+        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
+        app.wait_for(lambda s: s["pp.PreviewShading"] == "Emboss Shading", "Emboss Shading chosen")
+        # Type a luminance factor.
+        x, y, w, h, _ = [int(v) for v in s["ppw.PreviewLuminanceFactor"].split()]
+        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
+        subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+        subprocess.run(["xdotool", "type", "2.5"], check=True)
+        subprocess.run(["xdotool", "key", "Return"], check=True)
+        app.wait_for(lambda s: s["pp.PreviewLuminanceFactor"] == "2.5", "typed luminance factor taken")
+        # Quit with Yes: the settings are in the configuration, before the key assignments.
+        app.key("ctrl+q")
+        try:
+            rc = app.proc.wait(20)
+        except subprocess.TimeoutExpired:
+            raise Failure("Yes did not end the program")
+        check(rc == 0, "exit code %d" % rc)
+        with open(os.path.join(app.dir, "KivrelConfigure.txt"), encoding="utf-8") as f:
+            conf = f.read()
+        for line in ("PreviewNormalQuality=5\n", "PreviewShading=1\n", "PreviewType3D=1\n", "PreviewTexFilter=1\n"):
+            check(line in conf, "%r saved in %r" % (line, conf))
+        check("\nPreviewLuminanceFactor=2.5" in conf, "luminance factor saved")
+        check(conf.index("PreviewType3D=") < conf.index("PreviewTexFilter=") < conf.index("-ShortcutBegin"),
+              "preview lines in their order, before the key assignments")
+        # The next start shows what was saved.
+        app.err.close()
+        app2 = App(binary, folder=app.dir, size="1200x1000")
+        try:
+            s = app2.wait_for(lambda s: s["pp.PreviewNormalQuality"] == "192 normal layers",
+                              "the saved slice count is read back")
+            check(s["pp.PreviewShading"] == "Emboss Shading" and s["pp.PreviewLuminanceFactor"] == "2.5",
+                  "shading and luminance read back: %r %r" % (s["pp.PreviewShading"], s["pp.PreviewLuminanceFactor"]))
+        finally:
+            app2.close()
+    finally:
+        app.close()
+
+
+def case_project(binary):
+    # A project named on the command line sets the clock; keys, clock and preview settings are
+    # written back by Save Project and read again by the next start.
+    folder = tempfile.mkdtemp(prefix="tessan-gui-")
+    project = os.path.join(folder, "scene.vsp")
+    with open(project, "w") as f:
+        f.write("DF3MaxFrame=49\nDF3WorkAreaMax=49\nDF3ActiveAreaMax=49\nPreviewNormalQuality=2\n")
+    app = App(binary, answers="yes", args=[project], folder=folder)
+    try:
+        s = app.wait_for(lambda s: s["clock"].startswith("49 "), "the project's scene length is read")
+        check(s["title"] == project + " - Tessan", "titled after the project: %r" % s["title"])
+        check(s["pp.PreviewNormalQuality"] == "64 normal layers", "preview setting read from the project")
+        for _ in range(7):
+            app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "7", "frame 7")
+        app.key("Insert")
+        s = app.wait_for(lambda s: len(s["keys"].split()) == 2, "a key at frame 7")
+        check(s["title"] == "*" + project + " - Tessan", "modified mark: %r" % s["title"])
+        app.key("ctrl+s")
+        s = app.wait_for(lambda s: s["title"] == project + " - Tessan", "saving clears the modified mark")
+        with open(project, encoding="utf-8") as f:
+            text = f.read()
+        check("DF3MaxFrame=49\n" in text and "--TimeRemap\n" in text and "Parameter_TimeRemap\n" in text,
+              "clock and remap curve saved")
+        box = text[text.index("Parameter_BoxSize\n"):]
+        check("itemnum 2\n" in box and "Parameter_BoxRotate\n" in text, "the box sets with their keys saved")
+        check(text.index("DF3MaxFrame=") < text.index("Parameter_BoxSize") < text.index("--GLCanvas")
+              < text.index("PreviewType3D=") and "-ShortcutBegin" not in text, "project block order")
+        app.close(keep=True)
+        app2 = App(binary, answers="yes", args=[project], folder=folder)
+        try:
+            s = app2.wait_for(lambda s: len(s["keys"].split()) == 2, "the keys come back with the project")
+            check(abs(float(s["keys"].split()[1]) - 7 / 49) < 1e-6, "key at frame 7 of 49: %r" % s["keys"])
+            check(s["undo"] == "Undo|0|0" and s["title"] == project + " - Tessan",
+                  "a fresh history after opening: %r %r" % (s["undo"], s["title"]))
+        finally:
+            app2.close()
+    finally:
+        app.close()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -352,6 +667,11 @@ CASES = {
     "navigation": case_navigation,
     "quit_no": case_quit_no,
     "quit_yes": case_quit_yes,
+    "play": case_play,
+    "undo_drag": case_undo_drag,
+    "time_remap": case_time_remap,
+    "preview_saved": case_preview_saved,
+    "project": case_project,
 }
 
 if __name__ == "__main__":

@@ -105,7 +105,7 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
     WriteFileText(dir.File("KivrelConfigure.txt"),
                   "ToolTip=1\nQuit=Ctrl+W\n" + Narrow(block) + "FrameMainViewLayout=1\n");
     Shortcut_cls b;
-    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 10); // every named entry
+    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 23); // every named entry
     EXPECT_EQ(b.GetKey("OpenProject"), L"Ctrl+Shift+P");
     EXPECT_EQ(b.GetKey("ToolTip"), L"F2");
     EXPECT_EQ(b.GetKey("Quit"), L"Ctrl+Q"); // the line outside the block is not a key assignment
@@ -118,8 +118,10 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
 
     // The menu model carries the user's keys after a tab; separators have no label.
     const auto model = b.BuildMenuModel();
-    ASSERT_EQ(model.size(), 3u);
+    ASSERT_EQ(model.size(), 5u);
     EXPECT_EQ(model[0].mStrTitle, L"&File");
+    EXPECT_EQ(model[1].mStrTitle, L"&Edit");
+    EXPECT_EQ(model[3].mStrTitle, L"&Animation");
     bool sawOpen = false, sawRecent = false;
     for (const auto& e : model[0].mvEntries) {
         if (e.miId == kIdOpenProject) {
@@ -133,6 +135,30 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
     }
     EXPECT_TRUE(sawOpen);
     EXPECT_TRUE(sawRecent);
+}
+
+TEST(Shortcut, PlainKeysFindTheirCommands)
+{
+    Shortcut_cls keys;
+    // Every default key is one the toolkit accepts (an unknown name would be dropped silently).
+    for (const auto& r : Shortcut_cls::Records())
+        if (r.mpName[0] != '\0' && r.mpDefault[0] != '\0')
+            EXPECT_FALSE(keys.GetKey(r.mpName).empty()) << r.mpName << " lost its key " << r.mpDefault;
+    // The play keys are plain keys, found by any spelling the toolkit accepts.
+    EXPECT_EQ(keys.FindCommandByKey(L"Space"), kIdPlay);
+    EXPECT_EQ(keys.FindCommandByKey(L"RIGHT"), kIdStepForward);
+    EXPECT_EQ(keys.FindCommandByKey(L"left"), kIdStepBack);
+    EXPECT_EQ(keys.FindCommandByKey(L"Ctrl+Z"), kIdUndo);
+    EXPECT_EQ(keys.FindCommandByKey(L"F7"), 0);
+    EXPECT_EQ(keys.FindCommandByKey(L""), 0);
+    EXPECT_TRUE(Shortcut_cls::IsPlainKey(L"Right"));
+    EXPECT_TRUE(Shortcut_cls::IsPlainKey(L"Space"));
+    EXPECT_FALSE(Shortcut_cls::IsPlainKey(L"Ctrl+Right"));
+    EXPECT_FALSE(Shortcut_cls::IsPlainKey(L""));
+    // A reassigned key follows its command; the old key no longer runs anything.
+    ASSERT_TRUE(keys.SetKey("StepForward", L"Ctrl+Shift+Right"));
+    EXPECT_EQ(keys.FindCommandByKey(L"Right"), 0);
+    EXPECT_EQ(keys.FindCommandByKey(L"ctrl+shift+right"), kIdStepForward);
 }
 
 TEST(ViewCtrl, MouseDragsMoveTheCameraTheExpectedWay)

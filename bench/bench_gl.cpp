@@ -1,0 +1,166 @@
+// Preview drawing speed: a 128^3 frame drawn into an 800x600 off-screen buffer of Mesa's software
+// renderer (OSMesa), camera-facing slices from a 3D texture and the 2D-stack lattice, plus the
+// time to make and fill the textures. Run: build/bin/bench_gl (LP_NUM_THREADS sets llvmpipe's
+// rasteriser threads).
+#include "../tests/gl/OsMesaContext_cls.h"
+
+#include "anim/TimeCtrl_cls.h"
+#include "config/PreviewProperty_cls.h"
+#include "config/TextFormat.h"
+#include "gl/DF3GL_cls.h"
+#include "gl/GuideGL_cls.h"
+#include "gl/TexObjectGL_cls.h"
+#include "volume/DF3SeqCtrl_cls.h"
+#include "volume/DF3Sequence_cls.h"
+#include "volume/DF3_cls.h"
+
+#include <GL/gl.h>
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int kN = 128, kW = 800, kH = 600;
+
+// One loaded 128^3 frame (a soft ball with a little noise) in slot 0 with OpenGL texture jobs.
+struct Scene {
+    OsMesaContext_cls mCContext{kW, kH};
+    TimeCtrl_cls mCClock;
+    DF3SeqCtrl_cls mCCtrl{&mCClock};
+    std::unique_ptr<DF3GL_cls> mpGL;
+    std::string mStrDir;
+    Camera_cls mCCamera;
+
+    Scene()
+    {
+        char dir[] = "/tmp/tessan_bench_gl_XXXXXX";
+        mStrDir = mkdtemp(dir) ? dir : "/tmp";
+        const std::string path = mStrDir + "/ball0000.df3";
+        std::ofstream out(path, std::ios::binary);
+        const unsigned char header[6] = {0, kN, 0, kN, 0, kN};
+        out.write(reinterpret_cast<const char*>(header), 6);
+        std::string body(static_cast<size_t>(kN) * kN * kN, '\0');
+        size_t i = 0;
+        for (int z = 0; z < kN; ++z)
+            for (int y = 0; y < kN; ++y)
+                for (int x = 0; x < kN; ++x, ++i) {
+                    const double d =
+                        std::sqrt((x - 63.5) * (x - 63.5) + (y - 63.5) * (y - 63.5) + (z - 63.5) * (z - 63.5));
+                    const double v =
+                        d >= 50 ? 0.0 : 255.0 * (1.0 - d / 50) * (0.8 + 0.2 * ((x * 7 + y * 13 + z) % 5) / 4);
+                    body[i] = static_cast<char>(static_cast<unsigned char>(v));
+                }
+        out.write(body.data(), static_cast<std::streamsize>(body.size()));
+        out.close();
+        mpGL = std::make_unique<DF3GL_cls>(&mCCtrl.GetSequence(0));
+        mCCtrl.SetTexJobsFactory(DF3GL_cls::MakeTexJobsFactory({mpGL.get(), nullptr, nullptr, nullptr}));
+        DF3GL_cls::InitializeStaticMembers(nullptr, &mCCtrl, nullptr, nullptr);
+        mCCtrl.GetSequence(0).AppendFileSequence(Widen(path), false, 0);
+        mCCamera.SetFixedView(Camera_cls::kViewPerspective, 3.0);
+    }
+    ~Scene()
+    {
+        mCCtrl.GetSequence(0).ClearFileSequence();
+        std::remove((mStrDir + "/ball0000.df3").c_str());
+        rmdir(mStrDir.c_str());
+    }
+    // Brings the frame up in the given mode; false when the textures could not be made.
+    bool Load(bool use3D, unsigned type3D, unsigned textureType)
+    {
+        GetPreviewProperty().SetUse3DTexture(use3D);
+        GetPreviewProperty().ReadStrLine(WStrPrintf("PreviewType3D=%u", type3D));
+        GetPreviewProperty().ReadStrLine(L"PreviewNormalQuality=4"); // 128 slices
+        if (GetPreviewProperty().GetTextureType() != textureType) {
+            GetPreviewProperty().ReadStrLine(WStrPrintf("PreviewTextureType=%u", textureType));
+            mpGL->RequestTextureRebuild();
+        }
+        mCCtrl.IdleProcessesMainEach(0, 0, true, false);
+        const TexObjectGL_cls* tex = mpGL->GetCurrentTexObject();
+        return tex && tex->IsReady();
+    }
+    void Draw()
+    {
+        GuideGL_cls::Clear(0, 0, 0);
+        GuideGL_cls::LoadCamera(mCCamera, kW, kH);
+        mpGL->DrawData();
+        glFinish();
+    }
+};
+
+Scene& GetScene()
+{
+    static Scene scene;
+    return scene;
+}
+
+void RunDraw(benchmark::State& state, bool use3D, unsigned type3D, unsigned textureType)
+{
+    Scene& scene = GetScene();
+    if (!scene.mCContext.IsValid() || !scene.Load(use3D, type3D, textureType)) {
+        state.SkipWithError("no OSMesa context or textures");
+        return;
+    }
+    for (auto _ : state)
+        scene.Draw();
+    // Real time: llvmpipe draws on its own threads, so the caller's CPU time says little.
+    state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+void BM_Draw3DCameraFacing128_Alpha(benchmark::State& state)
+{
+    RunDraw(state, true, 1, 0);
+}
+void BM_Draw3DCameraFacing128_RGBA(benchmark::State& state)
+{
+    RunDraw(state, true, 1, 2);
+}
+void BM_Draw3DLattice_Alpha(benchmark::State& state)
+{
+    RunDraw(state, true, 0, 0);
+}
+void BM_Draw2DStacks_Alpha(benchmark::State& state)
+{
+    RunDraw(state, false, 0, 0);
+}
+
+// Making and filling the textures of the frame from scratch (voxels already in memory).
+void RunTextures(benchmark::State& state, bool use3D, unsigned textureType)
+{
+    Scene& scene = GetScene();
+    if (!scene.mCContext.IsValid() || !scene.Load(use3D, 0, textureType)) {
+        state.SkipWithError("no OSMesa context or textures");
+        return;
+    }
+    for (auto _ : state) {
+        if (!scene.mpGL->GenerateTexObjects(true, true) || !scene.mpGL->BindTexObjects(true))
+            state.SkipWithError("texture job failed");
+        glFinish();
+    }
+    state.SetBytesProcessed(state.iterations() * int64_t(kN) * kN * kN);
+}
+void BM_Textures3D_RGBA(benchmark::State& state)
+{
+    RunTextures(state, true, 2);
+}
+void BM_Textures2D_Alpha(benchmark::State& state)
+{
+    RunTextures(state, false, 0);
+}
+
+} // namespace
+
+BENCHMARK(BM_Draw3DCameraFacing128_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
+BENCHMARK(BM_Draw3DCameraFacing128_RGBA)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
+BENCHMARK(BM_Draw3DLattice_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
+BENCHMARK(BM_Draw2DStacks_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
+BENCHMARK(BM_Textures3D_RGBA)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Textures2D_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_MAIN();

@@ -1,0 +1,353 @@
+#include "gl/TexObjectGL_cls.h"
+
+#include "config/PreviewProperty_cls.h"
+#include "config/Translate.h"
+#include "gl/DF3GL_cls.h"
+#include "gl/ThreadMappingByCPU.h"
+#include "volume/DF3_cls.h"
+
+#include <algorithm>
+#include <cstring>
+
+#ifndef GL_CLAMP_TO_EDGE
+#define GL_CLAMP_TO_EDGE 0x812F
+#endif
+
+namespace
+{
+
+struct TexFormat {
+    GLint iInternal;
+    GLenum uFormat;
+};
+
+TexFormat FormatOf(unsigned type)
+{
+    switch (type) {
+    case PreviewProperty_cls::kTexLuminanceAlpha:
+        return {GL_LUMINANCE8_ALPHA8, GL_LUMINANCE_ALPHA};
+    case PreviewProperty_cls::kTexRGBA:
+        return {GL_RGBA8, GL_RGBA};
+    default:
+        return {GL_ALPHA8, GL_ALPHA};
+    }
+}
+
+void SetTexParameters(GLenum target)
+{
+    const GLint filter = DF3GL_cls::GetGLTexFilter();
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, filter);
+    // Clamping keeps the linear filter from blending the far edge into the near one.
+    glTexParameteri(target, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(target, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    if (target == GL_TEXTURE_3D)
+        glTexParameteri(target, GL_TEXTURE_WRAP_R, GL_CLAMP_TO_EDGE);
+}
+
+// Byte rows of any width: the slices are rarely a multiple of 4 wide.
+class ScopedUnpackAlignment
+{
+  public:
+    ScopedUnpackAlignment()
+    {
+        glGetIntegerv(GL_UNPACK_ALIGNMENT, &miOld);
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    }
+    ~ScopedUnpackAlignment() { glPixelStorei(GL_UNPACK_ALIGNMENT, miOld); }
+
+  private:
+    GLint miOld = 4;
+};
+
+// Texels per 3D bind unit: about a megabyte of densities, so one unit stays well inside the
+// 25 ms budget of an idle pass even with colour baking.
+constexpr uint64_t kSlabTexels = 1u << 20;
+
+} // namespace
+
+// --- construction -----------------------------------------------------------------------------
+
+TexObjectGL_cls::TexObjectGL_cls(DF3GL_cls* owner) : mpOwner(owner)
+{
+}
+
+TexObjectGL_cls::~TexObjectGL_cls()
+{
+    FreeTextures();
+}
+
+void TexObjectGL_cls::FreeTextures()
+{
+    for (auto& names : mvTex2D) {
+        if (!names.empty())
+            glDeleteTextures(static_cast<GLsizei>(names.size()), names.data());
+        names.clear();
+    }
+    if (muTex3D != 0)
+        glDeleteTextures(1, &muTex3D);
+    muTex3D = 0;
+    muBytes = 0;
+}
+
+bool TexObjectGL_cls::Fail(const char* text)
+{
+    mStrError = TrW(text);
+    FreeTextures();
+    return false;
+}
+
+// --- jobs -------------------------------------------------------------------------------------
+
+bool TexObjectGL_cls::StartGenerate(DF3_cls& frame, uint32_t& total)
+{
+    mStrError.clear();
+    if (!frame.IsAllocated())
+        return false;
+    for (int a = 0; a < 3; ++a)
+        mvSize[a] = frame.GetCurrSize(a);
+    if (mvSize[0] == 0 || mvSize[1] == 0 || mvSize[2] == 0)
+        return false;
+    FreeTextures();
+    const PreviewProperty_cls& preview = GetPreviewProperty();
+    Set3DTexture(preview.Is3DTexture());
+    muTextureType = preview.GetTextureType();
+    if (muTextureType > PreviewProperty_cls::kTexRGBA)
+        muTextureType = PreviewProperty_cls::kTexAlpha;
+    GLint maxSize = 0;
+    if (Is3DTexture()) {
+        glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &maxSize);
+        total = 1;
+    } else {
+        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSize);
+        total = 3;
+    }
+    // Without a context nothing reports a size: nothing can be made either.
+    if (maxSize <= 0)
+        return Fail("No OpenGL context");
+    if (mvSize[0] > static_cast<uint32_t>(maxSize) || mvSize[1] > static_cast<uint32_t>(maxSize) ||
+        mvSize[2] > static_cast<uint32_t>(maxSize))
+        return Fail("The volume is larger than the largest texture of this OpenGL driver");
+    return true;
+}
+
+bool TexObjectGL_cls::GenerateUnit(DF3_cls& /*frame*/, uint32_t unit)
+{
+    const TexFormat fmt = FormatOf(muTextureType);
+    const uint64_t texelBytes = BytesPerTexel(muTextureType);
+    while (glGetError() != GL_NO_ERROR) {
+    }
+    if (Is3DTexture()) {
+        glGenTextures(1, &muTex3D);
+        glBindTexture(GL_TEXTURE_3D, muTex3D);
+        SetTexParameters(GL_TEXTURE_3D);
+        glTexImage3D(GL_TEXTURE_3D, 0, fmt.iInternal, mvSize[0], mvSize[1], mvSize[2], 0, fmt.uFormat, GL_UNSIGNED_BYTE,
+                     nullptr);
+        glBindTexture(GL_TEXTURE_3D, 0);
+        muBytes = texelBytes * mvSize[0] * mvSize[1] * mvSize[2];
+    } else {
+        const int axis = static_cast<int>(unit);
+        const uint32_t n = mvSize[axis];
+        const uint32_t s = mvSize[AxisXYZSTU_cls::GetAxisS(axis)], t = mvSize[AxisXYZSTU_cls::GetAxisT(axis)];
+        mvTex2D[axis].assign(n, 0);
+        glGenTextures(static_cast<GLsizei>(n), mvTex2D[axis].data());
+        for (GLuint name : mvTex2D[axis]) {
+            glBindTexture(GL_TEXTURE_2D, name);
+            SetTexParameters(GL_TEXTURE_2D);
+            glTexImage2D(GL_TEXTURE_2D, 0, fmt.iInternal, s, t, 0, fmt.uFormat, GL_UNSIGNED_BYTE, nullptr);
+        }
+        glBindTexture(GL_TEXTURE_2D, 0);
+        muBytes += texelBytes * n * s * t;
+    }
+    if (glGetError() != GL_NO_ERROR)
+        return Fail("Not enough texture memory");
+    return true;
+}
+
+bool TexObjectGL_cls::StartBind(DF3_cls& frame, uint32_t& total)
+{
+    if (!frame.IsAllocated())
+        return false;
+    for (int a = 0; a < 3; ++a)
+        if (frame.GetCurrSize(a) != mvSize[a])
+            return false; // the frame changed size since generation: generate again first
+    mpDensity = frame.GetProcessedData() ? frame.GetProcessedData() : frame.GetXYZData();
+    if (!mpDensity)
+        return false;
+    mpColour = mpDensity;
+    miThreads = 1;
+    if (mpOwner) {
+        mpOwner->BuildColourTable(mCTable);
+        if (const DF3_cls* plane = mpOwner->GetColourPlaneFrame(frame)) {
+            const uint8_t* c = plane->GetProcessedData() ? plane->GetProcessedData() : plane->GetXYZData();
+            if (c && c != mpDensity)
+                mpColour = c;
+        }
+        miThreads = mpOwner->GetThreadNum();
+    } else {
+        mCTable.Build(DF3GL_cls::GetColoring(), 0, 0, true);
+    }
+    // The axis copies are made from the voxels as read; they serve only while processing left
+    // the voxels unchanged (one comparison instead of a gather per slice).
+    mbUseAxisCopies = false;
+    if (!Is3DTexture() && frame.IsAllocatedXY() && frame.IsXYConstructFinished() && frame.GetAxisData(0) &&
+        frame.GetAxisData(1))
+        mbUseAxisCopies = mpDensity == frame.GetXYZData() ||
+                          std::memcmp(mpDensity, frame.GetXYZData(), frame.GetCurrentTotalSize()) == 0;
+    if (Is3DTexture()) {
+        const uint32_t depth = SlabDepth();
+        total = (mvSize[2] + depth - 1) / depth;
+    } else {
+        total = mvSize[0] + mvSize[1] + mvSize[2];
+    }
+    return true;
+}
+
+uint32_t TexObjectGL_cls::SlabDepth() const
+{
+    const uint64_t plane = static_cast<uint64_t>(mvSize[0]) * mvSize[1];
+    return static_cast<uint32_t>(std::clamp<uint64_t>(kSlabTexels / std::max<uint64_t>(plane, 1), 1, mvSize[2]));
+}
+
+bool TexObjectGL_cls::BindUnit(DF3_cls& frame, uint32_t unit)
+{
+    const TexFormat fmt = FormatOf(muTextureType);
+    ScopedUnpackAlignment alignment;
+    while (glGetError() != GL_NO_ERROR) {
+    }
+    if (Is3DTexture()) {
+        if (muTex3D == 0) {
+            mStrError = TrW("No texture to fill");
+            return false;
+        }
+        const uint32_t depth = SlabDepth();
+        const uint32_t z0 = unit * depth;
+        const uint32_t z1 = std::min(mvSize[2], z0 + depth);
+        const size_t plane = static_cast<size_t>(mvSize[0]) * mvSize[1];
+        const size_t offset = plane * z0, count = plane * (z1 - z0);
+        const uint8_t* texels = mpDensity + offset;
+        if (muTextureType != PreviewProperty_cls::kTexAlpha) {
+            MakeTexels(muTextureType, mpDensity + offset, mpColour + offset, count, mCTable, miThreads, mvTexels);
+            texels = mvTexels.data();
+        }
+        glBindTexture(GL_TEXTURE_3D, muTex3D);
+        glTexSubImage3D(GL_TEXTURE_3D, 0, 0, 0, static_cast<GLint>(z0), mvSize[0], mvSize[1], z1 - z0, fmt.uFormat,
+                        GL_UNSIGNED_BYTE, texels);
+        glBindTexture(GL_TEXTURE_3D, 0);
+    } else {
+        int axis = 0;
+        uint32_t slice = unit;
+        while (axis < 2 && slice >= mvSize[axis]) {
+            slice -= mvSize[axis];
+            ++axis;
+        }
+        if (slice >= mvTex2D[axis].size())
+            return false;
+        const uint32_t size[3] = {mvSize[0], mvSize[1], mvSize[2]};
+        const uint8_t* copy = (mbUseAxisCopies && axis < 2) ? frame.GetAxisData(axis) : nullptr;
+        const uint8_t* density = GetSlice(mpDensity, size, axis, slice, copy, mvScratch);
+        const uint8_t* colour = density;
+        if (mpColour != mpDensity)
+            colour = GetSlice(mpColour, size, axis, slice, nullptr, mvColourScratch);
+        const uint32_t s = mvSize[AxisXYZSTU_cls::GetAxisS(axis)], t = mvSize[AxisXYZSTU_cls::GetAxisT(axis)];
+        const uint8_t* texels = density;
+        if (muTextureType != PreviewProperty_cls::kTexAlpha) {
+            MakeTexels(muTextureType, density, colour, static_cast<size_t>(s) * t, mCTable, miThreads, mvTexels);
+            texels = mvTexels.data();
+        }
+        glBindTexture(GL_TEXTURE_2D, mvTex2D[axis][slice]);
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, s, t, fmt.uFormat, GL_UNSIGNED_BYTE, texels);
+        glBindTexture(GL_TEXTURE_2D, 0);
+    }
+    if (glGetError() != GL_NO_ERROR) {
+        // The textures stay: a later bind job may fill them yet.
+        mStrError = TrW("Texture upload failed");
+        return false;
+    }
+    if (unit + 1 == (Is3DTexture() ? (mvSize[2] + SlabDepth() - 1) / SlabDepth() : mvSize[0] + mvSize[1] + mvSize[2])) {
+        ++muContentSerial;
+        // The work buffers are as large as a slice or slab; no need to keep them between jobs.
+        std::vector<uint8_t>().swap(mvTexels);
+        std::vector<uint8_t>().swap(mvScratch);
+        std::vector<uint8_t>().swap(mvColourScratch);
+    }
+    return true;
+}
+
+bool TexObjectGL_cls::StartDelete(bool /*isCurrent*/, uint32_t& total)
+{
+    total = 1;
+    return true;
+}
+
+bool TexObjectGL_cls::DeleteUnit(bool /*isCurrent*/, uint32_t /*unit*/)
+{
+    FreeTextures();
+    return true;
+}
+
+// --- texels -----------------------------------------------------------------------------------
+
+unsigned TexObjectGL_cls::BytesPerTexel(unsigned textureType)
+{
+    switch (textureType) {
+    case PreviewProperty_cls::kTexLuminanceAlpha:
+        return 2;
+    case PreviewProperty_cls::kTexRGBA:
+        return 4;
+    default:
+        return 1;
+    }
+}
+
+void TexObjectGL_cls::MakeTexels(unsigned textureType, const uint8_t* density, const uint8_t* colour, size_t count,
+                                 const ColorTable_cls& table, int threads, std::vector<uint8_t>& out)
+{
+    out.resize(count * BytesPerTexel(textureType));
+    switch (textureType) {
+    case PreviewProperty_cls::kTexLuminanceAlpha:
+        for (size_t i = 0; i < count; ++i) {
+            out[2 * i] = colour[i];
+            out[2 * i + 1] = density[i];
+        }
+        break;
+    case PreviewProperty_cls::kTexRGBA:
+        ThreadMappingByCPU::MapAll(nullptr, out.data(), density, colour, count, table.GetData().data(), threads);
+        break;
+    default:
+        std::memcpy(out.data(), density, count);
+        break;
+    }
+}
+
+const uint8_t* TexObjectGL_cls::GetSlice(const uint8_t* data, const uint32_t size[3], int axis, uint32_t i,
+                                         const uint8_t* axisCopy, std::vector<uint8_t>& scratch)
+{
+    const size_t X = size[0], Y = size[1], Z = size[2];
+    if (axis == AxisXYZSTU_cls::AXIS_Z)
+        return data + i * X * Y;
+    if (axis == AxisXYZSTU_cls::AXIS_Y) {
+        // S = x, T = z: row t is the source row (y = i, z = t).
+        if (axisCopy)
+            return axisCopy + i * X * Z;
+        scratch.resize(X * Z);
+        for (size_t t = 0; t < Z; ++t)
+            std::memcpy(scratch.data() + t * X, data + (i + t * Y) * X, X);
+        return scratch.data();
+    }
+    // S = y, T = z: a gather with stride X.
+    if (axisCopy)
+        return axisCopy + i * Y * Z;
+    scratch.resize(Y * Z);
+    for (size_t t = 0; t < Z; ++t)
+        for (size_t s = 0; s < Y; ++s)
+            scratch[t * Y + s] = data[(s + t * Y) * X + i];
+    return scratch.data();
+}
+
+GLuint TexObjectGL_cls::GetTexture2D(int axis, int slice) const
+{
+    if (axis < 0 || axis > 2 || slice < 0 || static_cast<size_t>(slice) >= mvTex2D[axis].size())
+        return 0;
+    return mvTex2D[axis][static_cast<size_t>(slice)];
+}
