@@ -1,44 +1,56 @@
 // tessan-cli iso: isosurface of a DF3 volume, with counts and stage times, as mesh2 and/or OBJ.
 #include "cli/CliArgs_cls.h"
 #include "cli/CliCommand.h"
+#include "cli/CliFilterOptions_cls.h"
 #include "config/Preference_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
+#include "filter/FilterCtrl_cls.h"
+#include "filter/PovVolume_cls.h"
 #include "iso/MarchingCube_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdio>
+#include <memory>
+#include <set>
 #include <string>
 #include <sys/stat.h>
+#include <vector>
 
 namespace
 {
 
-const char kUsage[] =
-    "Usage: tessan-cli iso IN.df3 --level L [--obj OUT.obj] [--mesh2 OUT.pov] [--name NAME] [--threads N]\n"
-    "Extract the isosurface of a DF3 volume by marching cubes and report its size.\n"
-    "\n"
-    "Voxels at or below the byte level trunc(255*L) count as inside. The surface is welded\n"
-    "inside blocks while it is marched and then across blocks; the report gives the triangle\n"
-    "count, the vertex counts unshared, block-welded and fully welded, and the time of each\n"
-    "stage in milliseconds.\n"
-    "\n"
-    "  --level L      surface level, a number from 0 to 1 (required)\n"
-    "  --obj OUT      write the welded surface as Wavefront OBJ\n"
-    "  --mesh2 OUT    write it as a POV-Ray mesh2 declaration ISOSURF_<NAME>\n"
-    "  --name NAME    object name in the mesh2 file: letters, digits and '_'\n"
-    "                 (default: Isosurface)\n"
-    "  --threads N    worker threads, 1 to 16 (default: ThreadNumFilter=, the number of cores)\n"
-    "  --help         display this help and exit\n"
-    "  --version      output version information and exit\n"
-    "\n"
-    "Output files are never overwritten: an existing OUT stops the command before any work.\n"
-    "Exit status: 0 on success, 1 if the input cannot be read or an output cannot be written,\n"
-    "2 on usage errors.\n";
+const std::string kUsage =
+    std::string("Usage: tessan-cli iso IN.df3 --level L [--obj OUT.obj] [--mesh2 OUT.pov] [--name NAME] [--threads N]\n"
+                "                      [FILTER]...\n"
+                "Extract the isosurface of a DF3 volume by marching cubes and report its size.\n"
+                "\n"
+                "Voxels at or below the byte level trunc(255*L) count as inside. The surface is welded\n"
+                "inside blocks while it is marched and then across blocks; the report gives the triangle\n"
+                "count, the vertex counts unshared, block-welded and fully welded, and the time of each\n"
+                "stage in milliseconds.\n"
+                "\n"
+                "  --level L      surface level, a number from 0 to 1 (required)\n"
+                "  --obj OUT      write the welded surface as Wavefront OBJ\n"
+                "  --mesh2 OUT    write it as a POV-Ray mesh2 declaration ISOSURF_<NAME>\n"
+                "  --name NAME    object name in the mesh2 file: letters, digits and '_'\n"
+                "                 (default: Isosurface)\n"
+                "  --threads N    worker threads, 1 to 16 (default: ThreadNumFilter=, the number of cores)\n"
+                "  --help         display this help and exit\n"
+                "  --version      output version information and exit\n"
+                "\n"
+                "Output files are never overwritten: an existing OUT stops the command before any work.\n"
+                "Exit status: 0 on success, 1 if the input cannot be read or an output cannot be written,\n"
+                "2 on usage errors.\n"
+                "\n"
+                "The surface is extracted from the data after the FILTER options, run in the order given\n"
+                "through a filter chain as by 'tessan-cli process'.\n") +
+    CliFilterOptions_cls::HelpText();
 
 int Usage(const std::string& text)
 {
@@ -98,9 +110,24 @@ double MsSince(std::chrono::steady_clock::time_point t0)
 
 int RunIso(const std::vector<std::string>& args)
 {
-    CliArgs_cls parsed(args, {"level", "obj", "mesh2", "name", "threads"}, {});
+    // "--filters" ends the command's own options: what follows are filter options as for
+    // 'tessan-cli process' (its "--level" is the level-and-gamma filter, not the surface level).
+    const auto split = std::find(args.begin(), args.end(), std::string("--filters"));
+    const std::vector<std::string> own(args.begin(), split);
+    const std::vector<std::string> filterArgs(split == args.end() ? split : split + 1, args.end());
+    CliArgs_cls parsed(own, {"level", "obj", "mesh2", "name", "threads"}, {});
     if (!parsed.Error().empty())
         return Usage(parsed.Error());
+    CliArgs_cls filterParsed(filterArgs, CliFilterOptions_cls::OptionNames(), {});
+    if (!filterParsed.Error().empty())
+        return Usage(filterParsed.Error() + " after --filters");
+    if (!filterParsed.Operands().empty())
+        return Usage("'" + filterParsed.Operands()[0] + "' after --filters is not a filter option");
+    CliFilterOptions_cls filters;
+    if (!filters.Parse(filterParsed.Ordered()))
+        return Usage(filters.Error());
+    if (split != args.end() && filters.GetFilterNumber() == 0)
+        return Usage("no filter after --filters");
     if (parsed.Operands().size() != 1)
         return Usage(parsed.Operands().empty() ? "missing IN.df3 operand" : "only one input file is allowed");
     for (const char* once : {"level", "obj", "mesh2", "name", "threads"})
@@ -146,13 +173,26 @@ int RunIso(const std::vector<std::string>& args)
         return 1;
     }
     const double readMs = MsSince(t0);
+    // The filters run through the slot's chain; the volume item hands their result to the frame.
+    const unsigned char* data = frame.GetXYZData();
+    std::vector<int> positions;
+    double filterMs = 0.0;
+    if (filters.GetFilterNumber() > 0) {
+        FilterCtrl_cls& chain = seq.GetFilterCtrl();
+        positions = filters.AppendTo(chain);
+        chain.AddToList(-1, std::make_unique<PovVolume_cls>(&chain));
+        t0 = std::chrono::steady_clock::now();
+        frame.ProcessXYZData();
+        filterMs = MsSince(t0);
+        data = frame.GetProcessedData();
+    }
     const int nx = static_cast<int>(frame.GetCurrSize(0)), ny = static_cast<int>(frame.GetCurrSize(1)),
               nz = static_cast<int>(frame.GetCurrSize(2));
 
     // Only the counts of the block stage are reported, so its lists are not kept.
     MarchingCube_cls mc;
     t0 = std::chrono::steady_clock::now();
-    if (!mc.ThreadControlMain(frame.GetXYZData(), nx, ny, nz, static_cast<float>(level),
+    if (!mc.ThreadControlMain(data, nx, ny, nz, static_cast<float>(level),
                               MarchingCube_cls::kFlagNormals | MarchingCube_cls::kFlagWeldInBlock |
                                   MarchingCube_cls::kFlagWeldCountOnly)) {
         std::fprintf(stderr, "tessan-cli iso: %s: a volume needs at least 2 voxels along each axis\n", inPath.c_str());
@@ -172,6 +212,14 @@ int RunIso(const std::vector<std::string>& args)
     std::printf("vertices fully welded: %zu\n", mc.GetVertexNumberOptFull());
     std::printf("blocks marched: %d of %d\n", mc.GetMarchedBlockNumber(), MarchingCube_cls::kBlockNum);
     std::printf("%s", StrPrintf("time read: %.1f ms\n", readMs).c_str());
+    for (int i = 0; i < filters.GetFilterNumber(); ++i)
+        std::printf(
+            "%s", StrPrintf("time filter %s: %.1f ms\n", filters.GetDescription(i).c_str(),
+                            1000.0 * seq.GetFilterCtrl()
+                                         .GetLastItemSeconds()[static_cast<size_t>(positions[static_cast<size_t>(i)])])
+                      .c_str());
+    if (filters.GetFilterNumber() > 0)
+        std::printf("%s", StrPrintf("time filters: %.1f ms\n", filterMs).c_str());
     std::printf("%s", StrPrintf("time extract: %.1f ms\n", extractMs).c_str());
     std::printf("%s", StrPrintf("time weld-full: %.1f ms\n", weldMs).c_str());
     std::fflush(stdout);
@@ -205,4 +253,4 @@ int RunIso(const std::vector<std::string>& args)
 
 } // namespace
 
-TESSAN_CLI_COMMAND(iso, "iso", "extract an isosurface and write it as mesh2 or OBJ", kUsage, RunIso);
+TESSAN_CLI_COMMAND(iso, "iso", "extract an isosurface and write it as mesh2 or OBJ", kUsage.c_str(), RunIso);

@@ -36,14 +36,27 @@ void StepSlices(float* to, const float* from, const unsigned int* sizes, float s
             const size_t dym = y > 0 ? X : 0, dyp = y + 1 < Y ? X : 0;
             const float* row = from + z * XY + y * X;
             float* dst = to + z * XY + y * X;
-            for (size_t x = 0; x < X; ++x) {
+            const float* ym = row - dym;
+            const float* yp = row + dyp;
+            const float* zm = row - dzm;
+            const float* zp = row + dzp;
+            // One voxel; xm and xp are its x neighbours (the voxel itself at the row's ends).
+            auto step = [&](size_t x, float xm, float xp) {
                 const float c = row[x];
-                const float xm = x > 0 ? row[x - 1] : c, xp = x + 1 < X ? row[x + 1] : c;
-                const float ym = (row - dym)[x], yp = (row + dyp)[x], zm = (row - dzm)[x], zp = (row + dzp)[x];
-                const float lap = ((xm + xp) + (ym + yp)) + (zm + zp) - 6.0f * c;
+                const float lap = ((xm + xp) + (ym[x] + yp[x])) + (zm[x] + zp[x]) - 6.0f * c;
                 const float v = c - s * lap;
                 dst[x] = v < 0.0f ? 0.0f : (v > 255.0f ? 255.0f : v);
+            };
+            if (X == 1) {
+                step(0, row[0], row[0]);
+                continue;
             }
+            step(0, row[0], row[1]);
+            // The interior has no branches, so the compiler turns it into vector code; the
+            // arithmetic per voxel is the same as at the ends.
+            for (size_t x = 1; x + 1 < X; ++x)
+                step(x, row[x - 1], row[x + 1]);
+            step(X - 1, row[X - 2], row[X - 1]);
         }
     }
 }
@@ -69,9 +82,19 @@ bool InvDiffuse_cls::ProcessXYZData(unsigned char* out, const unsigned char* in,
             std::memcpy(out, in, n);
         return mCData.IsValid();
     }
-    std::unique_ptr<float[]> from = AllocateFloats(n, msuAllocLimit);
-    std::unique_ptr<float[]> to = from ? AllocateFloats(n, msuAllocLimit) : nullptr;
-    if (!from || !to) {
+    // The two float volumes are kept between frames of the same size (first touches of fresh
+    // pages cost more than a step).
+    if (muAllocated != n || !mpFrom || !mpTo) {
+        mpFrom.reset();
+        mpTo.reset();
+        muAllocated = 0;
+        mpFrom = AllocateFloats(n, msuAllocLimit);
+        mpTo = mpFrom ? AllocateFloats(n, msuAllocLimit) : nullptr;
+        if (mpFrom && mpTo)
+            muAllocated = n;
+    }
+    if (!mpFrom || !mpTo) {
+        mpFrom.reset();
         GetUserPrompt()->Message(TrW("Memory Allocation for temporal buffer *pFrom fails. Ingnore InvDiffuse"),
                                  TrW("Allocation Error"));
         if (out != in)
@@ -81,8 +104,8 @@ bool InvDiffuse_cls::ProcessXYZData(unsigned char* out, const unsigned char* in,
     GbGLLockForMultithread = true;
     mCThreadCtrl.InitializeThreadCtrl();
     const float s = mCData.mfStrength.Get();
-    float* pFrom = from.get();
-    float* pTo = to.get();
+    float* pFrom = mpFrom.get();
+    float* pTo = mpTo.get();
     mCThreadCtrl.RunRanges(n, [&](size_t b, size_t e) {
         for (size_t i = b; i < e; ++i)
             pFrom[i] = static_cast<float>(in[i]);

@@ -5,6 +5,7 @@
 #include "filter/MultiThreadCtrl_cls.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 /// The inverse-diffusion filter (chain type 7, "Inverse Diffuse"). One step maps every voxel
@@ -43,4 +44,7 @@ class InvDiffuse_cls : public FilterBase_cls
     static inline size_t msuAllocLimit = 0;
     InvDiffuseData_cls mCData;
     MultiThreadCtrl_cls mCThreadCtrl;
+    /// The temporary volumes (*pFrom and *pTo of a step), kept while the frame size stays.
+    std::unique_ptr<float[]> mpFrom, mpTo;
+    size_t muAllocated = 0;
 };

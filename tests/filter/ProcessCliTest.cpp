@@ -100,6 +100,31 @@ TEST(ProcessCli, NeverOverwritesAndRejectsBadOptions)
     EXPECT_FALSE(std::filesystem::exists(dir.File("new.df3")));
 }
 
+TEST(IsoCli, FilterOptionsRunBeforeTheExtraction)
+{
+    TempDir dir;
+    const TestVolume t = RandomVolume(24, 20, 18, 77);
+    WriteFileBytes(dir.File("in.df3"), Df3Bytes(t));
+    const std::string filters = " --blur 2 --level 0,1,0,1,0.8,0";
+    RunResult r = RunCli("process " + dir.File("in.df3") + " " + dir.File("pre.df3") + filters);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const RunResult direct = RunCli("iso " + dir.File("pre.df3") + " --level 0.5 --obj " + dir.File("a.obj"));
+    ASSERT_EQ(direct.exitCode, 0) << direct.err;
+    const RunResult chained =
+        RunCli("iso " + dir.File("in.df3") + " --level 0.5 --obj " + dir.File("b.obj") + " --filters" + filters);
+    ASSERT_EQ(chained.exitCode, 0) << chained.err;
+    EXPECT_NE(chained.out.find("time filter blur 2:"), std::string::npos) << chained.out;
+    EXPECT_EQ(ReadFileText(dir.File("a.obj")), ReadFileText(dir.File("b.obj")))
+        << "the same surface as from the filtered file";
+    const RunResult raw = RunCli("iso " + dir.File("in.df3") + " --level 0.5 --obj " + dir.File("c.obj"));
+    EXPECT_NE(ReadFileText(dir.File("c.obj")), ReadFileText(dir.File("b.obj"))) << "the filters did something";
+    for (const std::string bad :
+         {" --filters --morph grow", " --filters", " --filters --obj x.obj", " --blur 2", " --filters 2"}) {
+        r = RunCli("iso " + dir.File("in.df3") + " --level 0.5" + bad);
+        EXPECT_EQ(r.exitCode, 2) << bad;
+    }
+}
+
 TEST(SlotChain, FrameProcessingAndExportGoThroughTheChainAndReprocessOnChange)
 {
     TempDir dir;
