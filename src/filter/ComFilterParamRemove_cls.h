@@ -25,6 +25,8 @@ class ComFilterParamRemove_cls : public CommandItem_cls
     ComFilterParamRemove_cls(FilterCtrl_cls* chain, int position, std::shared_ptr<Holder> holder, bool insert);
     /// Does nothing when the chain is gone or the item is not where expected. Never chains.
     bool Execute(bool undo) override;
+    /// "Remove Filter" in the Edit menu.
+    const char* GetName() const override { return "Remove Filter"; }
 
     /// The redo/undo pair that removes item `position` of `chain`.
     static std::pair<std::unique_ptr<CommandItem_cls>, std::unique_ptr<CommandItem_cls>>
@@ -46,6 +48,8 @@ template <class Item> class ComFilterParamAdd_cls : public ComFilterParamRemove_
         : ComFilterParamRemove_cls(chain, position, std::move(holder), insert)
     {
     }
+    /// "Add Filter" in the Edit menu.
+    const char* GetName() const override { return "Add Filter"; }
 };
 
 class PovIsosurface_cls;

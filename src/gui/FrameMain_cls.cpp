@@ -13,6 +13,7 @@
 #include "config/TessanAssert.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
+#include "filter/FilterCtrl_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
@@ -27,6 +28,7 @@
 #include "gui/WxUserPrompt_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
+#include "volume/DF3_cls.h"
 
 #include <wx/accel.h>
 #include <wx/button.h>
@@ -63,6 +65,9 @@ namespace
 {
 
 constexpr int kIdFixedViewFirst = 6300; // + Camera_cls::FixedView
+// "Add item" entries: kIdFilterAddFirst + position in the chain's menu table.
+constexpr int kIdFilterAddFirst = 6400;
+constexpr int kIdFilterAddLast = 6499;
 constexpr const wchar_t* kConfigureName = L"KivrelConfigure.txt";
 
 bool IsConfigureFile(const std::wstring& path)
@@ -115,6 +120,7 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame)
     EVT_MENU(kIdToolTip, FrameMain_cls::OnToolTip)
     EVT_MENU(kIdAbout, FrameMain_cls::OnAbout)
     EVT_MENU(kIdUndo, FrameMain_cls::OnUndo)
+    EVT_MENU_RANGE(kIdFilterAddFirst, kIdFilterAddLast, FrameMain_cls::OnFilterAdd)
     EVT_MENU(kIdRedo, FrameMain_cls::OnRedo)
     EVT_MENU(kIdAddKey, FrameMain_cls::OnKeyCommand)
     EVT_MENU(kIdDeleteKeys, FrameMain_cls::OnKeyCommand)
@@ -291,6 +297,7 @@ void FrameMain_cls::RunStartupThreads()
     TESSAN_ASSERT(done02, "app/FrameMain_cls");
     auto* menuBar = new wxMenuBar;
     mpRecentMenu = Shortcut_cls::SetMenuItem(menuBar, mCStartup.mvMenuModel);
+    AppendFilterMenu(menuBar);
     SetMenuBar(menuBar);
 }
 
@@ -1082,11 +1089,77 @@ void FrameMain_cls::OnSashMoved(wxSplitterEvent& event)
 void FrameMain_cls::OnUndo(wxCommandEvent&)
 {
     GetUndoManager().UndoCurrent();
+    OnFilterChainChanged();
+}
+
+void FrameMain_cls::AppendFilterMenu(wxMenuBar* bar)
+{
+    // Built from the chain's own table so that the menu and the chain never disagree; groups
+    // become submenus in the order they first appear. It goes before Help, which stays last.
+    auto* menu = new wxMenu;
+    std::vector<std::pair<std::string, wxMenu*>> groups;
+    const std::vector<FilterCtrl_cls::MenuEntry>& entries = FilterCtrl_cls::GetMenuEntries();
+    TESSAN_ASSERT(static_cast<int>(entries.size()) <= kIdFilterAddLast - kIdFilterAddFirst + 1, "app/FrameMain_cls");
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const FilterCtrl_cls::MenuEntry& entry = entries[i];
+        wxMenu* target = menu;
+        if (entry.pGroup != nullptr && entry.pGroup[0] != '\0') {
+            auto found =
+                std::find_if(groups.begin(), groups.end(), [&](const auto& g) { return g.first == entry.pGroup; });
+            if (found == groups.end()) {
+                auto* sub = new wxMenu;
+                menu->AppendSubMenu(sub, TrW(entry.pGroup));
+                groups.emplace_back(entry.pGroup, sub);
+                target = sub;
+            } else {
+                target = found->second;
+            }
+        }
+        target->Append(kIdFilterAddFirst + static_cast<int>(i), TrW(entry.pText));
+    }
+    const int help = bar->FindMenu(TrW("&Help"));
+    const wxString title = TrW("F&ilter");
+    if (help == wxNOT_FOUND)
+        bar->Append(menu, title);
+    else
+        bar->Insert(static_cast<size_t>(help), menu, title);
+}
+
+void FrameMain_cls::OnFilterAdd(wxCommandEvent& event)
+{
+    const std::vector<FilterCtrl_cls::MenuEntry>& entries = FilterCtrl_cls::GetMenuEntries();
+    const int i = event.GetId() - kIdFilterAddFirst;
+    if (i < 0 || i >= static_cast<int>(entries.size()))
+        return;
+    DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetActiveSequence();
+    // One undo step; the Edit menu then names it.
+    if (!sequence.GetFilterCtrl().AddFilterExecute(entries[static_cast<size_t>(i)].iType, -1))
+        return;
+    OnFilterChainChanged();
+}
+
+void FrameMain_cls::OnFilterChainChanged()
+{
+    // A data filter changes what the voxels are. Textures are made from processed voxels and
+    // generation processes again when the chain's signature changed, so marking the frames
+    // dirty is enough: the idle pass deletes and remakes the current frame's textures first,
+    // the others when they are next shown.
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
+        for (int i = 0; i < sequence.GetFrameCount(); ++i)
+            if (DF3_cls* frame = sequence.GetDF3(i))
+                frame->SetDirty();
+    }
+    std::fill(mvFailedCurrent.begin(), mvFailedCurrent.end(), false);
+    RefreshViews();
+    WakeIdle();
+    WriteStateReport();
 }
 
 void FrameMain_cls::OnRedo(wxCommandEvent&)
 {
     GetUndoManager().ExecCurrent();
+    OnFilterChainChanged();
 }
 
 void FrameMain_cls::OnKeyCommand(wxCommandEvent& event)
@@ -1408,6 +1481,14 @@ void FrameMain_cls::WriteStateReport()
         }
     }
     text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
+    {
+        // The active slot's chain, item labels in order.
+        const FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
+        text += WStrPrintf("chain=%d", chain.GetItemNum());
+        for (int i = 0; i < chain.GetItemNum(); ++i)
+            text += L"|" + chain.GetPFilterBase(i)->GetLocaleIndependentStrLabel();
+        text += L"\n";
+    }
     text += mpTimeLine->DescribeWidgetPlaces();
     text += mpPreviewGUI->DescribeWidgets();
     text += mpPreviewGUI->DescribeWidgetPlaces();

@@ -125,6 +125,12 @@ class FrameMain_cls : public wxFrame
     void OnFixedViewButton(wxCommandEvent& event);
     void OnUndo(wxCommandEvent& event);
     void OnRedo(wxCommandEvent& event);
+    /// Adds the item of the chosen Filter menu entry to the active slot's chain.
+    void OnFilterAdd(wxCommandEvent& event);
+    /// Frames to be processed again and the views redrawn after the chain changed.
+    void OnFilterChainChanged();
+    /// The Filter menu, built from the chain's menu table, inserted before Help.
+    void AppendFilterMenu(class wxMenuBar* bar);
     void OnKeyCommand(wxCommandEvent& event);
     void OnAnimCommand(wxCommandEvent& event);
     void OnUseTimeRemap(wxCommandEvent& event);

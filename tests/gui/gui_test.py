@@ -863,6 +863,51 @@ def case_data_play_close(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def case_filter_menu(binary):
+    """The Filter menu adds a data filter to the shown slot's chain as one undo step and Undo takes
+    it back. A new blur has a zero kernel: the frame is processed and textured again with it and
+    must look as before (not blank, not garbled)."""
+    work = tempfile.mkdtemp(prefix="tessan-filter-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work)
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            check(s["chain"] == "0", "a new slot has an empty chain: %r" % s["chain"])
+            check("Filter" in s["menus"].split(","), "no Filter menu: %r" % s["menus"])
+            check(s["menus"].split(",")[-1] == "Help", "Help stays last: %r" % s["menus"])
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            before = app.grab("before.png")
+            check(region_mean_distance(before, *box) > 5, "no volume shown before the filter")
+            # Filter > Data Filter (ninth entry) > Add Gauss Blur (second entry).
+            menu(app, "i", ["Down"] * 8 + ["Right", "Down"])
+            s = app.wait_for(lambda s: s["chain"] != "0", "the menu added nothing")
+            check(s["chain"] == "1|Gauss Blur", "the chain holds the blur: %r" % s["chain"])
+            check(s["undo"].startswith("Undo Add Filter") and s["undo"].endswith("|1|0"),
+                  "Undo names the addition: %r" % s["undo"])
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 not drawn again")
+            time.sleep(1.0)
+            after = app.grab("after.png")
+            changed = region_difference(before, after, *box)
+            check(changed < 2.0, "a zero-kernel blur changed the picture (%.3f)" % changed)
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["chain"] == "0", "Undo left the blur in the chain")
+            check(s["undo"].endswith("|0|0"), "nothing left to undo: %r" % s["undo"])
+            check(s["redo"].startswith("Redo Add Filter") and s["redo"].endswith("|1|0"),
+                  "Redo offers it: %r" % s["redo"])
+            # Redo puts it back, Level and Gamma goes after it in the same chain.
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["chain"] == "1|Gauss Blur", "Redo did not bring the blur back")
+            menu(app, "i", ["Down"] * 8 + ["Right"])
+            s = app.wait_for(lambda s: s["chain"].startswith("2"), "the second addition did nothing")
+            check(s["chain"] == "2|Gauss Blur|Level Gamma", "items in menu order: %r" % s["chain"])
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 not drawn after two")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -878,6 +923,7 @@ CASES = {
     "project": case_project,
     "data_screenshot": case_data_screenshot,
     "data_play_close": case_data_play_close,
+    "filter_menu": case_filter_menu,
 }
 
 if __name__ == "__main__":
