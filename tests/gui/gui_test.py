@@ -357,7 +357,7 @@ def case_window(binary):
         s = app.state()
         check(s["status0"] == "Powered by wxWidgets" and s["status1"] == "field_1" and s["status2"] == "field_2",
               "status bar texts: %r" % [s.get("status%d" % i) for i in range(3)])
-        check(s["menus"] == "File,Edit,View,Animation,Help", "menus: %r" % s["menus"])
+        check(s["menus"] == "File,Edit,View,Animation,Filter,Help", "menus: %r" % s["menus"])
         check(s["layout"] == "one", "starts with one view")
         v = app.view(3)
         check(v["name"] == "Perspective" and v["w"] > 400 and v["h"] > 400, "one large perspective view: %r" % v)
