@@ -138,8 +138,8 @@ std::wstring PovRay_cls::FormatStem(const std::wstring& pattern, int frame)
             while (j < pattern.size() && pattern[j] >= L'0' && pattern[j] <= L'9')
                 ++j;
             if (j < pattern.size() && pattern[j] == L'd' && j - i - 1 <= 3) {
-                const std::string spec = "%" + Narrow(pattern.substr(i + 1, j - i - 1)) + "d";
-                out += Widen(StrPrintf(spec.c_str(), frame));
+                const std::string conversion = "%" + Narrow(pattern.substr(i + 1, j - i - 1)) + "d";
+                out += Widen(StrPrintf(conversion.c_str(), frame));
                 i = j;
                 done = true;
                 continue;
