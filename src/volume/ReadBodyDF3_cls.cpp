@@ -2,6 +2,7 @@
 // Sections: file helpers; header; body (size check, dispatch); 8-bit blocks; 16-bit blocks;
 // down-sized slices.
 #include "volume/ReadBodyDF3_cls.h"
+#include "volume/FileDescriptor_cls.h"
 
 #include "config/TessanAssert.h"
 #include "config/TextFormat.h"
@@ -25,24 +26,6 @@ namespace
 {
 
 constexpr uint64_t kHeaderSize = 6;
-
-// Closes the descriptor on every way out of a read.
-class FileDescriptor_cls
-{
-  public:
-    explicit FileDescriptor_cls(const std::wstring& path) : miFd(open(Narrow(path).c_str(), O_RDONLY | O_CLOEXEC)) {}
-    ~FileDescriptor_cls()
-    {
-        if (miFd >= 0)
-            close(miFd);
-    }
-    FileDescriptor_cls(const FileDescriptor_cls&) = delete;
-    FileDescriptor_cls& operator=(const FileDescriptor_cls&) = delete;
-    int Get() const { return miFd; }
-
-  private:
-    int miFd;
-};
 
 bool PReadAll(int fd, uint8_t* dst, uint64_t bytes, uint64_t offset)
 {

@@ -1,6 +1,7 @@
 // Text-volume reader.
 // Sections: tokens (scanner, value syntax); header; body (range phase, conversion phase).
 #include "volume/ReadBodyTxt_cls.h"
+#include "volume/FileDescriptor_cls.h"
 
 #include "config/TessanAssert.h"
 #include "config/TextFormat.h"
@@ -23,23 +24,6 @@ namespace
 constexpr const char* kSource = "SRC/DF3/FILEIO/clsReadBodyTxt";
 
 // --- tokens -----------------------------------------------------------------------------------
-
-class InputFile_cls
-{
-  public:
-    explicit InputFile_cls(const std::wstring& path) : miFd(open(Narrow(path).c_str(), O_RDONLY | O_CLOEXEC)) {}
-    ~InputFile_cls()
-    {
-        if (miFd >= 0)
-            close(miFd);
-    }
-    InputFile_cls(const InputFile_cls&) = delete;
-    InputFile_cls& operator=(const InputFile_cls&) = delete;
-    int Get() const { return miFd; }
-
-  private:
-    int miFd;
-};
 
 inline bool IsBlank(char c)
 {
@@ -211,7 +195,7 @@ bool ReadBodyTxt_cls::ReadHeaderInfo(UserPrompt_cls* parent)
             parent->Message(path + L"\n" + text, TrW("read error Header Text"));
         return false;
     };
-    InputFile_cls file(path);
+    FileDescriptor_cls file(path);
     if (file.Get() < 0) {
         if (parent)
             parent->Message(path + TrW("can not open"), TrW("read error Header Text"));
@@ -297,7 +281,7 @@ bool ReadBodyTxt_cls::MainProcess(bool noInterrupt, UserPrompt_cls* parent)
     if (GetPosition() == 0)
         Restart();
 
-    InputFile_cls file(path);
+    FileDescriptor_cls file(path);
     if (file.Get() < 0) {
         prompt->Message(path + TrW("can not open"), TrW("read Error Main"));
         return false;
