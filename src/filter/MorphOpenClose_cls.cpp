@@ -439,23 +439,7 @@ void MorphOpenClose_cls::ExtremeSlices(unsigned char* out, const unsigned char* 
 
 // ---- 4. Workers, steps and sequences ----
 
-void ThreadMorphErosion::SetParameters(const MorphOpenClose_cls* filter, unsigned char* out, const unsigned char* in,
-                                       const unsigned int* sizes, unsigned int zFirst, unsigned int zEnd)
-{
-    mpFilter = filter;
-    mpOut = out;
-    mpIn = in;
-    std::copy(sizes, sizes + 3, muSize);
-    muZFirst = zFirst;
-    muZEnd = zEnd;
-}
-
-void ThreadMorphErosion::Entry()
-{
-    mpFilter->ExtremeSlices(mpOut, mpIn, muSize, muZFirst, muZEnd, false);
-}
-
-void ThreadMorphDilation::SetParameters(const MorphOpenClose_cls* filter, unsigned char* out, const unsigned char* in,
+void ThreadMorphStep_cls::SetParameters(const MorphOpenClose_cls* filter, unsigned char* out, const unsigned char* in,
                                         const unsigned int* sizes, unsigned int zFirst, unsigned int zEnd)
 {
     mpFilter = filter;
@@ -466,9 +450,9 @@ void ThreadMorphDilation::SetParameters(const MorphOpenClose_cls* filter, unsign
     muZEnd = zEnd;
 }
 
-void ThreadMorphDilation::Entry()
+void ThreadMorphStep_cls::RunExtreme(bool isMax)
 {
-    mpFilter->ExtremeSlices(mpOut, mpIn, muSize, muZFirst, muZEnd, true);
+    mpFilter->ExtremeSlices(mpOut, mpIn, muSize, muZFirst, muZEnd, isMax);
 }
 
 template <typename W>

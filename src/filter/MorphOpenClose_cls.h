@@ -11,15 +11,17 @@
 
 class MorphOpenClose_cls;
 
-/// Worker of one erosion step: writes the slices [zFirst, zEnd) of the destination.
-class ThreadMorphErosion : public MultiThreadThread_cls
+/// Shared state of the erosion and dilation workers: the slices [zFirst, zEnd) they write.
+class ThreadMorphStep_cls : public MultiThreadThread_cls
 {
   public:
     /// Hands the worker the filter, the buffers and its slice range.
     void SetParameters(const MorphOpenClose_cls* filter, unsigned char* out, const unsigned char* in,
                        const unsigned int* sizes, unsigned int zFirst, unsigned int zEnd);
-    /// Computes the minima of its slices; worker thread.
-    void Entry() override;
+
+  protected:
+    /// Runs the minimum (isMax false) or maximum filter over the worker's slices.
+    void RunExtreme(bool isMax);
 
   private:
     const MorphOpenClose_cls* mpFilter = nullptr;
@@ -29,22 +31,20 @@ class ThreadMorphErosion : public MultiThreadThread_cls
     unsigned int muZFirst = 0, muZEnd = 0;
 };
 
-/// Worker of one dilation step: writes the slices [zFirst, zEnd) of the destination.
-class ThreadMorphDilation : public MultiThreadThread_cls
+/// Worker of one erosion step: writes the slices [zFirst, zEnd) of the destination.
+class ThreadMorphErosion : public ThreadMorphStep_cls
 {
   public:
-    /// Hands the worker the filter, the buffers and its slice range.
-    void SetParameters(const MorphOpenClose_cls* filter, unsigned char* out, const unsigned char* in,
-                       const unsigned int* sizes, unsigned int zFirst, unsigned int zEnd);
-    /// Computes the maxima of its slices; worker thread.
-    void Entry() override;
+    /// Computes the minima of its slices; worker thread.
+    void Entry() override { RunExtreme(false); }
+};
 
-  private:
-    const MorphOpenClose_cls* mpFilter = nullptr;
-    unsigned char* mpOut = nullptr;
-    const unsigned char* mpIn = nullptr;
-    unsigned int muSize[3] = {0, 0, 0};
-    unsigned int muZFirst = 0, muZEnd = 0;
+/// Worker of one dilation step: writes the slices [zFirst, zEnd) of the destination.
+class ThreadMorphDilation : public ThreadMorphStep_cls
+{
+  public:
+    /// Computes the maxima of its slices; worker thread.
+    void Entry() override { RunExtreme(true); }
 };
 
 /// The morphological filter (chain type 15, "Morph Filter"). Settings in GetData(); call
