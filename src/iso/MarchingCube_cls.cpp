@@ -118,31 +118,40 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
 
     mCThreadCtrl.InitializeThreadCtrl();
     SetBlockRanges();
-    GetMinMaxValue(data);
 
+    const bool cubeByCube = (flags & kFlagCubeByCube) != 0;
     const unsigned workerFlags = (mbNormals ? ThreadMarching::kFlagNormals : 0u) |
                                  ((flags & kFlagWeldInBlock) ? ThreadMarching::kFlagWeldInBlock : 0u) |
-                                 ((flags & kFlagCubeByCube) ? ThreadMarching::kFlagCubeByCube : 0u) |
+                                 (cubeByCube ? ThreadMarching::kFlagCubeByCube : 0u) |
                                  ((flags & kFlagWeldCountOnly) ? ThreadMarching::kFlagWeldCountOnly : 0u);
-    miMarchedBlocks = 0;
-    std::vector<MarchingBlock_cls*> marched;
-    marched.reserve(mvBlocks.size());
-    for (MarchingBlock_cls& b : mvBlocks) {
-        if (b.GetCubeNumber() == 0) {
-            b.miStatus = MarchingBlock_cls::kNotMarched;
-            continue;
+    std::vector<MarchingBlock_cls*> work;
+    work.reserve(mvBlocks.size());
+    if (cubeByCube) {
+        // The reference march learns the value ranges first and only marches the blocks whose
+        // range holds the level (inclusive at both ends: a minimum or maximum equal to L cuts).
+        GetMinMaxValue(data);
+        for (MarchingBlock_cls& b : mvBlocks) {
+            if (b.GetCubeNumber() == 0)
+                b.miStatus = MarchingBlock_cls::kNotMarched;
+            else if (miLevel < b.miMin)
+                b.miStatus = MarchingBlock_cls::kAllAbove;
+            else if (miLevel > b.miMax)
+                b.miStatus = MarchingBlock_cls::kAllBelow;
+            else
+                work.push_back(&b);
         }
-        // Inclusive at both ends: a block whose minimum or maximum equals L has cut cubes.
-        if (miLevel < b.miMin) {
-            b.miStatus = MarchingBlock_cls::kAllAbove;
-            continue;
+    } else {
+        // The classified march finds the range itself while it reads the block's corners (one pass
+        // over the data instead of two) and stops there when the level lies outside it.
+        for (MarchingBlock_cls& b : mvBlocks) {
+            if (b.GetCubeNumber() == 0) {
+                b.miStatus = MarchingBlock_cls::kNotMarched;
+                b.miMin = 255;
+                b.miMax = 0;
+            } else {
+                work.push_back(&b);
+            }
         }
-        if (miLevel > b.miMax) {
-            b.miStatus = MarchingBlock_cls::kAllBelow;
-            continue;
-        }
-        ++miMarchedBlocks;
-        marched.push_back(&b);
     }
     // Blocks are handed out z-slab by z-slab, then y, then x, each to its own ThreadMarching
     // worker. The workers run on one long-lived lane per slot that takes the next block from a
@@ -150,11 +159,15 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
     // joining 512 threads and without a slot idling until the calling thread wakes to refill it.
     std::atomic<size_t> next{0};
     mCThreadCtrl.RunRanges(static_cast<size_t>(mCThreadCtrl.GetThreadNum()), [&](size_t, size_t) {
-        for (size_t i = next.fetch_add(1); i < marched.size(); i = next.fetch_add(1)) {
-            ThreadMarching worker(data, miSize, miLevel, workerFlags, marched[i], &mCScratchPool);
+        for (size_t i = next.fetch_add(1); i < work.size(); i = next.fetch_add(1)) {
+            ThreadMarching worker(data, miSize, miLevel, workerFlags, work[i], &mCScratchPool);
             worker.Entry();
         }
     });
+    miMarchedBlocks = 0;
+    for (const MarchingBlock_cls& b : mvBlocks)
+        if (b.GetCubeNumber() > 0 && b.miMin <= miLevel && miLevel <= b.miMax)
+            ++miMarchedBlocks;
     return true;
 }
 

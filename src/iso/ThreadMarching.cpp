@@ -636,20 +636,42 @@ constexpr uint32_t kNoVertex = UINT32_MAX;
 // Slack after the block arrays so that 16-byte loads at the end of a row stay inside them.
 constexpr size_t kSimdPad = 16;
 
-// dst[x] = 0xFF where src[x] <= L, else 0, for x < n.
-void ClassifyRow(const unsigned char* src, uint8_t* dst, size_t n, int L)
+// dst[x] = 0xFF where src[x] <= L, else 0, for x < n; lowers lo and raises hi to the smallest and
+// largest byte. The block's value range comes from the same loads as its corner masks, so the
+// data passes through the cache once.
+void ClassifyRow(const unsigned char* src, uint8_t* dst, size_t n, int L, int& lo, int& hi)
 {
     size_t x = 0;
 #if defined(__SSE2__)
-    // v <= L exactly when min(v, L) == v (unsigned bytes).
-    const __m128i level = _mm_set1_epi8(static_cast<char>(L));
-    for (; x + 16 <= n; x += 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), _mm_cmpeq_epi8(_mm_min_epu8(v, level), v));
+    if (n >= 16) {
+        // v <= L exactly when min(v, L) == v (unsigned bytes).
+        const __m128i level = _mm_set1_epi8(static_cast<char>(L));
+        __m128i mn = _mm_set1_epi8(static_cast<char>(0xFF)), mx = _mm_setzero_si128();
+        for (; x + 16 <= n; x += 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), _mm_cmpeq_epi8(_mm_min_epu8(v, level), v));
+            mn = _mm_min_epu8(mn, v);
+            mx = _mm_max_epu8(mx, v);
+        }
+        // Horizontal minimum and maximum of the sixteen lanes.
+        mn = _mm_min_epu8(mn, _mm_srli_si128(mn, 8));
+        mn = _mm_min_epu8(mn, _mm_srli_si128(mn, 4));
+        mn = _mm_min_epu8(mn, _mm_srli_si128(mn, 2));
+        mn = _mm_min_epu8(mn, _mm_srli_si128(mn, 1));
+        mx = _mm_max_epu8(mx, _mm_srli_si128(mx, 8));
+        mx = _mm_max_epu8(mx, _mm_srli_si128(mx, 4));
+        mx = _mm_max_epu8(mx, _mm_srli_si128(mx, 2));
+        mx = _mm_max_epu8(mx, _mm_srli_si128(mx, 1));
+        lo = std::min(lo, _mm_cvtsi128_si32(mn) & 0xFF);
+        hi = std::max(hi, _mm_cvtsi128_si32(mx) & 0xFF);
     }
 #endif
-    for (; x < n; ++x)
-        dst[x] = src[x] <= L ? 0xFF : 0;
+    for (; x < n; ++x) {
+        const int v = src[x];
+        dst[x] = v <= L ? 0xFF : 0;
+        lo = std::min(lo, v);
+        hi = std::max(hi, v);
+    }
 }
 
 // Patterns of the n cubes of a row from the corner masks of its four point rows (p0: y, z;
@@ -901,14 +923,25 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     const size_t nx = static_cast<size_t>(miSize[0]);
     const int L = miLevel;
 
-    // Corner masks of every point of the block: 0xFF at or below L, else 0.
+    // Corner masks of every point of the block: 0xFF at or below L, else 0; and the block's value
+    // range, which decides (inclusive at both ends) whether it is marched at all.
     s.mvInside.resize(plane * (static_cast<size_t>(D) + 1) + kSimdPad);
+    int lo = 255, hi = 0;
     for (int z = 0; z <= D; ++z)
         for (int y = 0; y <= H; ++y) {
             const unsigned char* src = mpData + static_cast<size_t>(b.miBegin[2] + z) * muSliceStride +
                                        static_cast<size_t>(b.miBegin[1] + y) * nx + static_cast<size_t>(b.miBegin[0]);
-            ClassifyRow(src, s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw, pw, L);
+            ClassifyRow(src, s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw, pw, L,
+                        lo, hi);
         }
+    b.miMin = lo;
+    b.miMax = hi;
+    if (L < lo || L > hi) {
+        // Not marched: the block keeps no output and is left for the block welding as it is.
+        b.miStatus = L < lo ? MarchingBlock_cls::kAllAbove : MarchingBlock_cls::kAllBelow;
+        b.muVertexNum = 0;
+        return;
+    }
 
     // Cube patterns (bit i = corner i at or below L), the triangle count, and per row of cubes
     // whether any cube is cut (most rows of a smooth field are not, and the emission skips them).
@@ -959,6 +992,24 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     float* uPos = s.mvUniquePos.data();
     float* uNorm = s.mvUniqueNorm.data();
     size_t unique = 0, emitted = 0;
+    // Counted block stage: the exact vertices go to scratch arrays sized for the most the block can
+    // have (one per cut edge, and no more than its triangle corners).
+    float* xPos = nullptr;
+    float* xNorm = nullptr;
+    uint8_t* xBorder = nullptr;
+    size_t exactNum = 0;
+    if (mbCountOnly) {
+        const size_t most = std::min(vertexNum, 3 * plane * (static_cast<size_t>(D) + 1));
+        if (s.mvExactPos.size() < most * 3)
+            s.mvExactPos.resize(most * 3);
+        if (mbNormals && s.mvExactNorm.size() < most * 3)
+            s.mvExactNorm.resize(most * 3);
+        if (s.mvExactBorder.size() < most)
+            s.mvExactBorder.resize(most);
+        xPos = s.mvExactPos.data();
+        xNorm = s.mvExactNorm.data();
+        xBorder = s.mvExactBorder.data();
+    }
 
     s.mvEdgeVertex.assign(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
     s.mvVertex.clear();
@@ -1049,14 +1100,14 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                             last = static_cast<uint32_t>(unique++);
                             uint32_t& exact = state.muExact;
                             if (exact == kNoVertex) {
-                                exact = static_cast<uint32_t>(b.mvExactBorder.size());
-                                b.mvExactPos.insert(b.mvExactPos.end(), v.mfPos, v.mfPos + 3);
+                                exact = static_cast<uint32_t>(exactNum++);
+                                std::memcpy(xPos + static_cast<size_t>(exact) * 3, v.mfPos, sizeof v.mfPos);
                                 if (mbNormals)
-                                    b.mvExactNorm.insert(b.mvExactNorm.end(), v.mfNorm, v.mfNorm + 3);
+                                    std::memcpy(xNorm + static_cast<size_t>(exact) * 3, v.mfNorm, sizeof v.mfNorm);
                                 bool border = false;
                                 for (int a = 0; a < 3; ++a)
                                     border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
-                                b.mvExactBorder.push_back(border ? 1 : 0);
+                                xBorder[exact] = border ? 1 : 0;
                             }
                             outIndex[emitted++] = exact;
                             continue;
@@ -1095,6 +1146,10 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
         s.mvPointVertex[point] = kNoVertex;
     s.mvCanon.clear();
     if (mbCountOnly) {
+        b.mvExactPos.assign(xPos, xPos + exactNum * 3);
+        if (mbNormals)
+            b.mvExactNorm.assign(xNorm, xNorm + exactNum * 3);
+        b.mvExactBorder.assign(xBorder, xBorder + exactNum);
         b.muVertexOptNum = unique;
         b.mbOptDone = true;
     } else if (mbWeld) {
@@ -1217,6 +1272,11 @@ void ThreadMarching::Entry()
     b.mvExactNorm.clear();
     b.mvExactIndex.clear();
     b.muVertexOptNum = 0;
+    if (b.GetCubeNumber() == 0) {
+        b.miStatus = MarchingBlock_cls::kNotMarched;
+        b.muVertexNum = 0;
+        return;
+    }
     std::unique_ptr<MarchingScratch_cls> scratch = mpPool ? mpPool->Acquire() : std::make_unique<MarchingScratch_cls>();
     MarchBlockClassified(*scratch);
     if (mpPool)

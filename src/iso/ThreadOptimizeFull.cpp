@@ -7,6 +7,8 @@
 //   4. Copying vertices and remapping indices (parallel)
 #include "iso/ThreadOptimizeFull.h"
 
+#include "iso/LargeVector.h"
+
 #include <bit>
 #include <cstring>
 
@@ -322,12 +324,16 @@ void ThreadOptimizeFull::Entry()
     // so the page faults of the three largest arrays of the extraction do not queue on one thread.
     mpCtrl->RunRanges(3, [&](size_t first, size_t last) {
         for (size_t k = first; k < last; ++k) {
-            if (k == 0)
+            if (k == 0) {
+                ReserveWithLargePages(index, indexTotal);
                 index.resize(indexTotal);
-            else if (k == 1)
+            } else if (k == 1) {
+                ReserveWithLargePages(pos, count * 3);
                 pos.resize(count * 3);
-            else
+            } else {
+                ReserveWithLargePages(norm, normals ? count * 3 : 0);
                 norm.resize(normals ? count * 3 : 0);
+            }
         }
     });
     mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
@@ -335,18 +341,36 @@ void ThreadOptimizeFull::Entry()
             const size_t bi = spread(k);
             MarchingBlock_cls& b = blocks[bi];
             BlockMerge& m = merge[bi];
-            for (size_t e = 0; e < m.mvGlobal.size(); ++e) {
-                size_t g = m.mvGlobal[e];
-                if (g < m.muNewBegin || g >= m.muNewEnd)
+            // The block's new vertices have consecutive global numbers from muNewBegin, in exact
+            // order; vertices found in earlier blocks are skipped.
+            const uint32_t* global = m.mvGlobal.data();
+            const size_t exactNum = m.mvGlobal.size(), newBegin = m.muNewBegin, newNum = m.muNewEnd - m.muNewBegin;
+            float* dstPos = pos.data();
+            float* dstNorm = normals ? norm.data() : nullptr;
+            for (size_t e = 0; e < exactNum; ++e) {
+                const size_t g = global[e];
+                if (g - newBegin >= newNum)
                     continue;
-                const size_t src = m.First(e) * 3;
-                std::memcpy(&pos[g * 3], m.mpPos + src, 3 * sizeof(float));
-                if (normals)
-                    std::memcpy(&norm[g * 3], m.mpNorm + src, 3 * sizeof(float));
+                const float* sp = m.mpPos + m.First(e) * 3;
+                dstPos[g * 3] = sp[0];
+                dstPos[g * 3 + 1] = sp[1];
+                dstPos[g * 3 + 2] = sp[2];
+                if (dstNorm) {
+                    const float* sn = m.mpNorm + m.First(e) * 3;
+                    dstNorm[g * 3] = sn[0];
+                    dstNorm[g * 3 + 1] = sn[1];
+                    dstNorm[g * 3 + 2] = sn[2];
+                }
             }
             uint32_t* out = index.data() + m.muIndexBegin;
-            for (size_t k = 0; k < m.muIndexNum; ++k)
-                out[k] = m.mvGlobal[m.Exact(k)];
+            const uint32_t* local = m.mpIndex;
+            if (m.mpOptToExact) {
+                for (size_t k = 0; k < m.muIndexNum; ++k)
+                    out[k] = global[m.mpOptToExact[local[k]]];
+            } else {
+                for (size_t k = 0; k < m.muIndexNum; ++k)
+                    out[k] = global[local[k]];
+            }
             b.muFirstVertexFull = m.muNewBegin;
             b.muFaceBeginFull = m.muIndexBegin / 3;
             b.muFaceNumFull = m.muIndexNum / 3;
