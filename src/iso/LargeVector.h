@@ -8,22 +8,31 @@
 #include <unistd.h>
 #include <vector>
 
+/// Asks the kernel to back the whole huge pages inside [p, p + bytes) with huge pages when they
+/// are first touched; nothing for ranges under two huge pages.
+inline void AdviseLargePages(void* p, size_t bytes)
+{
+#if defined(MADV_HUGEPAGE)
+    constexpr uintptr_t kHuge = uintptr_t{2} << 20;
+    if (p == nullptr || bytes < 2 * kHuge)
+        return;
+    const auto begin = reinterpret_cast<uintptr_t>(p);
+    // Only whole huge pages inside the allocation (madvise works on page-aligned ranges).
+    const uintptr_t lo = (begin + kHuge - 1) & ~(kHuge - 1);
+    const uintptr_t hi = (begin + bytes) & ~(kHuge - 1);
+    if (hi > lo)
+        ::madvise(reinterpret_cast<void*>(lo), hi - lo, MADV_HUGEPAGE);
+#else
+    (void)p;
+    (void)bytes;
+#endif
+}
+
 /// Reserves room for n elements in v (keeping its contents) and, for arrays of several megabytes,
-/// asks the kernel to back the untouched part with huge pages. Returns v.data().
+/// advises huge pages for the untouched part. Returns v.data().
 template <class T> T* ReserveWithLargePages(std::vector<T>& v, size_t n)
 {
     v.reserve(n);
-#if defined(MADV_HUGEPAGE)
-    constexpr uintptr_t kHuge = uintptr_t{2} << 20;
-    const size_t bytes = v.capacity() * sizeof(T);
-    if (bytes >= 2 * kHuge) {
-        const auto begin = reinterpret_cast<uintptr_t>(v.data());
-        // Only whole huge pages inside the allocation (madvise works on page-aligned ranges).
-        const uintptr_t lo = (begin + kHuge - 1) & ~(kHuge - 1);
-        const uintptr_t hi = (begin + bytes) & ~(kHuge - 1);
-        if (hi > lo)
-            ::madvise(reinterpret_cast<void*>(lo), hi - lo, MADV_HUGEPAGE);
-    }
-#endif
+    AdviseLargePages(v.data(), v.capacity() * sizeof(T));
     return v.data();
 }

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+class MarchingArena_cls;
+
 class MarchingBlock_cls
 {
   public:
@@ -43,12 +45,16 @@ class MarchingBlock_cls
     std::vector<uint8_t> mvExactBorder;
     /// With kFlagWeldCountOnly the block-welded lists are not kept: their vertex count, and the
     /// block's exactly unique vertices in order of first appearance (positions, normals, border
-    /// flags in mvExactBorder) with one exact number per unshared vertex, which is all the full
-    /// weld needs. Empty (and 0) otherwise.
+    /// flags) with one exact number per unshared vertex, which is all the full weld needs. They
+    /// lie in the arena of the lane that marched the block, from vertex muArenaVertexBegin and
+    /// corner muArenaIndexBegin on (muExactNum vertices, muVertexNum corners). Null (and 0)
+    /// otherwise.
     size_t muVertexOptNum = 0;
-    std::vector<float> mvExactPos;
-    std::vector<float> mvExactNorm;
-    std::vector<uint32_t> mvExactIndex;
+    const MarchingArena_cls* mpArena = nullptr;
+    size_t muArenaVertexBegin = 0;
+    size_t muArenaIndexBegin = 0;
+    size_t muExactNum = 0;
+    bool mbArenaNormals = false;
     /// Set once the block has been welded (a second OptimizeVertices pass skips it).
     bool mbOptDone = false;
 

@@ -158,9 +158,13 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
     // shared counter: the same blocks and results as a thread per block, without starting and
     // joining 512 threads and without a slot idling until the calling thread wakes to refill it.
     std::atomic<size_t> next{0};
-    mCThreadCtrl.RunRanges(static_cast<size_t>(mCThreadCtrl.GetThreadNum()), [&](size_t, size_t) {
+    // Each lane appends its blocks' counted-stage output to its own arena.
+    const size_t lanes = static_cast<size_t>(std::max(1, mCThreadCtrl.GetThreadNum()));
+    if (mvArena.size() < lanes)
+        mvArena.resize(lanes);
+    mCThreadCtrl.RunRanges(lanes, [&](size_t lane, size_t) {
         for (size_t i = next.fetch_add(1); i < work.size(); i = next.fetch_add(1)) {
-            ThreadMarching worker(data, miSize, miLevel, workerFlags, work[i], &mCScratchPool);
+            ThreadMarching worker(data, miSize, miLevel, workerFlags, work[i], &mCScratchPool, &mvArena[lane]);
             worker.Entry();
         }
     });
@@ -216,6 +220,12 @@ void MarchingCube_cls::Clear(int keepCapacity)
 {
     if (keepCapacity == 0)
         mCScratchPool.Clear();
+    for (MarchingArena_cls& arena : mvArena) {
+        if (keepCapacity == 0)
+            arena.Release();
+        else
+            arena.Reset();
+    }
     for (MarchingBlock_cls& b : mvBlocks) {
         Release(b.mvPos, keepCapacity != 0);
         Release(b.mvNorm, keepCapacity != 0);
@@ -230,10 +240,9 @@ void MarchingCube_cls::Clear(int keepCapacity)
         Release(b.mvOptToExact, keepCapacity != 0);
         Release(b.mvExactFirst, keepCapacity != 0);
         Release(b.mvExactBorder, keepCapacity != 0);
-        Release(b.mvExactPos, keepCapacity != 0);
-        Release(b.mvExactNorm, keepCapacity != 0);
-        Release(b.mvExactIndex, keepCapacity != 0);
         b.muVertexOptNum = 0;
+        b.mpArena = nullptr;
+        b.muExactNum = 0;
         b.mbOptDone = false;
     }
     ClearOptFull();
@@ -248,10 +257,9 @@ void MarchingCube_cls::ClearOpt()
         Release(b.mvOptToExact, false);
         Release(b.mvExactFirst, false);
         Release(b.mvExactBorder, false);
-        Release(b.mvExactPos, false);
-        Release(b.mvExactNorm, false);
-        Release(b.mvExactIndex, false);
         b.muVertexOptNum = 0;
+        b.mpArena = nullptr;
+        b.muExactNum = 0;
         b.mbOptDone = false;
     }
 }

@@ -2,6 +2,7 @@
 // Isosurface extraction by marching cubes over one-byte voxel data, with vertex welding and the
 // mesh2 / Wavefront OBJ text of the welded surface.
 #include "filter/MultiThreadCtrl_cls.h"
+#include "iso/MarchingArena_cls.h"
 #include "iso/MarchingBlock_cls.h"
 #include "iso/MarchingScratch_cls.h"
 
@@ -102,6 +103,8 @@ class MarchingCube_cls
 
     MultiThreadCtrl_cls mCThreadCtrl;
     MarchingScratchPool_cls mCScratchPool;
+    /// One per worker lane: the counted block stage's output (kept for the next extraction).
+    std::vector<MarchingArena_cls> mvArena;
     std::vector<MarchingBlock_cls> mvBlocks;
     std::vector<float> mvPosFull;
     std::vector<float> mvNormFull;

@@ -42,11 +42,6 @@ class MarchingScratch_cls
     /// Block-welded output under construction: unique positions and normals.
     std::vector<float> mvUniquePos;
     std::vector<float> mvUniqueNorm;
-    /// The block's exactly unique vertices while they are gathered (counted block stage): sized
-    /// once for the largest block, so that appending is a plain store, then copied to the block.
-    std::vector<float> mvExactPos;
-    std::vector<float> mvExactNorm;
-    std::vector<uint8_t> mvExactBorder;
     /// Indexed by canonical vertex number.
     std::vector<CanonState> mvCanon;
     /// Per axis: the position (fraction of the extent) of the block's voxel planes.

@@ -429,12 +429,13 @@ void ThreadMarching::GetNormalPrecise2(const unsigned char* data, const int size
 // ---------------------------------------------------------------------------------------------
 
 ThreadMarching::ThreadMarching(const unsigned char* data, const int size[3], int level, unsigned flags,
-                               MarchingBlock_cls* out, MarchingScratchPool_cls* pool)
+                               MarchingBlock_cls* out, MarchingScratchPool_cls* pool, MarchingArena_cls* arena)
     : mpData(data), miSize{size[0], size[1], size[2]},
       muSliceStride(static_cast<size_t>(size[0]) * static_cast<size_t>(size[1])), miLevel(level),
       mbNormals((flags & kFlagNormals) != 0), mbWeld((flags & kFlagWeldInBlock) != 0),
       mbCubeByCube((flags & kFlagCubeByCube) != 0),
-      mbCountOnly((flags & kFlagWeldCountOnly) != 0 && (flags & kFlagWeldInBlock) != 0), mpPool(pool), mpOut(out)
+      mbCountOnly((flags & kFlagWeldCountOnly) != 0 && (flags & kFlagWeldInBlock) != 0 && arena != nullptr),
+      mpPool(pool), mpArena(arena), mpOut(out)
 {
 }
 
@@ -972,9 +973,14 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     float* outPos = nullptr;
     float* outNorm = nullptr;
     uint32_t* outIndex = nullptr;
+    // Counted block stage: the exact vertices and the corners go straight to the lane's arena,
+    // which has room for the most the block can give (one vertex per cut edge, and no more than
+    // its triangle corners).
+    const size_t arenaVertexBegin = mbCountOnly ? mpArena->GetVertexNumber() : 0;
+    const size_t arenaIndexBegin = mbCountOnly ? mpArena->GetIndexNumber() : 0;
     if (mbCountOnly) {
-        b.mvExactIndex.resize(vertexNum);
-        outIndex = b.mvExactIndex.data();
+        mpArena->MakeRoom(std::min(vertexNum, 3 * plane * (static_cast<size_t>(D) + 1)), vertexNum, mbNormals);
+        outIndex = mpArena->Index() + arenaIndexBegin;
     } else if (mbWeld) {
         b.mvIndexOpt.resize(vertexNum);
         outIndex = b.mvIndexOpt.data();
@@ -992,24 +998,10 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     float* uPos = s.mvUniquePos.data();
     float* uNorm = s.mvUniqueNorm.data();
     size_t unique = 0, emitted = 0;
-    // Counted block stage: the exact vertices go to scratch arrays sized for the most the block can
-    // have (one per cut edge, and no more than its triangle corners).
-    float* xPos = nullptr;
-    float* xNorm = nullptr;
-    uint8_t* xBorder = nullptr;
+    float* xPos = mbCountOnly ? mpArena->Pos() + arenaVertexBegin * 3 : nullptr;
+    float* xNorm = mbCountOnly && mbNormals ? mpArena->Norm() + arenaVertexBegin * 3 : nullptr;
+    uint8_t* xBorder = mbCountOnly ? mpArena->Border() + arenaVertexBegin : nullptr;
     size_t exactNum = 0;
-    if (mbCountOnly) {
-        const size_t most = std::min(vertexNum, 3 * plane * (static_cast<size_t>(D) + 1));
-        if (s.mvExactPos.size() < most * 3)
-            s.mvExactPos.resize(most * 3);
-        if (mbNormals && s.mvExactNorm.size() < most * 3)
-            s.mvExactNorm.resize(most * 3);
-        if (s.mvExactBorder.size() < most)
-            s.mvExactBorder.resize(most);
-        xPos = s.mvExactPos.data();
-        xNorm = s.mvExactNorm.data();
-        xBorder = s.mvExactBorder.data();
-    }
 
     s.mvEdgeVertex.assign(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
     s.mvVertex.clear();
@@ -1146,10 +1138,12 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
         s.mvPointVertex[point] = kNoVertex;
     s.mvCanon.clear();
     if (mbCountOnly) {
-        b.mvExactPos.assign(xPos, xPos + exactNum * 3);
-        if (mbNormals)
-            b.mvExactNorm.assign(xNorm, xNorm + exactNum * 3);
-        b.mvExactBorder.assign(xBorder, xBorder + exactNum);
+        mpArena->Commit(exactNum, vertexNum);
+        b.mpArena = mpArena;
+        b.muArenaVertexBegin = arenaVertexBegin;
+        b.muArenaIndexBegin = arenaIndexBegin;
+        b.muExactNum = exactNum;
+        b.mbArenaNormals = mbNormals;
         b.muVertexOptNum = unique;
         b.mbOptDone = true;
     } else if (mbWeld) {
@@ -1206,24 +1200,8 @@ void ThreadMarching::MarchBlockCubeByCube()
         b.mvOptToExact.clear();
         b.mvExactFirst.clear();
         b.mvExactBorder.clear();
-        b.mvExactPos.clear();
-        b.mvExactNorm.clear();
-        b.mvExactIndex.clear();
-        b.muVertexOptNum = 0;
-        b.mvExactPos.clear();
-        b.mvExactNorm.clear();
-        b.mvExactIndex.clear();
-        b.muVertexOptNum = 0;
-        b.mvOptToExact.clear();
-        b.mvExactFirst.clear();
-        b.mvExactBorder.clear();
-        b.mvExactPos.clear();
-        b.mvExactNorm.clear();
-        b.mvExactIndex.clear();
-        b.muVertexOptNum = 0;
-        b.mvExactPos.clear();
-        b.mvExactNorm.clear();
-        b.mvExactIndex.clear();
+        b.mpArena = nullptr;
+        b.muExactNum = 0;
         b.muVertexOptNum = 0;
         b.mvIndexOpt.reserve(floats / 3);
         b.mvPosOpt.reserve(floats * 2 / 3);
@@ -1268,9 +1246,8 @@ void ThreadMarching::Entry()
     b.mvOptToExact.clear();
     b.mvExactFirst.clear();
     b.mvExactBorder.clear();
-    b.mvExactPos.clear();
-    b.mvExactNorm.clear();
-    b.mvExactIndex.clear();
+    b.mpArena = nullptr;
+    b.muExactNum = 0;
     b.muVertexOptNum = 0;
     if (b.GetCubeNumber() == 0) {
         b.miStatus = MarchingBlock_cls::kNotMarched;

@@ -1,6 +1,7 @@
 #pragma once
 // Worker that marches the cubes of one block and the case tables of the marching-cubes method.
 #include "filter/MultiThreadCtrl_cls.h"
+#include "iso/MarchingArena_cls.h"
 #include "iso/MarchingBlock_cls.h"
 #include "iso/MarchingScratch_cls.h"
 
@@ -39,8 +40,10 @@ class ThreadMarching final : public MultiThreadThread_cls
     /// data: nx*ny*nz voxels, x fastest (not owned, must outlive the worker); size: nx, ny, nz;
     /// level: the byte level L (0..255); out: the block, whose miBegin/miEnd give the cubes.
     /// pool: where the work arrays are borrowed from (not owned; null: the worker allocates its own).
+    /// arena: where the counted block stage appends the block's exact vertices (not owned; without
+    /// one, kFlagWeldCountOnly is ignored and the block keeps its block-welded lists).
     ThreadMarching(const unsigned char* data, const int size[3], int level, unsigned flags, MarchingBlock_cls* out,
-                   MarchingScratchPool_cls* pool = nullptr);
+                   MarchingScratchPool_cls* pool = nullptr, MarchingArena_cls* arena = nullptr);
 
     /// Marches the whole block and sets its status.
     void Entry() override;
@@ -102,6 +105,7 @@ class ThreadMarching final : public MultiThreadThread_cls
     bool mbCubeByCube;
     bool mbCountOnly;
     MarchingScratchPool_cls* mpPool;
+    MarchingArena_cls* mpArena;
     size_t muEmitted = 0; ///< unshared vertices emitted so far
     MarchingBlock_cls* mpOut;
     int miCacheW = 0;                   ///< voxel points per cache row (block width + 1)

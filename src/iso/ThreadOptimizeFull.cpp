@@ -8,6 +8,7 @@
 #include "iso/ThreadOptimizeFull.h"
 
 #include "iso/LargeVector.h"
+#include "iso/MarchingArena_cls.h"
 
 #include <bit>
 #include <cstring>
@@ -143,7 +144,7 @@ struct BlockMerge {
     std::vector<uint32_t> mvOptToExact; // block-welded vertex -> exactly unique vertex of the block
     std::vector<uint32_t> mvExactFirst; // exactly unique vertex -> its first block-welded vertex
     std::vector<uint8_t> mvBorder;      // exactly unique vertex lies on a border plane of the block
-    std::vector<uint32_t> mvGlobal;     // exactly unique vertex -> global number
+    uint32_t* mpGlobal = nullptr;       // exactly unique vertex -> global number (muExactNum of them)
     size_t muNewBegin = 0;              // the global numbers new in this block: [begin, end)
     size_t muNewEnd = 0;
     size_t muIndexBegin = 0; // first slot of the block in the global index list
@@ -175,12 +176,13 @@ struct BlockMerge {
     // The exact lists the march keeps when it only counts the block stage.
     void UseExact(const MarchingBlock_cls& b)
     {
-        mpPos = b.mvExactPos.data();
-        mpNorm = b.mvExactNorm.data();
-        mpBorder = b.mvExactBorder.data();
-        muExactNum = b.mvExactBorder.size();
-        mpIndex = b.mvExactIndex.data();
-        muIndexNum = b.mvExactIndex.size();
+        const MarchingArena_cls& a = *b.mpArena;
+        mpPos = a.Pos() + b.muArenaVertexBegin * 3;
+        mpNorm = b.mbArenaNormals ? a.Norm() + b.muArenaVertexBegin * 3 : nullptr;
+        mpBorder = a.Border() + b.muArenaVertexBegin;
+        muExactNum = b.muExactNum;
+        mpIndex = a.Index() + b.muArenaIndexBegin;
+        muIndexNum = b.muVertexNum;
     }
     size_t First(size_t e) const { return mpExactFirst ? mpExactFirst[e] : e; }
     size_t Exact(size_t k) const { return mpOptToExact ? mpOptToExact[mpIndex[k]] : mpIndex[k]; }
@@ -207,16 +209,16 @@ void ThreadOptimizeFull::Entry()
     size_t indexTotal = 0;
     for (size_t bi = 0; bi < blockNum; ++bi) {
         const MarchingBlock_cls& b = blocks[bi];
-        const bool exactOnly = !b.mvExactIndex.empty() && b.mvExactIndex.size() == b.muVertexNum;
+        const bool exactOnly = b.mpArena != nullptr && b.muVertexNum > 0;
         if (exactOnly) {
             merge[bi].UseExact(b);
-            if (b.mvExactNorm.size() != b.mvExactPos.size())
+            if (!b.mbArenaNormals)
                 normals = false;
         } else if (!b.mvPosOpt.empty() && b.mvNormOpt.size() != b.mvPosOpt.size()) {
             normals = false;
         }
         merge[bi].muIndexBegin = indexTotal;
-        indexTotal += exactOnly ? b.mvExactIndex.size() : b.mvIndexOpt.size();
+        indexTotal += exactOnly ? b.muVertexNum : b.mvIndexOpt.size();
     }
 
     // -----------------------------------------------------------------------------------------
@@ -271,6 +273,19 @@ void ThreadOptimizeFull::Entry()
     // 3. Global numbering in block order. Interior vertices are new by construction; border
     //    vertices are looked up among the border vertices of this slab and the slab below.
     // -----------------------------------------------------------------------------------------
+    // One array for the global numbers of all blocks (each block its own range): one allocation
+    // with huge-page advice instead of one per block.
+    size_t exactTotal = 0;
+    for (const BlockMerge& m : merge)
+        exactTotal += m.muExactNum;
+    std::vector<uint32_t> globalNumbers;
+    ReserveWithLargePages(globalNumbers, exactTotal);
+    globalNumbers.resize(exactTotal);
+    exactTotal = 0;
+    for (BlockMerge& m : merge) {
+        m.mpGlobal = globalNumbers.data() + exactTotal;
+        exactTotal += m.muExactNum;
+    }
     const double window = 3.0 / miSize[2];
     PositionTable current, below;
     double slabStartZ = -1.0;
@@ -295,10 +310,9 @@ void ThreadOptimizeFull::Entry()
         }
         m.muNewBegin = count;
         const size_t exact = m.muExactNum;
-        m.mvGlobal.resize(exact);
         for (size_t e = 0; e < exact; ++e) {
             if (!m.mpBorder[e]) {
-                m.mvGlobal[e] = static_cast<uint32_t>(count++);
+                m.mpGlobal[e] = static_cast<uint32_t>(count++);
                 continue;
             }
             const float* p = m.mpPos + m.First(e) * 3;
@@ -309,7 +323,7 @@ void ThreadOptimizeFull::Entry()
                 g = static_cast<uint32_t>(count++);
                 current.Insert(p, g);
             }
-            m.mvGlobal[e] = g;
+            m.mpGlobal[e] = g;
         }
         m.muNewEnd = count;
     }
@@ -343,8 +357,8 @@ void ThreadOptimizeFull::Entry()
             BlockMerge& m = merge[bi];
             // The block's new vertices have consecutive global numbers from muNewBegin, in exact
             // order; vertices found in earlier blocks are skipped.
-            const uint32_t* global = m.mvGlobal.data();
-            const size_t exactNum = m.mvGlobal.size(), newBegin = m.muNewBegin, newNum = m.muNewEnd - m.muNewBegin;
+            const uint32_t* global = m.mpGlobal;
+            const size_t exactNum = m.muExactNum, newBegin = m.muNewBegin, newNum = m.muNewEnd - m.muNewBegin;
             float* dstPos = pos.data();
             float* dstNorm = normals ? norm.data() : nullptr;
             for (size_t e = 0; e < exactNum; ++e) {
