@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -843,17 +844,14 @@ void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, in
 
 } // namespace
 
-MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const
+template <int A>
+inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cls& s, int x, int y, int z) const
 {
+    constexpr int axis = A;
     MarchingScratch_cls::Vertex v;
     const int* begin = mpOut->miBegin;
     const float* const gridPos[3] = {s.mvGridPos[0].data(), s.mvGridPos[1].data(), s.mvGridPos[2].data()};
-    if (axis == 0)
-        EdgeVertexOn<0>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
-    else if (axis == 1)
-        EdgeVertexOn<1>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
-    else
-        EdgeVertexOn<2>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
+    EdgeVertexOn<A>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
     const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
     v.muCanon = id;
     if (v.miGridEnd >= 0) {
@@ -891,13 +889,13 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
         const uint8_t* r = in + static_cast<size_t>(y) * pw;
         MarchingScratch_cls::EdgeRef* rx = ex + static_cast<size_t>(y) * pw;
         ForEachDiffering(r, r + 1, static_cast<size_t>(W), [&](size_t x) {
-            rx[x] = AddVertex(s, 0, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+            rx[x] = AddVertex<0>(s, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
         });
         if (y == H)
             break;
         MarchingScratch_cls::EdgeRef* ry = ey + static_cast<size_t>(y) * pw;
         ForEachDiffering(r, r + pw, pw, [&](size_t x) {
-            ry[x] = AddVertex(s, 1, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
+            ry[x] = AddVertex<1>(s, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
         });
     }
 }
@@ -912,7 +910,7 @@ void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
     MarchingScratch_cls::EdgeRef* ez = s.mvEdgeVertex.data() + 4 * plane;
     ForEachDiffering(lo, hi, plane, [&](size_t i) {
         const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
-        ez[i] = AddVertex(s, 2, b.miBegin[0] + x, b.miBegin[1] + y, z);
+        ez[i] = AddVertex<2>(s, b.miBegin[0] + x, b.miBegin[1] + y, z);
     });
 }
 
@@ -1019,6 +1017,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
         borderLo[a] = static_cast<float>(static_cast<double>(b.miBegin[a]) / miSize[a]);
         borderHi[a] = static_cast<float>(static_cast<double>(b.miEnd[a]) / miSize[a]);
     }
+    const auto& triangleCounts = TriangleCounts();
     const int zb = b.miBegin[2];
     ComputeLayerEdges(s, zb);
     for (int z = zb; z < b.miEnd[2]; ++z) {
@@ -1037,101 +1036,114 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
         if (mbWeld) {
             s.mvCanon.resize(s.mvVertex.size(), MarchingScratch_cls::CanonState{kNoVertex, kNoVertex});
         }
-        const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
-        for (int ky = 0; ky < H; ++ky) {
-            const int y = MarchOrder(ky, H);
-            const uint8_t* rowCase = layerCase + static_cast<size_t>(y) * W;
-            const uint64_t* rowMask =
-                s.mvCutMask.data() + (static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)) * maskWords;
-            // The cut cubes of the row in march order: pairs (2m + 1, 2m) in turn, the odd last
-            // cube alone. A pair never straddles two mask words.
-            int pending = -1; // the even cube of a pair, emitted after its odd partner
-            for (size_t word = 0; word < maskWords; ++word) {
-                for (uint64_t bits = rowMask[word]; bits != 0 || pending >= 0;) {
-                    int x;
-                    if (pending >= 0) {
-                        x = pending;
-                        pending = -1;
-                    } else {
-                        const int bit = std::countr_zero(bits);
-                        bits &= bits - 1;
-                        x = static_cast<int>(word * 64) + bit;
-                        if ((bit & 1) == 0 && (bits & (uint64_t{1} << (bit + 1))) != 0) {
-                            pending = x;
-                            bits &= ~(uint64_t{1} << (bit + 1));
-                            ++x;
+        // The emission, compiled once per output kind so that the per-corner work carries no
+        // test of the options.
+        auto emitLayer = [&](auto weldTag, auto countTag) {
+            constexpr bool kWeld = decltype(weldTag)::value;
+            constexpr bool kCount = decltype(countTag)::value;
+            const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
+            for (int ky = 0; ky < H; ++ky) {
+                const int y = MarchOrder(ky, H);
+                const uint8_t* rowCase = layerCase + static_cast<size_t>(y) * W;
+                const uint64_t* rowMask =
+                    s.mvCutMask.data() + (static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)) * maskWords;
+                // The cut cubes of the row in march order: pairs (2m + 1, 2m) in turn, the odd last
+                // cube alone. A pair never straddles two mask words.
+                int pending = -1; // the even cube of a pair, emitted after its odd partner
+                for (size_t word = 0; word < maskWords; ++word) {
+                    for (uint64_t bits = rowMask[word]; bits != 0 || pending >= 0;) {
+                        int x;
+                        if (pending >= 0) {
+                            x = pending;
+                            pending = -1;
+                        } else {
+                            const int bit = std::countr_zero(bits);
+                            bits &= bits - 1;
+                            x = static_cast<int>(word * 64) + bit;
+                            if ((bit & 1) == 0 && (bits & (uint64_t{1} << (bit + 1))) != 0) {
+                                pending = x;
+                                bits &= ~(uint64_t{1} << (bit + 1));
+                                ++x;
+                            }
                         }
-                    }
-                    const int c = rowCase[x];
-                    const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
-                    const signed char* tri = a2iTriangleConnectionTable[c];
-                    for (int k = 0; k < 15 && tri[k] >= 0; ++k) {
-                        const MarchingScratch_cls::EdgeRef edge = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
-                        const uint32_t id = edge.muId;
-                        const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
-                        if (!mbWeld) {
-                            std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
-                            if (outNorm)
-                                std::memcpy(outNorm + emitted * 3, v.mfNorm, sizeof v.mfNorm);
-                            ++emitted;
-                            continue;
-                        }
-                        // The rule of ThreadOptimizeA: the first triangle as it is, then the last
-                        // kLookBack unique vertices, exact on all three coordinates. Equal canonical
-                        // numbers mean equal positions (AddVertex), and the newest unique vertex with
-                        // a number is the one a backward search would meet first, so the look-back is
-                        // one test: is that vertex among the last kLookBack?
-                        MarchingScratch_cls::CanonState& state = s.mvCanon[edge.muCanon];
-                        uint32_t& last = state.muLast;
-                        uint32_t found = kNoVertex;
-                        if (emitted >= 3 && last != kNoVertex &&
-                            static_cast<size_t>(last) + static_cast<size_t>(ThreadOptimizeA::kLookBack) >= unique)
-                            found = last;
-                        if (found == kNoVertex && mbCountOnly) {
-                            // Counted, not kept; the exact list gets the vertex on its first visit.
-                            last = static_cast<uint32_t>(unique++);
-                            uint32_t& exact = state.muExact;
-                            if (exact == kNoVertex) {
-                                exact = static_cast<uint32_t>(exactNum++);
-                                std::memcpy(xPos + static_cast<size_t>(exact) * 3, v.mfPos, sizeof v.mfPos);
+                        const int c = rowCase[x];
+                        const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
+                        const signed char* tri = a2iTriangleConnectionTable[c];
+                        const int corners = 3 * triangleCounts[static_cast<size_t>(c)];
+                        for (int k = 0; k < corners; ++k) {
+                            const MarchingScratch_cls::EdgeRef edge = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
+                            const uint32_t id = edge.muId;
+                            const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
+                            if constexpr (!kWeld) {
+                                std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
+                                if (outNorm)
+                                    std::memcpy(outNorm + emitted * 3, v.mfNorm, sizeof v.mfNorm);
+                                ++emitted;
+                                continue;
+                            }
+                            // The rule of ThreadOptimizeA: the first triangle as it is, then the last
+                            // kLookBack unique vertices, exact on all three coordinates. Equal canonical
+                            // numbers mean equal positions (AddVertex), and the newest unique vertex with
+                            // a number is the one a backward search would meet first, so the look-back is
+                            // one test: is that vertex among the last kLookBack?
+                            MarchingScratch_cls::CanonState& state = s.mvCanon[edge.muCanon];
+                            uint32_t& last = state.muLast;
+                            uint32_t found = kNoVertex;
+                            if (emitted >= 3 && last != kNoVertex &&
+                                static_cast<size_t>(last) + static_cast<size_t>(ThreadOptimizeA::kLookBack) >= unique)
+                                found = last;
+                            if (kCount && found == kNoVertex) {
+                                // Counted, not kept; the exact list gets the vertex on its first visit.
+                                last = static_cast<uint32_t>(unique++);
+                                uint32_t& exact = state.muExact;
+                                if (exact == kNoVertex) {
+                                    exact = static_cast<uint32_t>(exactNum++);
+                                    std::memcpy(xPos + static_cast<size_t>(exact) * 3, v.mfPos, sizeof v.mfPos);
+                                    if (mbNormals)
+                                        std::memcpy(xNorm + static_cast<size_t>(exact) * 3, v.mfNorm, sizeof v.mfNorm);
+                                    bool border = false;
+                                    for (int a = 0; a < 3; ++a)
+                                        border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                                    xBorder[exact] = border ? 1 : 0;
+                                }
+                                outIndex[emitted++] = exact;
+                                continue;
+                            }
+                            if (kCount && found != kNoVertex) {
+                                outIndex[emitted++] = state.muExact;
+                                continue;
+                            }
+                            if (found == kNoVertex) {
+                                std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
                                 if (mbNormals)
-                                    std::memcpy(xNorm + static_cast<size_t>(exact) * 3, v.mfNorm, sizeof v.mfNorm);
-                                bool border = false;
-                                for (int a = 0; a < 3; ++a)
-                                    border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
-                                xBorder[exact] = border ? 1 : 0;
+                                    std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
+                                last = static_cast<uint32_t>(unique);
+                                // Exact duplicates beyond the look-back, and which vertices lie on the
+                                // block's border planes: the full weld takes both from here.
+                                uint32_t& exact = state.muExact;
+                                if (exact == kNoVertex) {
+                                    exact = static_cast<uint32_t>(b.mvExactFirst.size());
+                                    b.mvExactFirst.push_back(static_cast<uint32_t>(unique));
+                                    bool border = false;
+                                    for (int a = 0; a < 3; ++a)
+                                        border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
+                                    b.mvExactBorder.push_back(border ? 1 : 0);
+                                }
+                                b.mvOptToExact.push_back(exact);
+                                found = static_cast<uint32_t>(unique++);
                             }
-                            outIndex[emitted++] = exact;
-                            continue;
+                            outIndex[emitted++] = found;
                         }
-                        if (found != kNoVertex && mbCountOnly) {
-                            outIndex[emitted++] = state.muExact;
-                            continue;
-                        }
-                        if (found == kNoVertex) {
-                            std::memcpy(uPos + unique * 3, v.mfPos, sizeof v.mfPos);
-                            if (mbNormals)
-                                std::memcpy(uNorm + unique * 3, v.mfNorm, sizeof v.mfNorm);
-                            last = static_cast<uint32_t>(unique);
-                            // Exact duplicates beyond the look-back, and which vertices lie on the
-                            // block's border planes: the full weld takes both from here.
-                            uint32_t& exact = state.muExact;
-                            if (exact == kNoVertex) {
-                                exact = static_cast<uint32_t>(b.mvExactFirst.size());
-                                b.mvExactFirst.push_back(static_cast<uint32_t>(unique));
-                                bool border = false;
-                                for (int a = 0; a < 3; ++a)
-                                    border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
-                                b.mvExactBorder.push_back(border ? 1 : 0);
-                            }
-                            b.mvOptToExact.push_back(exact);
-                            found = static_cast<uint32_t>(unique++);
-                        }
-                        outIndex[emitted++] = found;
                     }
                 }
             }
-        }
+        };
+        if (mbCountOnly)
+            emitLayer(std::true_type{}, std::true_type{});
+        else if (mbWeld)
+            emitLayer(std::true_type{}, std::false_type{});
+        else
+            emitLayer(std::false_type{}, std::false_type{});
     }
     TESSAN_ASSERT(emitted == vertexNum, "SRC/ISO/ThreadMarching");
     for (size_t point : s.mvPointTouched)

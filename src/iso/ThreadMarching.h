@@ -85,9 +85,9 @@ class ThreadMarching final : public MultiThreadThread_cls
     void ComputeLayerEdges(MarchingScratch_cls& s, int z);
     /// Computes the vertices of the cut z edges between voxel layers z and z + 1.
     void ComputeVerticalEdges(MarchingScratch_cls& s, int z);
-    /// Appends the vertex on the edge from voxel (x, y, z) one step along axis to the block's
+    /// Appends the vertex on the edge from voxel (x, y, z) one step along axis A to the block's
     /// vertices; returns its number and canonical number.
-    MarchingScratch_cls::EdgeRef AddVertex(MarchingScratch_cls& s, int axis, int x, int y, int z) const;
+    template <int A> MarchingScratch_cls::EdgeRef AddVertex(MarchingScratch_cls& s, int x, int y, int z) const;
     /// Drops the cached edges that the next layer of cubes cannot share (called when the march
     /// moves up one layer of cubes).
     void AdvanceLayer();
