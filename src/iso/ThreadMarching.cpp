@@ -1041,6 +1041,13 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
         auto emitLayer = [&](auto weldTag, auto countTag) {
             constexpr bool kWeld = decltype(weldTag)::value;
             constexpr bool kCount = decltype(countTag)::value;
+            // Local copies of the arrays' addresses: the stores of the loop could otherwise alias
+            // the vectors' own pointers, and every corner would reload them.
+            const MarchingScratch_cls::EdgeRef* edgeVertex = s.mvEdgeVertex.data();
+            const MarchingScratch_cls::Vertex* vertex = s.mvVertex.data();
+            MarchingScratch_cls::CanonState* canon = s.mvCanon.data();
+            const size_t slot[12] = {edgeSlot[0], edgeSlot[1], edgeSlot[2], edgeSlot[3], edgeSlot[4],  edgeSlot[5],
+                                     edgeSlot[6], edgeSlot[7], edgeSlot[8], edgeSlot[9], edgeSlot[10], edgeSlot[11]};
             const uint8_t* layerCase = s.mvCase.data() + static_cast<size_t>(z - zb) * H * W;
             for (int ky = 0; ky < H; ++ky) {
                 const int y = MarchOrder(ky, H);
@@ -1071,9 +1078,9 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                         const signed char* tri = a2iTriangleConnectionTable[c];
                         const int corners = 3 * triangleCounts[static_cast<size_t>(c)];
                         for (int k = 0; k < corners; ++k) {
-                            const MarchingScratch_cls::EdgeRef edge = s.mvEdgeVertex[edgeSlot[tri[k]] + cell];
+                            const MarchingScratch_cls::EdgeRef edge = edgeVertex[slot[tri[k]] + cell];
                             const uint32_t id = edge.muId;
-                            const MarchingScratch_cls::Vertex& v = s.mvVertex[id];
+                            const MarchingScratch_cls::Vertex& v = vertex[id];
                             if constexpr (!kWeld) {
                                 std::memcpy(outPos + emitted * 3, v.mfPos, sizeof v.mfPos);
                                 if (outNorm)
@@ -1086,7 +1093,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                             // numbers mean equal positions (AddVertex), and the newest unique vertex with
                             // a number is the one a backward search would meet first, so the look-back is
                             // one test: is that vertex among the last kLookBack?
-                            MarchingScratch_cls::CanonState& state = s.mvCanon[edge.muCanon];
+                            MarchingScratch_cls::CanonState& state = canon[edge.muCanon];
                             uint32_t& last = state.muLast;
                             uint32_t found = kNoVertex;
                             if (emitted >= 3 && last != kNoVertex &&

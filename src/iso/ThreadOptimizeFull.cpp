@@ -12,6 +12,8 @@
 
 #include <bit>
 #include <cstring>
+#include <functional>
+#include <memory>
 
 namespace
 {
@@ -139,6 +141,17 @@ class IndexTable
     size_t mMask = 0;
 };
 
+// Runs one function on a worker slot.
+class CallWorker final : public MultiThreadThread_cls
+{
+  public:
+    explicit CallWorker(std::function<void()> fn) : mFn(std::move(fn)) {}
+    void Entry() override { mFn(); }
+
+  private:
+    std::function<void()> mFn;
+};
+
 // Per-block working lists of the merge.
 struct BlockMerge {
     std::vector<uint32_t> mvOptToExact; // block-welded vertex -> exactly unique vertex of the block
@@ -232,42 +245,47 @@ void ThreadOptimizeFull::Entry()
     // The workers take contiguous ranges; spreading them over all slabs balances the load when
     // the surface fills only part of the volume.
     auto spread = [blockNum](size_t k) { return blockNum == 512 ? ((k & 7) << 6) | (k >> 3) : k; };
-    mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
-        IndexTable local;
-        for (size_t k = first; k < last; ++k) {
-            const size_t bi = spread(k);
-            const MarchingBlock_cls& b = blocks[bi];
-            BlockMerge& m = merge[bi];
-            const size_t n = b.mvPosOpt.size() / 3;
-            if (n == 0 || m.mpIndex != nullptr)
-                continue; // nothing welded, or the exact lists of the march are in use
-            if (b.mvOptToExact.size() == n && b.mvExactFirst.size() == b.mvExactBorder.size()) {
-                // The march welded on the fly and already told which vertices coincide.
-                m.Use(b, b.mvOptToExact, b.mvExactFirst, b.mvExactBorder);
-                continue;
-            }
-            const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
-            const float hi[3] = {plane(b.miEnd[0], 0), plane(b.miEnd[1], 1), plane(b.miEnd[2], 2)};
-            local.Reset(b.mvPosOpt.data(), n);
-            m.mvOptToExact.resize(n);
-            m.mvExactFirst.clear();
-            m.mvBorder.clear();
-            for (size_t u = 0; u < n; ++u) {
-                const float* p = &b.mvPosOpt[u * 3];
-                const auto fresh = static_cast<uint32_t>(m.mvExactFirst.size());
-                uint32_t e = local.FindOrInsert(static_cast<uint32_t>(u), fresh, m.mvOptToExact);
-                if (e == fresh) {
-                    m.mvExactFirst.push_back(static_cast<uint32_t>(u));
-                    bool border = false;
-                    for (int a = 0; a < 3; ++a)
-                        border |= p[a] == lo[a] || p[a] == hi[a];
-                    m.mvBorder.push_back(border ? 1 : 0);
+    bool blockListsPresent = false;
+    for (size_t bi = 0; bi < blockNum; ++bi)
+        blockListsPresent |= merge[bi].mpIndex == nullptr && !blocks[bi].mvPosOpt.empty();
+    // With the counted block stage every block is ready: no workers to start.
+    if (blockListsPresent)
+        mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
+            IndexTable local;
+            for (size_t k = first; k < last; ++k) {
+                const size_t bi = spread(k);
+                const MarchingBlock_cls& b = blocks[bi];
+                BlockMerge& m = merge[bi];
+                const size_t n = b.mvPosOpt.size() / 3;
+                if (n == 0 || m.mpIndex != nullptr)
+                    continue; // nothing welded, or the exact lists of the march are in use
+                if (b.mvOptToExact.size() == n && b.mvExactFirst.size() == b.mvExactBorder.size()) {
+                    // The march welded on the fly and already told which vertices coincide.
+                    m.Use(b, b.mvOptToExact, b.mvExactFirst, b.mvExactBorder);
+                    continue;
                 }
-                m.mvOptToExact[u] = e;
+                const float lo[3] = {plane(b.miBegin[0], 0), plane(b.miBegin[1], 1), plane(b.miBegin[2], 2)};
+                const float hi[3] = {plane(b.miEnd[0], 0), plane(b.miEnd[1], 1), plane(b.miEnd[2], 2)};
+                local.Reset(b.mvPosOpt.data(), n);
+                m.mvOptToExact.resize(n);
+                m.mvExactFirst.clear();
+                m.mvBorder.clear();
+                for (size_t u = 0; u < n; ++u) {
+                    const float* p = &b.mvPosOpt[u * 3];
+                    const auto fresh = static_cast<uint32_t>(m.mvExactFirst.size());
+                    uint32_t e = local.FindOrInsert(static_cast<uint32_t>(u), fresh, m.mvOptToExact);
+                    if (e == fresh) {
+                        m.mvExactFirst.push_back(static_cast<uint32_t>(u));
+                        bool border = false;
+                        for (int a = 0; a < 3; ++a)
+                            border |= p[a] == lo[a] || p[a] == hi[a];
+                        m.mvBorder.push_back(border ? 1 : 0);
+                    }
+                    m.mvOptToExact[u] = e;
+                }
+                m.Use(b, m.mvOptToExact, m.mvExactFirst, m.mvBorder);
             }
-            m.Use(b, m.mvOptToExact, m.mvExactFirst, m.mvBorder);
-        }
-    });
+        });
 
     // -----------------------------------------------------------------------------------------
     // 3. Global numbering in block order. Interior vertices are new by construction; border
@@ -286,6 +304,25 @@ void ThreadOptimizeFull::Entry()
         m.mpGlobal = globalNumbers.data() + exactTotal;
         exactTotal += m.muExactNum;
     }
+    // Sizing a vector fills it, which is also the first touch of its pages. A helper does that for
+    // the three output lists while this thread numbers the vertices (the positions and normals at
+    // the most they can need, the exactly unique vertices of all blocks; cut to size afterwards).
+    std::vector<float>& pos = *mpvPos;
+    std::vector<float>& norm = *mpvNorm;
+    std::vector<uint32_t>& index = *mpvIndex;
+    const size_t mostVertices = exactTotal;
+    auto sizeOutputs = [&pos, &norm, &index, indexTotal, mostVertices, normals] {
+        ReserveWithLargePages(index, indexTotal);
+        index.resize(indexTotal);
+        ReserveWithLargePages(pos, mostVertices * 3);
+        pos.resize(mostVertices * 3);
+        ReserveWithLargePages(norm, normals ? mostVertices * 3 : 0);
+        norm.resize(normals ? mostVertices * 3 : 0);
+    };
+    const bool helper = mpCtrl->GetThreadNum() > 1;
+    if (helper)
+        mpCtrl->WaitForThreadsAndRun(std::make_unique<CallWorker>(sizeOutputs));
+
     const double window = 3.0 / miSize[2];
     PositionTable current, below;
     double slabStartZ = -1.0;
@@ -331,25 +368,12 @@ void ThreadOptimizeFull::Entry()
     // -----------------------------------------------------------------------------------------
     // 4. Copy the new vertices of each block to their global numbers and remap its triangles.
     // -----------------------------------------------------------------------------------------
-    std::vector<float>& pos = *mpvPos;
-    std::vector<float>& norm = *mpvNorm;
-    std::vector<uint32_t>& index = *mpvIndex;
-    // Sizing a vector fills it, which is also the first touch of its pages: one list per worker,
-    // so the page faults of the three largest arrays of the extraction do not queue on one thread.
-    mpCtrl->RunRanges(3, [&](size_t first, size_t last) {
-        for (size_t k = first; k < last; ++k) {
-            if (k == 0) {
-                ReserveWithLargePages(index, indexTotal);
-                index.resize(indexTotal);
-            } else if (k == 1) {
-                ReserveWithLargePages(pos, count * 3);
-                pos.resize(count * 3);
-            } else {
-                ReserveWithLargePages(norm, normals ? count * 3 : 0);
-                norm.resize(normals ? count * 3 : 0);
-            }
-        }
-    });
+    if (helper)
+        mpCtrl->WaitAllThreadsEnd();
+    else
+        sizeOutputs();
+    pos.resize(count * 3);
+    norm.resize(normals ? count * 3 : 0);
     mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
         for (size_t k = first; k < last; ++k) {
             const size_t bi = spread(k);
