@@ -21,6 +21,7 @@
 #include <type_traits>
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#include <xmmintrin.h>
 #endif
 
 // ---------------------------------------------------------------------------------------------
@@ -926,10 +927,26 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     // range, which decides (inclusive at both ends) whether it is marched at all.
     s.mvInside.resize(plane * (static_cast<size_t>(D) + 1) + kSimdPad);
     int lo = 255, hi = 0;
+    // The block's rows are short pieces of long grid rows, too far apart for the hardware to
+    // guess: ask for the row a few steps ahead while the current one is classified.
+    constexpr int kAhead = 6;
+    const unsigned char* blockData = mpData + static_cast<size_t>(b.miBegin[2]) * muSliceStride +
+                                     static_cast<size_t>(b.miBegin[1]) * nx + static_cast<size_t>(b.miBegin[0]);
     for (int z = 0; z <= D; ++z)
         for (int y = 0; y <= H; ++y) {
-            const unsigned char* src = mpData + static_cast<size_t>(b.miBegin[2] + z) * muSliceStride +
-                                       static_cast<size_t>(b.miBegin[1] + y) * nx + static_cast<size_t>(b.miBegin[0]);
+            const unsigned char* src = blockData + static_cast<size_t>(z) * muSliceStride + static_cast<size_t>(y) * nx;
+#if defined(__SSE2__)
+            {
+                const int ya = y + kAhead <= H ? y + kAhead : y + kAhead - (H + 1);
+                const int za = y + kAhead <= H ? z : z + 1;
+                if (za <= D) {
+                    const unsigned char* ahead =
+                        blockData + static_cast<size_t>(za) * muSliceStride + static_cast<size_t>(ya) * nx;
+                    _mm_prefetch(reinterpret_cast<const char*>(ahead), _MM_HINT_T0);
+                    _mm_prefetch(reinterpret_cast<const char*>(ahead + pw - 1), _MM_HINT_T0);
+                }
+            }
+#endif
             ClassifyRow(src, s.mvInside.data() + static_cast<size_t>(z) * plane + static_cast<size_t>(y) * pw, pw, L,
                         lo, hi);
         }
@@ -1108,10 +1125,11 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                                     std::memcpy(xPos + static_cast<size_t>(exact) * 3, v.mfPos, sizeof v.mfPos);
                                     if (mbNormals)
                                         std::memcpy(xNorm + static_cast<size_t>(exact) * 3, v.mfNorm, sizeof v.mfNorm);
-                                    bool border = false;
-                                    for (int a = 0; a < 3; ++a)
-                                        border |= v.mfPos[a] == borderLo[a] || v.mfPos[a] == borderHi[a];
-                                    xBorder[exact] = border ? 1 : 0;
+                                    // Branch-free: most vertices lie inside, and the test is unpredictable.
+                                    xBorder[exact] =
+                                        static_cast<uint8_t>((v.mfPos[0] == borderLo[0]) | (v.mfPos[0] == borderHi[0]) |
+                                                             (v.mfPos[1] == borderLo[1]) | (v.mfPos[1] == borderHi[1]) |
+                                                             (v.mfPos[2] == borderLo[2]) | (v.mfPos[2] == borderHi[2]));
                                 }
                                 outIndex[emitted++] = exact;
                                 continue;
