@@ -1,5 +1,7 @@
 #include "iso/MarchingArena_cls.h"
 
+#include <algorithm>
+
 void MarchingArena_cls::Release()
 {
     mCPos.Release();
@@ -11,9 +13,23 @@ void MarchingArena_cls::Release()
 
 void MarchingArena_cls::MakeRoom(size_t vertices, size_t indices, bool normals)
 {
-    mCPos.Reserve((muVertexNum + vertices) * 3, muVertexNum * 3);
-    if (normals)
-        mCNorm.Reserve((muVertexNum + vertices) * 3, muVertexNum * 3);
-    mCBorder.Reserve(muVertexNum + vertices, muVertexNum);
-    mCIndex.Reserve(muIndexNum + indices, muIndexNum);
+    // Room for the rest of the lane's blocks at the rate of the blocks so far (this one included),
+    // with a quarter to spare; only taken when the arena has to grow anyway. Untouched room costs
+    // address space only.
+    const size_t blocksLeft = muExpectedBlocks > muBlockNum ? muExpectedBlocks - muBlockNum : 1;
+    auto want = [&](size_t used, size_t now) {
+        const size_t perBlock = (used + now) / (muBlockNum + 1) + 1;
+        return used + std::max(now, perBlock * blocksLeft / 4 * 5);
+    };
+    const size_t needVertices = muVertexNum + vertices, needIndices = muIndexNum + indices;
+    if (needVertices * 3 > mCPos.Capacity() || (normals && needVertices * 3 > mCNorm.Capacity()) ||
+        needVertices > mCBorder.Capacity()) {
+        const size_t v = want(muVertexNum, vertices);
+        mCPos.Reserve(v * 3, muVertexNum * 3);
+        if (normals)
+            mCNorm.Reserve(v * 3, muVertexNum * 3);
+        mCBorder.Reserve(v, muVertexNum);
+    }
+    if (needIndices > mCIndex.Capacity())
+        mCIndex.Reserve(want(muIndexNum, indices), muIndexNum);
 }

@@ -19,7 +19,12 @@ class MarchingArena_cls
     {
         muVertexNum = 0;
         muIndexNum = 0;
+        muBlockNum = 0;
     }
+    /// How many blocks the lane is expected to take in this extraction: when the arena must grow,
+    /// it grows at once to what that many blocks like the ones so far would need, instead of
+    /// doubling (and copying) its way up.
+    void SetExpectedBlocks(size_t blocks) { muExpectedBlocks = blocks; }
     /// Frees the memory.
     void Release();
     /// Makes room for `vertices` more exact vertices (with normals when `normals`) and `indices`
@@ -30,6 +35,7 @@ class MarchingArena_cls
     {
         muVertexNum += vertices;
         muIndexNum += indices;
+        ++muBlockNum;
     }
 
     /// Positions and normals (x y z per vertex), border flags (one per vertex) and exact vertex
@@ -53,4 +59,6 @@ class MarchingArena_cls
     LargeBuffer_cls<uint32_t> mCIndex;
     size_t muVertexNum = 0;
     size_t muIndexNum = 0;
+    size_t muBlockNum = 0;
+    size_t muExpectedBlocks = 0;
 };

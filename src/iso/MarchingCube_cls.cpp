@@ -162,6 +162,8 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
     const size_t lanes = static_cast<size_t>(std::max(1, mCThreadCtrl.GetThreadNum()));
     if (mvArena.size() < lanes)
         mvArena.resize(lanes);
+    for (size_t lane = 0; lane < lanes; ++lane)
+        mvArena[lane].SetExpectedBlocks((work.size() + lanes - 1) / lanes);
     mCThreadCtrl.RunRanges(lanes, [&](size_t lane, size_t) {
         for (size_t i = next.fetch_add(1); i < work.size(); i = next.fetch_add(1)) {
             ThreadMarching worker(data, miSize, miLevel, workerFlags, work[i], &mCScratchPool, &mvArena[lane]);

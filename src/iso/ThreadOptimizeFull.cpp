@@ -157,7 +157,7 @@ struct BlockMerge {
     std::vector<uint32_t> mvOptToExact; // block-welded vertex -> exactly unique vertex of the block
     std::vector<uint32_t> mvExactFirst; // exactly unique vertex -> its first block-welded vertex
     std::vector<uint8_t> mvBorder;      // exactly unique vertex lies on a border plane of the block
-    uint32_t* mpGlobal = nullptr;       // exactly unique vertex -> global number (muExactNum of them)
+    size_t muBorderBegin = 0;           // first global number of its border vertices in the merge's list
     size_t muNewBegin = 0;              // the global numbers new in this block: [begin, end)
     size_t muNewEnd = 0;
     size_t muIndexBegin = 0; // first slot of the block in the global index list
@@ -296,14 +296,6 @@ void ThreadOptimizeFull::Entry()
     size_t exactTotal = 0;
     for (const BlockMerge& m : merge)
         exactTotal += m.muExactNum;
-    std::vector<uint32_t> globalNumbers;
-    ReserveWithLargePages(globalNumbers, exactTotal);
-    globalNumbers.resize(exactTotal);
-    exactTotal = 0;
-    for (BlockMerge& m : merge) {
-        m.mpGlobal = globalNumbers.data() + exactTotal;
-        exactTotal += m.muExactNum;
-    }
     // Sizing a vector fills it, which is also the first touch of its pages. A helper does that for
     // the three output lists while this thread numbers the vertices (the positions and normals at
     // the most they can need, the exactly unique vertices of all blocks; cut to size afterwards).
@@ -327,6 +319,8 @@ void ThreadOptimizeFull::Entry()
     PositionTable current, below;
     double slabStartZ = -1.0;
     size_t count = 0;
+    std::vector<uint32_t> borderGlobal; // per block in order: the global number of each border vertex
+    borderGlobal.reserve(exactTotal / 4 + 16);
     for (size_t bi = 0; bi < blockNum; ++bi) {
         const MarchingBlock_cls& b = blocks[bi];
         BlockMerge& m = merge[bi];
@@ -345,23 +339,30 @@ void ThreadOptimizeFull::Entry()
                 slabStartZ = static_cast<double>(b.miBegin[2]) / miSize[2];
             }
         }
+        // Only the border vertices are looked up; their global numbers are kept in order. Every
+        // other vertex is new, and a new vertex's number is the block's first one plus the count
+        // of new vertices before it (its exact number minus the border vertices found before it),
+        // which the copy below works out again instead of storing a number per vertex.
         m.muNewBegin = count;
+        m.muBorderBegin = borderGlobal.size();
         const size_t exact = m.muExactNum;
+        size_t found = 0;
         for (size_t e = 0; e < exact; ++e) {
-            if (!m.mpBorder[e]) {
-                m.mpGlobal[e] = static_cast<uint32_t>(count++);
+            if (!m.mpBorder[e])
                 continue;
-            }
             const float* p = m.mpPos + m.First(e) * 3;
             uint32_t g = current.Find(p);
             if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
                 g = below.Find(p);
             if (g == UINT32_MAX) {
-                g = static_cast<uint32_t>(count++);
+                g = static_cast<uint32_t>(m.muNewBegin + e - found);
                 current.Insert(p, g);
+            } else {
+                ++found;
             }
-            m.mpGlobal[e] = g;
+            borderGlobal.push_back(g);
         }
+        count += exact - found;
         m.muNewEnd = count;
     }
 
@@ -375,20 +376,32 @@ void ThreadOptimizeFull::Entry()
     pos.resize(count * 3);
     norm.resize(normals ? count * 3 : 0);
     mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
+        std::vector<uint32_t> global; // the block's exact vertex -> global number, reused block by block
         for (size_t k = first; k < last; ++k) {
             const size_t bi = spread(k);
             MarchingBlock_cls& b = blocks[bi];
             BlockMerge& m = merge[bi];
             // The block's new vertices have consecutive global numbers from muNewBegin, in exact
-            // order; vertices found in earlier blocks are skipped.
-            const uint32_t* global = m.mpGlobal;
-            const size_t exactNum = m.muExactNum, newBegin = m.muNewBegin, newNum = m.muNewEnd - m.muNewBegin;
+            // order; border vertices found in earlier blocks take those blocks' numbers.
+            const size_t exactNum = m.muExactNum, newBegin = m.muNewBegin;
+            if (global.size() < exactNum)
+                global.resize(exactNum);
+            const uint32_t* borderG = borderGlobal.data() + m.muBorderBegin;
             float* dstPos = pos.data();
             float* dstNorm = normals ? norm.data() : nullptr;
+            size_t found = 0;
             for (size_t e = 0; e < exactNum; ++e) {
-                const size_t g = global[e];
-                if (g - newBegin >= newNum)
-                    continue;
+                size_t g = newBegin + e - found;
+                if (m.mpBorder[e]) {
+                    const size_t known = *borderG++;
+                    if (known < newBegin) {
+                        global[e] = static_cast<uint32_t>(known);
+                        ++found;
+                        continue;
+                    }
+                    g = known;
+                }
+                global[e] = static_cast<uint32_t>(g);
                 const float* sp = m.mpPos + m.First(e) * 3;
                 dstPos[g * 3] = sp[0];
                 dstPos[g * 3 + 1] = sp[1];
