@@ -8,6 +8,7 @@
 #include "iso/MarchingCube_cls.h"
 
 #include "config/TextFormat.h"
+#include "iso/ThreadIsoLane.h"
 #include "iso/ThreadIsoWriterBase_cls.h"
 #include "iso/ThreadMarching.h"
 #include "iso/ThreadOptimizeA.h"
@@ -164,7 +165,7 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
         mvArena.resize(lanes);
     for (size_t lane = 0; lane < lanes; ++lane)
         mvArena[lane].SetExpectedBlocks((work.size() + lanes - 1) / lanes);
-    mCThreadCtrl.RunRanges(lanes, [&](size_t lane, size_t) {
+    ThreadIsoLane::RunLanes(mCThreadCtrl, lanes, [&](size_t lane) {
         for (size_t i = next.fetch_add(1); i < work.size(); i = next.fetch_add(1)) {
             ThreadMarching worker(data, miSize, miLevel, workerFlags, work[i], &mCScratchPool, &mvArena[lane]);
             worker.Entry();

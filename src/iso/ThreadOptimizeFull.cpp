@@ -9,7 +9,9 @@
 
 #include "iso/LargeVector.h"
 #include "iso/MarchingArena_cls.h"
+#include "iso/ThreadIsoLane.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <functional>
@@ -139,17 +141,6 @@ class IndexTable
     const float* mpPos = nullptr;
     std::vector<uint32_t> mvSlots;
     size_t mMask = 0;
-};
-
-// Runs one function on a worker slot.
-class CallWorker final : public MultiThreadThread_cls
-{
-  public:
-    explicit CallWorker(std::function<void()> fn) : mFn(std::move(fn)) {}
-    void Entry() override { mFn(); }
-
-  private:
-    std::function<void()> mFn;
 };
 
 // Per-block working lists of the merge.
@@ -313,7 +304,7 @@ void ThreadOptimizeFull::Entry()
     };
     const bool helper = mpCtrl->GetThreadNum() > 1;
     if (helper)
-        mpCtrl->WaitForThreadsAndRun(std::make_unique<CallWorker>(sizeOutputs));
+        mpCtrl->WaitForThreadsAndRun(std::make_unique<ThreadIsoLane>(sizeOutputs));
 
     const double window = 3.0 / miSize[2];
     PositionTable current, below;
@@ -375,7 +366,9 @@ void ThreadOptimizeFull::Entry()
         sizeOutputs();
     pos.resize(count * 3);
     norm.resize(normals ? count * 3 : 0);
-    mpCtrl->RunRanges(blockNum, [&](size_t first, size_t last) {
+    const int lanes = std::max(1, mpCtrl->GetThreadNum());
+    ThreadIsoLane::RunLanes(*mpCtrl, static_cast<size_t>(lanes), [&](size_t lane) {
+        const auto [first, last] = MultiThreadCtrl_cls::Range(blockNum, static_cast<int>(lane), lanes);
         std::vector<uint32_t> global; // the block's exact vertex -> global number, reused block by block
         for (size_t k = first; k < last; ++k) {
             const size_t bi = spread(k);
