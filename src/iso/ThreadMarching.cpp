@@ -1018,7 +1018,10 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     uint8_t* xBorder = mbCountOnly ? mpArena->Border() + arenaVertexBegin : nullptr;
     size_t exactNum = 0;
 
-    s.mvEdgeVertex.assign(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
+    // No clearing: an entry is read only for an edge that is cut, and every cut edge of the layers
+    // in work is written (ComputeLayerEdges, ComputeVerticalEdges) before its cubes emit.
+    if (s.mvEdgeVertex.size() < 5 * plane)
+        s.mvEdgeVertex.resize(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
     s.mvVertex.clear();
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
