@@ -775,23 +775,21 @@ inline void EdgeNormal(const unsigned char* data, const int size[3], size_t slic
     const unsigned char* p =
         data + static_cast<size_t>(base[2]) * slice + static_cast<size_t>(base[1]) * nx + static_cast<size_t>(base[0]);
     auto value = [p](ptrdiff_t o) { return static_cast<float>(p[o]); };
+    // Without the test for a zero fraction that InterpolateAt makes: a + 0 * (b - a) is a itself
+    // (a is a voxel value, never negative, so even a = 0 gives +0), and the neighbour read instead
+    // lies inside the grid here. Fewer unpredictable branches, the same bits.
     auto lerp = [&](ptrdiff_t o, ptrdiff_t step, float fr) {
         const float a = value(o);
-        return fr == 0.0f ? a : a + fr * (value(o + step) - a);
+        return a + fr * (value(o + step) - a);
     };
     // Along A: the samples at f - 0.5 and f + 0.5, carried into the neighbouring voxel.
     {
         const ptrdiff_t s = stride[A];
-        float fm = f - 0.5f, fp = f + 0.5f;
-        ptrdiff_t om = 0, op = 0;
-        if (fm < 0.0f) {
-            fm += 1.0f;
-            om = -s;
-        }
-        if (fp >= 1.0f) {
-            fp -= 1.0f;
-            op = s;
-        }
+        const float fm0 = f - 0.5f, fp0 = f + 0.5f;
+        const bool carryM = fm0 < 0.0f, carryP = fp0 >= 1.0f;
+        const float fm = carryM ? fm0 + 1.0f : fm0;
+        const float fp = carryP ? fp0 - 1.0f : fp0;
+        const ptrdiff_t om = carryM ? -s : 0, op = carryP ? s : 0;
         normal[A] = (lerp(om, s, fm) - lerp(op, s, fp)) * static_cast<float>(size[A]);
     }
     // Across A: the samples half a voxel below and above on axis a, at fraction 0.5 from voxels
@@ -801,9 +799,8 @@ inline void EdgeNormal(const unsigned char* data, const int size[3], size_t slic
             continue;
         const ptrdiff_t s = stride[a];
         auto sample = [&](ptrdiff_t o) {
-            if (f == 0.0f)
-                return lerp(o, s, 0.5f);
-            // Two fractions: the lower axis is interpolated first, as InterpolateAt does.
+            // Two fractions: the lower axis is interpolated first, as InterpolateAt does. With
+            // f = 0 this is the one-fraction sample along a, bit for bit (see lerp).
             const int inner = a < A ? a : A;
             const ptrdiff_t si = stride[inner], so = stride[a + A - inner];
             const float fi = inner == A ? f : 0.5f, fo = inner == A ? 0.5f : f;
