@@ -19,7 +19,10 @@ void MarchingArena_cls::MakeRoom(size_t vertices, size_t indices, bool normals)
     const size_t blocksLeft = muExpectedBlocks > muBlockNum ? muExpectedBlocks - muBlockNum : 1;
     auto want = [&](size_t used, size_t now) {
         const size_t perBlock = (used + now) / (muBlockNum + 1) + 1;
-        return used + std::max(now, perBlock * blocksLeft / 4 * 5);
+        // Never more than four times what is needed now: one dense block at the start must not
+        // make a huge reservation for a surface that is sparse elsewhere.
+        const size_t guess = std::min(perBlock * blocksLeft / 4 * 5, 4 * (used + now));
+        return used + std::max(now, guess);
     };
     const size_t needVertices = muVertexNum + vertices, needIndices = muIndexNum + indices;
     if (needVertices * 3 > mCPos.Capacity() || (normals && needVertices * 3 > mCNorm.Capacity()) ||
