@@ -103,10 +103,17 @@ class FrameMain_cls : public wxFrame
     bool SaveConfigure(const std::wstring& path, bool project);
     /// Opens a project file: reads it, remembers it and titles the window after it.
     void OpenProjectMain(const std::wstring& path);
+    /// The current project's path (empty until a project was opened or saved).
+    const std::wstring& GetProjectPath() const { return mStrProjectPath; }
     /// Rebuilds the recent-project menu from the controller's list.
     void UpdateRecentMenu();
 
   private:
+    /// The window's parts of the configuration and project files.
+    void InstallProjectHooks();
+    void RemoveProjectHooks();
+    /// Panels, layout and clock after a configuration or project was read.
+    void RefreshAfterRead();
     void OnIdle(wxIdleEvent& event);
     void InitializeOnIdle();
     void OnQuit(wxCommandEvent& event);
