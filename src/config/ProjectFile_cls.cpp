@@ -179,12 +179,14 @@ bool ProjectFile_cls::DispatchLine(LineStream_cls& stream, const std::wstring& r
     return taken;
 }
 
-void ProjectFile_cls::ReadText(const std::wstring& text)
+size_t ProjectFile_cls::ReadText(const std::wstring& text)
 {
     ScopedListOmit omit;
     LineStream_cls stream(text);
+    size_t taken = 0;
     for (std::wstring line; stream.GetLine(line);)
-        DispatchLine(stream, line);
+        taken += DispatchLine(stream, line) ? 1 : 0;
+    return taken;
 }
 
 // ---- files ----------------------------------------------------------------------------------------
@@ -229,15 +231,17 @@ bool ProjectFile_cls::Save(const std::wstring& path, bool project, UserPrompt_cl
 
 bool ProjectFile_cls::Read(const std::wstring& path)
 {
+    muLastTaken = 0;
+    std::error_code ec;
     std::ifstream in(std::filesystem::path(path), std::ios::binary);
-    if (!in) {
+    if (!in || std::filesystem::is_directory(std::filesystem::path(path), ec)) {
         // A missing file is not an error; the panels still show the defaults.
         if (FuncHookAfterRead)
             FuncHookAfterRead();
         return false;
     }
     const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    ReadText(Widen(bytes));
+    muLastTaken = ReadText(Widen(bytes));
     if (FuncHookAfterRead)
         FuncHookAfterRead();
     if (!IsConfigureFile(path))

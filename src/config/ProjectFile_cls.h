@@ -59,8 +59,11 @@ class ProjectFile_cls
     // ---- text ---------------------------------------------------------------------------------
     /// The whole text of a project (`project` true) or of the configuration file.
     std::wstring BuildText(bool project) const;
-    /// Offers every line of `text` to the readers (omission list pushed meanwhile).
-    void ReadText(const std::wstring& text);
+    /// Offers every line of `text` to the readers (omission list pushed meanwhile). Returns the
+    /// number of lines some reader took (block lines read by their owner not counted).
+    size_t ReadText(const std::wstring& text);
+    /// The count ReadText returned for the last file read.
+    size_t GetLastTakenLines() const { return muLastTaken; }
     /// Offers one line in the dispatch order; true when some reader took it.
     bool DispatchLine(LineStream_cls& stream, const std::wstring& line);
 
@@ -88,4 +91,5 @@ class ProjectFile_cls
 
     Main_cls& mrMain;
     std::array<BlockHooks, kHookCount> mvHooks;
+    size_t muLastTaken = 0;
 };
