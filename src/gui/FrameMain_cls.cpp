@@ -786,16 +786,15 @@ void FrameMain_cls::InstallProjectHooks()
                        return taken;
                    }});
     // The key assignments were read before the menus were built: their block is skipped here.
-    file.SetHooks(ProjectFile_cls::kHookShortcuts,
-                  {[this] { return mpShortcut->SerializeForConfigure(); },
-                   [](LineStream_cls& stream, const std::wstring& line) {
-                       if (line != L"-ShortcutBegin")
-                           return false;
-                       for (std::wstring inner; stream.GetLine(inner);)
-                           if (StripLineEnd(inner) == L"-ShortcutEnd")
-                               break;
-                       return true;
-                   }});
+    file.SetHooks(ProjectFile_cls::kHookShortcuts, {[this] { return mpShortcut->SerializeForConfigure(); },
+                                                    [](LineStream_cls& stream, const std::wstring& line) {
+                                                        if (line != L"-ShortcutBegin")
+                                                            return false;
+                                                        for (std::wstring inner; stream.GetLine(inner);)
+                                                            if (StripLineEnd(inner) == L"-ShortcutEnd")
+                                                                break;
+                                                        return true;
+                                                    }});
 }
 
 void FrameMain_cls::RemoveProjectHooks()
@@ -924,8 +923,13 @@ void FrameMain_cls::OnSaveProjectAs(wxCommandEvent&)
     if (dialog.ShowModal() != wxID_OK)
         return;
     std::wstring path = dialog.GetPath().ToStdWstring();
-    if (!HasVspExtension(path))
+    if (!HasVspExtension(path)) {
+        // The dialog asked about the name as typed; the name with the extension may exist too.
         path += L".vsp";
+        if (std::filesystem::exists(std::filesystem::path(path)) &&
+            !mpPrompt->AskYesNo(path + L"\n" + TrW("File exists. Overwrite?"), TrW("Query"), false))
+            return;
+    }
     if (SaveConfigure(path, true)) {
         SetBaseTitle(path + L" - " + L"Tessan");
         SetStatusText(TrW("Saved ") + path, 0);
