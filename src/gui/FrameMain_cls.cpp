@@ -785,6 +785,9 @@ void FrameMain_cls::InstallProjectHooks()
                            taken = companion->GetDrawingBlock().ReadStrLine(line) || taken;
                        return taken;
                    }});
+    file.SetHooks(ProjectFile_cls::kHookCustomColours,
+                  {[this] { return SerializeCustomColours(); },
+                   [this](LineStream_cls&, const std::wstring& line) { return ReadCustomColours(line); }});
     // The key assignments were read before the menus were built: their block is skipped here.
     file.SetHooks(ProjectFile_cls::kHookShortcuts, {[this] { return mpShortcut->SerializeForConfigure(); },
                                                     [](LineStream_cls& stream, const std::wstring& line) {
@@ -795,6 +798,34 @@ void FrameMain_cls::InstallProjectHooks()
                                                                 break;
                                                         return true;
                                                     }});
+}
+
+std::wstring FrameMain_cls::SerializeCustomColours() const
+{
+    std::wstring text = L"ColourDialogCustomColours=";
+    for (int i = 0; i < static_cast<int>(wxColourData::NUM_CUSTOM); ++i) {
+        const wxColour c = mCColourData.GetCustomColour(i);
+        text += WStrPrintf(i == 0 ? "#%02x%02x%02x" : " #%02x%02x%02x", c.IsOk() ? c.Red() : 255,
+                           c.IsOk() ? c.Green() : 255, c.IsOk() ? c.Blue() : 255);
+    }
+    return text + L"\n";
+}
+
+bool FrameMain_cls::ReadCustomColours(const std::wstring& line)
+{
+    const std::wstring key = L"ColourDialogCustomColours=";
+    const size_t at = line.find(key);
+    if (at == std::wstring::npos)
+        return false;
+    const std::vector<std::wstring> words = SplitBlanks(line.substr(at + key.size()));
+    for (size_t i = 0; i < words.size() && i < wxColourData::NUM_CUSTOM; ++i) {
+        const std::wstring& w = words[i];
+        if (w.size() != 7 || w[0] != L'#' || w.find_first_not_of(L"0123456789abcdefABCDEF", 1) != std::wstring::npos)
+            continue;
+        const long rgb = std::wcstol(w.c_str() + 1, nullptr, 16);
+        mCColourData.SetCustomColour(static_cast<int>(i), wxColour((rgb >> 16) & 0xFF, (rgb >> 8) & 0xFF, rgb & 0xFF));
+    }
+    return true;
 }
 
 void FrameMain_cls::RemoveProjectHooks()

@@ -6,6 +6,7 @@
 #include "config/ConfItemList_cls.h"
 #include "gui/Shortcut_cls.h"
 
+#include <wx/colourdata.h>
 #include <wx/frame.h>
 
 #include <array>
@@ -103,6 +104,12 @@ class FrameMain_cls : public wxFrame
     bool SaveConfigure(const std::wstring& path, bool project);
     /// Opens a project file: reads it, remembers it and titles the window after it.
     void OpenProjectMain(const std::wstring& path);
+    /// The colour dialogs' shared data: their 16 custom colours are kept in project files.
+    wxColourData& GetColourData() { return mCColourData; }
+    /// The custom colours as one line ("ColourDialogCustomColours=" and 16 "#rrggbb" words).
+    std::wstring SerializeCustomColours() const;
+    /// Takes the custom-colours line; words that are not colours leave their entry as it was.
+    bool ReadCustomColours(const std::wstring& line);
     /// The current project's path (empty until a project was opened or saved).
     const std::wstring& GetProjectPath() const { return mStrProjectPath; }
     /// Rebuilds the recent-project menu from the controller's list.
@@ -187,6 +194,8 @@ class FrameMain_cls : public wxFrame
     int miUndoListener = 0;
     std::wstring mStrBaseTitle;
     std::chrono::steady_clock::time_point mCStopWatchStart;
+
+    wxColourData mCColourData;
 
     // Window settings.
     ConfItemList_cls mCConfList;

@@ -920,6 +920,10 @@ def case_project_roundtrip(binary):
         r = subprocess.run([cli, "project", "new", a, "--data", first, "--filter", "level:0,1,0,1,1.5,0",
                             "--filter", "volume", "--length", "5"], capture_output=True, text=True)
         check(r.returncode == 0, "project new: %s" % r.stderr)
+        # The colour dialog's custom colours: one changed entry, one word that is no colour.
+        colours = "ColourDialogCustomColours=#102030 bogus" + " #ffffff" * 14 + "\n"
+        with open(a, "a", encoding="utf-8") as f:
+            f.write(colours)
         app = App(binary, args=[a])
         try:
             s = app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the project's data is drawn")
@@ -945,6 +949,8 @@ def case_project_roundtrip(binary):
                 text_a = f.read()
             check("--GLCanvas" in text_a and "ActiveDataSlot=0" in text_a and "--LevelAndGamma" in text_a,
                   "the window's save holds views, slots and chain")
+            check(text_a.endswith(colours.replace("bogus", "#ffffff")),
+                  "custom colours kept, the bad word left at its default: %r" % text_a[-140:])
         finally:
             app.close()
         pic_a, state_a = shoot(binary, work, "shot_a", [a])
