@@ -52,8 +52,6 @@ TEST_F(ProjectFileTest, RichSceneSurvivesSaveOpenSaveByteForByte)
     const std::string a = ReadFileText(Narrow(first));
     const std::string b = ReadFileText(Narrow(second));
     ASSERT_GT(a.size(), 2000u);
-    if (std::getenv("TESSAN_DUMP_PROJECT"))
-        WriteFileText(std::getenv("TESSAN_DUMP_PROJECT"), a);
     EXPECT_EQ(a, b);
 
     // And the objects really hold what was saved, not only the text.
