@@ -87,9 +87,6 @@ std::wstring ProjectFile_cls::BuildText(bool project) const
     text += pov.GetPovRay().SerializeConf(project);
     text += mrMain.GetCameraPath().Serialize(project);
     if (!project) {
-        // The preview's quality settings are the user's set-up as much as a scene's: they are
-        // kept from one session to the next, before the key assignments.
-        text += GetPreviewProperty().SerializeConf();
         text += HookText(kHookShortcuts);
         return text;
     }

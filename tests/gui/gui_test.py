@@ -643,7 +643,15 @@ def case_time_remap(binary):
 
 
 def case_preview_saved(binary):
-    app = App(binary, answers="yes", size="1200x1000")
+    # The preview settings belong to the scene: a project keeps them, the configuration does not.
+    work = tempfile.mkdtemp(prefix="tessan-preview-")
+    first = write_series(work)[0]
+    cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+    project = os.path.join(work, "p.vsp")
+    r = subprocess.run([cli, "project", "new", project, "--data", first, "--filter", "volume", "--length", "100"],
+                       capture_output=True, text=True)
+    check(r.returncode == 0, "project new: %s" % r.stderr)
+    app = App(binary, answers="yes", size="1200x1000", args=[project])
     try:
         s = app.state()
         check(s["pp.PreviewNormalQuality"] == "128 normal layers" and s["pp.shade"].startswith("folded [+]Shade"),
@@ -661,9 +669,9 @@ def case_preview_saved(binary):
                          and s["ppw.PreviewShading"].split()[4] == "1", "[+]Shade Settings unfolds the group")
         # The fold button now has the focus: the play keys still reach the clock.
         app.key("End")
-        app.wait_for(lambda s: s["frame"] == "99", "End with a button focused")
+        last = int(app.wait_for(lambda s: int(s["frame"]) > 1, "End with a button focused")["frame"])
         app.key("Left")
-        s = app.wait_for(lambda s: s["frame"] == "98", "Left with a button focused")
+        s = app.wait_for(lambda s: s["frame"] == str(last - 1), "Left with a button focused")
         x, y, w, h, _ = [int(v) for v in s["ppw.PreviewShading"].split()]
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
         app.wait_for(lambda s: s["pp.PreviewShading"] == "Emboss Shading", "Emboss Shading chosen")
@@ -674,7 +682,20 @@ def case_preview_saved(binary):
         subprocess.run(["xdotool", "type", "2.5"], check=True)
         subprocess.run(["xdotool", "key", "Return"], check=True)
         app.wait_for(lambda s: s["pp.PreviewLuminanceFactor"] == "2.5", "typed luminance factor taken")
-        # Quit with Yes: the settings are in the configuration, before the key assignments.
+        # Save the project: the settings are in it, in their order.
+        before = os.path.getmtime(project)
+        app.key("ctrl+s")
+        end = time.time() + 20
+        while os.path.getmtime(project) == before and time.time() < end:
+            time.sleep(0.1)
+        with open(project, encoding="utf-8") as f:
+            saved = f.read()
+        for line in ("PreviewNormalQuality=5\n", "PreviewShading=1\n", "PreviewType3D=1\n", "PreviewTexFilter=1\n"):
+            check(line in saved, "%r saved in %r" % (line, saved))
+        check("\nPreviewLuminanceFactor=2.5" in saved, "luminance factor saved")
+        check(saved.index("PreviewType3D=") < saved.index("PreviewTexFilter=") and "-ShortcutBegin" not in saved,
+              "preview lines in their order, no key assignments in a project")
+        # Quit with Yes: the configuration carries the key assignments and no scene settings.
         app.key("ctrl+q")
         try:
             rc = app.proc.wait(20)
@@ -683,14 +704,11 @@ def case_preview_saved(binary):
         check(rc == 0, "exit code %d" % rc)
         with open(os.path.join(app.dir, "KivrelConfigure.txt"), encoding="utf-8") as f:
             conf = f.read()
-        for line in ("PreviewNormalQuality=5\n", "PreviewShading=1\n", "PreviewType3D=1\n", "PreviewTexFilter=1\n"):
-            check(line in conf, "%r saved in %r" % (line, conf))
-        check("\nPreviewLuminanceFactor=2.5" in conf, "luminance factor saved")
-        check(conf.index("PreviewType3D=") < conf.index("PreviewTexFilter=") < conf.index("-ShortcutBegin"),
-              "preview lines in their order, before the key assignments")
-        # The next start shows what was saved.
+        check("-ShortcutBegin" in conf and "PreviewNormalQuality=" not in conf and "--GLCanvas" not in conf,
+              "configuration: key assignments, no scene blocks: %r" % conf)
+        # Opening the project again shows what was saved.
         app.err.close()
-        app2 = App(binary, folder=app.dir, size="1200x1000")
+        app2 = App(binary, folder=app.dir, size="1200x1000", args=[project])
         try:
             s = app2.wait_for(lambda s: s["pp.PreviewNormalQuality"] == "192 normal layers",
                               "the saved slice count is read back")
@@ -700,6 +718,7 @@ def case_preview_saved(binary):
             app2.close()
     finally:
         app.close()
+        shutil.rmtree(work, ignore_errors=True)
 
 
 def case_project(binary):
