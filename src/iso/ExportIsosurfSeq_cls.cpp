@@ -105,8 +105,24 @@ bool ExportIsosurfSeq_cls::MakeNames(const std::wstring& pattern, const std::vec
         return true;
     ExportIMGSeq_cls::Settings names;
     names.strPattern = pattern;
-    if (IsFolderPattern(pattern))
+    if (IsFolderPattern(pattern)) {
+        std::error_code ec;
+        std::filesystem::create_directories(std::filesystem::path(Narrow(pattern)), ec);
+        if (ec) {
+            error = WStrPrintf(Tr("%s can not be created").c_str(), Narrow(pattern).c_str());
+            return false;
+        }
         names.strPattern = pattern + (pattern.back() == L'/' ? L"" : L"/") + L"iso_%04d" + defaultExt;
+    } else {
+        // A missing folder would only show when the first mesh is written, after minutes of work.
+        const size_t slash = pattern.find_last_of(L'/');
+        std::error_code ec;
+        if (slash != std::wstring::npos && slash > 0 &&
+            !std::filesystem::is_directory(std::filesystem::path(Narrow(pattern.substr(0, slash))), ec)) {
+            error = WStrPrintf(Tr("The folder %s does not exist").c_str(), Narrow(pattern.substr(0, slash)).c_str());
+            return false;
+        }
+    }
     names.iFirstNumber = steps.front();
     std::vector<std::wstring> consecutive;
     const uint32_t count = static_cast<uint32_t>(steps.back() - steps.front() + 1);
@@ -385,6 +401,11 @@ bool ExportIsosurfSeq_cls::DoJob(Worker& worker, size_t j)
 }
 
 // --- polling ----------------------------------------------------------------------------------
+
+int ExportIsosurfSeq_cls::GetFrameNumber() const
+{
+    return static_cast<int>(mvJobs.size());
+}
 
 bool ExportIsosurfSeq_cls::WaitFinished(int ms)
 {

@@ -80,7 +80,7 @@ class ExportIsosurfSeq_cls
     const std::wstring& GetError() const { return mStrError; }
     /// Frames finished so far and frames in the export.
     int GetDoneNumber() const { return miDone; }
-    int GetFrameNumber() const { return static_cast<int>(mvJobs.size()); }
+    int GetFrameNumber() const;
     /// Per surface and frame, in step order then item order (only after the export has ended).
     const std::vector<FrameResult>& GetResults() const { return mvResults; }
 
