@@ -908,6 +908,101 @@ def case_filter_menu(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+def find_window_named(title, timeout=10.0):
+    end = time.time() + timeout
+    while time.time() < end:
+        out = subprocess.run(["xdotool", "search", "--name", "^" + title + "$"], capture_output=True,
+                             text=True).stdout.split()
+        if out:
+            return out[0]
+        time.sleep(0.1)
+    raise Failure("no window titled %r" % title)
+
+
+def save_as(title, path):
+    """Types a full path into the name field of the save dialog titled `title` and accepts it."""
+    dialog = find_window_named(title)
+    time.sleep(0.5)
+    subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a"], check=True)
+    subprocess.run(["xdotool", "type", path], check=True)
+    time.sleep(0.3)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
+def pngs(folder):
+    return sorted(f for f in os.listdir(folder) if f.endswith(".png")) if os.path.isdir(folder) else []
+
+
+def case_img_sequence(binary):
+    """File > Export > Image sequence writes one PNG per frame of the working area, numbered from 0,
+    each showing its own frame; Stop in the progress window ends it early; taken names are refused."""
+    work = tempfile.mkdtemp(prefix="tessan-imgseq-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        first = os.path.join(work, "d", "demo_0000.df3")
+        out = os.path.join(work, "out")
+        os.mkdir(out)
+        app = App(binary, args=[first], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
+            # File > Export (seventh entry) > Image sequence (first entry of the submenu).
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "shot_0000.png"))
+            s = app.wait_for(lambda s: s.get("status0", "") == "Image sequence: 24 images written", "the export did not end",
+                             timeout=150)
+            check("stopped" not in s["status0"], "the export stopped by itself: %r" % s["status0"])
+            names = pngs(out)
+            check(names == ["shot_%04d.png" % i for i in range(24)], "files written: %r" % names)
+            v = app.view(int(s["active"]))
+            pictures = [Picture(os.path.join(out, n)) for n in names]
+            for p in pictures:
+                check((p.width, p.height) == (v["w"], v["h"]), "picture size %dx%d, view %dx%d"
+                      % (p.width, p.height, v["w"], v["h"]))
+            check(pictures[0].distinct_colours() > 20, "the first picture is blank")
+            # Consecutive frames differ in the volume itself, not only in the frame-number label
+            # (the view's top and bottom strips are left out).
+            for i in range(23):
+                d = region_difference(pictures[i], pictures[i + 1], 0, 30, v["w"], v["h"] - 40)
+                check(d > 0.2, "pictures %d and %d show the same volume (%.3f)" % (i, i + 1, d))
+            check(s["frame"] == "0", "the clock is back on its frame: %r" % s["frame"])
+
+            # The same names again: refused with a message, nothing replaced.
+            stamp = os.path.getmtime(os.path.join(out, "shot_0005.png"))
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "shot_0000.png"))
+            end = time.time() + 10
+            while "overwrite forbidden" not in app.stderr() and time.time() < end:
+                time.sleep(0.2)
+            check("prompt: Write Error" in app.stderr() and "shot_0000.png overwrite forbidden" in app.stderr(),
+                  "no refusal: %r" % app.stderr()[-400:])
+            check(os.path.getmtime(os.path.join(out, "shot_0005.png")) == stamp, "a taken file was replaced")
+
+            # Stop mid-way: the export ends with fewer files and writes nothing more.
+            out2 = os.path.join(work, "out2")
+            os.mkdir(out2)
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out2, "part_0000.png"))
+            end = time.time() + 60
+            while len(pngs(out2)) < 2 and time.time() < end:
+                time.sleep(0.05)
+            progress = find_window_named("Image sequence")
+            subprocess.run(["xdotool", "windowfocus", "--sync", progress], check=True)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s.get("status0", "").startswith("Image sequence stopped"), "Stop did not end the export")
+            written = pngs(out2)
+            check(2 <= len(written) < 24, "files after Stop: %d" % len(written))
+            check(written == ["part_%04d.png" % i for i in range(len(written))], "numbering: %r" % written)
+            time.sleep(1.5)
+            check(len(pngs(out2)) == len(written), "files were written after Stop")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -924,6 +1019,7 @@ CASES = {
     "data_screenshot": case_data_screenshot,
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
+    "img_sequence": case_img_sequence,
 }
 
 if __name__ == "__main__":
