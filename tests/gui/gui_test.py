@@ -1068,6 +1068,36 @@ def case_iso_sequence(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+
+def case_stack_series(binary):
+    """A slice of a time series of image stacks (one folder per time point, written by our own
+    exporter) opens every stack as one frame of the slot, and the frames are drawn."""
+    work = tempfile.mkdtemp(prefix="tessan-stacks-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        for t in range(3):
+            folder = os.path.join(work, "run", "t%03d" % t)
+            os.makedirs(folder)
+            subprocess.run([cli, "convert", "--slices", "z", os.path.join(work, "d", "demo_%04d.df3" % (4 * t)),
+                            os.path.join(folder, "img_%03d.png")], check=True, capture_output=True)
+        app = App(binary, args=[os.path.join(work, "run", "t001", "img_064.png")], folder=work)
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("3 0 0 1"), "frame 0 of the stacks is drawn",
+                             timeout=60)
+            check(len(s["seq.items"].split("|")) == 3, "three stacks in the slot: %r" % s["seq.items"])
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            pic = app.grab("stack0.png")
+            check(region_mean_distance(pic, cx - 10, cy - 10, cx + 10, cy + 10) > 60, "the stack is not drawn")
+            app.key("End")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("3 2 2 1"), "the last stack is drawn")
+        finally:
+            app.close()
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1086,6 +1116,7 @@ CASES = {
     "filter_menu": case_filter_menu,
     "img_sequence": case_img_sequence,
     "iso_sequence": case_iso_sequence,
+    "stack_series": case_stack_series,
 }
 
 if __name__ == "__main__":
