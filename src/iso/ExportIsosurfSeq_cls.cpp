@@ -84,6 +84,8 @@ struct ExportIsosurfSeq_cls::Job {
     int iFrame = 0;
     double dTime = 0.0;
     DF3Sequence_cls::FileEntry CEntry;
+    float fBlend = 0.0f;              ///< time-remap share of the next frame (0: none)
+    DF3Sequence_cls::FileEntry CNext; ///< the next frame, when fBlend is not 0
 };
 
 struct ExportIsosurfSeq_cls::Worker {
@@ -207,6 +209,15 @@ bool ExportIsosurfSeq_cls::Start(const Settings& settings, UserPrompt_cls* promp
         job.iFrame = std::clamp(mpSlot->GetRemappedIndex(s), 0, lastFrame);
         job.dTime = clock ? clock->GetDoubleIndex(s) : (lastFrame > 0 ? static_cast<double>(s) / lastFrame : 0.0);
         job.CEntry = files[static_cast<size_t>(job.iFrame)];
+        // Between two data frames the preview blends them (time remap); so does the export.
+        if (clock && mpSlot->IsRemap() && job.iFrame < lastFrame) {
+            const double position = clock->GetRemappedIndexDouble(s, lastFrame);
+            const float factor = static_cast<float>(position - job.iFrame);
+            if (factor > 0.0f && factor < 1.0f) {
+                job.fBlend = factor;
+                job.CNext = files[static_cast<size_t>(job.iFrame + 1)];
+            }
+        }
         mvJobs.push_back(job);
     }
 
@@ -340,18 +351,36 @@ bool ExportIsosurfSeq_cls::DoJob(Worker& worker, size_t j)
     }
     const unsigned size[3] = {frame.GetCurrSize(0), frame.GetCurrSize(1), frame.GetCurrSize(2)};
     const size_t n = static_cast<size_t>(size[0]) * size[1] * size[2];
+    DF3_cls next(&worker.CSeq);
+    if (job.fBlend > 0.0f) {
+        next.SetFilePath(job.CNext.strPath, job.CNext.strPath2, job.CNext.iFormat);
+        if (!next.ReadHeader(&worker.CPrompt) || !next.Allocate() ||
+            !next.ReadBodyIfNotFinished(true, &worker.CPrompt)) {
+            std::wstring why = worker.CPrompt.Take();
+            Fail(WStrPrintf(Tr("Frame %d could not be read").c_str(), job.iFrame + 1) + L"\n" +
+                 (why.empty() ? job.CNext.strPath : why));
+            return false;
+        }
+        if (next.GetCurrentTotalSize() != n) {
+            Fail(WStrPrintf(Tr("Frames %d and %d differ in size and can not be blended").c_str(), job.iFrame,
+                            job.iFrame + 1));
+            return false;
+        }
+    }
 
     // The chain at this frame's time: the items' animated values and the data they receive.
     FilterCtrl_cls& chain = worker.CSeq.GetFilterCtrl();
     std::vector<unsigned char> out(n);
     chain.UpdateParameters(job.dTime);
-    chain.SetProcessFrame(job.iFrame);
-    chain.ProcessXYZData(out.data(), frame.GetXYZData(), size, false, 0.0f, nullptr);
+    const bool blend = job.fBlend > 0.0f;
+    // Through the slot's processing step: without a volume item `out` still gets the blended frame.
+    worker.CSeq.ProcessXYZData(out.data(), frame.GetXYZData(), size, blend, job.fBlend,
+                               blend ? next.GetXYZData() : nullptr, job.iFrame);
 
     for (int k = 0; k < miSurfaces; ++k) {
         if (mbStop)
             return false;
-        const unsigned char* data = chain.WasOutputWritten() ? out.data() : frame.GetXYZData();
+        const unsigned char* data = out.data();
         const unsigned* dataSize = size;
         double level = mCSettings.dLevel;
         bool normals = true;

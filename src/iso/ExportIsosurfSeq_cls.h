@@ -2,7 +2,9 @@
 // Isosurface sequence export: every frame of a slot's working range is read, run through a copy of
 // the slot's filter chain, and the surface of each switched-on isosurface item (at the data the
 // item receives, at its key-framed level for that frame's time) is written as a mesh2 and/or OBJ
-// file numbered by the frame.
+// file numbered by the frame. Frames are scene steps when the slot follows a clock: through its
+// time remap, and blended with the next data frame when a step falls between two, as the preview
+// shows them.
 //
 // The work runs on worker threads, each with its own frame, its own copy of the chain and its own
 // marching cubes, so the slot, its frames and the preview are never touched; the calling thread

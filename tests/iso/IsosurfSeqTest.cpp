@@ -3,6 +3,7 @@
 // stop leaves only complete files.
 #include "anim/KeyFrame_cls.h"
 #include "anim/Parameters_cls.h"
+#include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "config/RecordingPrompt_cls.h"
 #include "config/TextFormat.h"
@@ -120,6 +121,53 @@ TEST(IsosurfSeq, EveryFrameEqualsItsSingleFrameExtractionAndFilesAreNumbered)
         }
     EXPECT_TRUE(sawProgress);
     EXPECT_EQ(lastProgress, -1);
+}
+
+TEST(IsosurfSeq, SceneStepsFollowTheTimeRemapAndBlendBetweenFrames)
+{
+    TempDir dir;
+    const std::vector<std::string> paths = WriteBallSeries(dir, 4);
+    TimeCtrl_cls clock;
+    DF3Sequence_cls seq;
+    RecordingPrompt_cls prompt;
+    seq.SetMessageParent(&prompt);
+    seq.Link(nullptr, 0, &clock);
+    ASSERT_EQ(seq.AppendFileSequence(Widen(paths[0]), true, DF3Sequence_cls::kAppendAtEnd), 4);
+    // Seven scene steps over four data frames: with the linear remap curve step s shows data
+    // position s / 2, so odd steps lie halfway between two frames.
+    clock.SetMaxFrame(6);
+    clock.SetBUseTimeRemap(true);
+    ExportIsosurfSeq_cls::Settings s;
+    s.iFirst = 0;
+    s.iLast = 6;
+    s.dLevel = 0.4;
+    s.strPatternObj = Widen(dir.File("r_%d.obj"));
+    ExportIsosurfSeq_cls exporter(&seq);
+    ASSERT_TRUE(exporter.Run(s, &prompt)) << Narrow(exporter.GetError());
+    ASSERT_EQ(exporter.GetResults().size(), 7u);
+    for (int step = 0; step <= 6; ++step) {
+        const int frame = step / 2;
+        std::vector<unsigned char> v = FrameVolume(frame).v;
+        if (step % 2 == 1) {
+            // The chain's blend: single precision, truncated.
+            const std::vector<unsigned char> w = FrameVolume(frame + 1).v;
+            for (size_t i = 0; i < v.size(); ++i)
+                v[i] = static_cast<unsigned char>(static_cast<float>(v[i]) * 0.5f + static_cast<float>(w[i]) * 0.5f);
+        }
+        const auto& r = exporter.GetResults()[static_cast<size_t>(step)];
+        EXPECT_EQ(r.iStep, step);
+        EXPECT_EQ(r.iFrame, frame);
+        EXPECT_EQ(ReadFileText(dir.File(StrPrintf("r_%d.obj", step))), Extract(v, 0.4f).strObj) << "step " << step;
+    }
+
+    // Without the remap a scene step is the data frame of the same number.
+    clock.SetBUseTimeRemap(false);
+    s.iLast = 3;
+    s.strPatternObj = Widen(dir.File("plain_%d.obj"));
+    ExportIsosurfSeq_cls plain(&seq);
+    ASSERT_TRUE(plain.Run(s, &prompt));
+    for (int step = 0; step <= 3; ++step)
+        EXPECT_EQ(ReadFileText(dir.File(StrPrintf("plain_%d.obj", step))), Extract(FrameVolume(step).v, 0.4f).strObj);
 }
 
 TEST(IsosurfSeq, StepSkipsFramesAndNumbersStayFrameNumbers)
