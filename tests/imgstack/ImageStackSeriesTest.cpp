@@ -216,6 +216,14 @@ TEST(ImageStackSeries, CliReportsTheSeriesAndExportsItsIsosurfaces)
               std::string::npos);
     const RunResult missing = RunCli("info --series " + Quote(run + "/t01/img_09.png"));
     EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_NE(missing.err.find("no such file"), std::string::npos) << missing.err;
+    // A DF3 series is reported the same way, one frame per file.
+    const RunResult df3 = RunCli("info --series " + Quote(dir.File("v_01.df3")));
+    ASSERT_EQ(df3.exitCode, 0) << df3.err;
+    EXPECT_NE(df3.out.find("series:    3 frames (numbered files)"), std::string::npos) << df3.out;
+    EXPECT_NE(df3.out.find("  frame 0: " + dir.File("v_00.df3") + "\n    size:      9 x 7 x 4\n    samples:   8-bit\n"),
+              std::string::npos)
+        << df3.out;
 
     // The same volumes as image stacks and as DF3 files give the same surfaces, frame by frame.
     const RunResult fromStacks = RunCli("iso --frames 0:2 " + Quote(run + "/t00/img_00.png") + " --level 0.5 --obj " +

@@ -349,3 +349,37 @@ TEST(IsosurfSeq, NamesForSeveralSurfacesAndFolders)
     EXPECT_EQ(Narrow(names[0]), dir.File("out.d/iso_0012.obj"));
     EXPECT_TRUE(std::filesystem::is_directory(dir.File("out.d")));
 }
+
+TEST(IsosurfSeq, CliFramesOptionChecksItsArguments)
+{
+    TempDir dir;
+    const std::vector<std::string> paths = WriteBallSeries(dir, 3);
+    const std::string in = " '" + paths[0] + "' --level 0.4 ";
+    const std::string obj = " --obj '" + dir.File("c_%d.obj") + "'";
+    for (const char* bad : {"--frames 2:1", "--frames 1", "--frames a:2", "--frames -1:2", "--frames 0:"}) {
+        const RunResult r = RunCli(std::string("iso ") + bad + in + obj);
+        EXPECT_EQ(r.exitCode, 2) << bad << ": " << r.err;
+        EXPECT_NE(r.err.find("--frames must be A:B"), std::string::npos) << r.err;
+    }
+    const RunResult noOutput = RunCli("iso --frames 0:1" + in);
+    EXPECT_EQ(noOutput.exitCode, 2);
+    EXPECT_NE(noOutput.err.find("--frames needs --obj or --mesh2"), std::string::npos);
+    const RunResult beyond = RunCli("iso --frames 0:3" + in + obj);
+    EXPECT_EQ(beyond.exitCode, 1);
+    EXPECT_NE(beyond.err.find("the series has 3 frames (0:2)"), std::string::npos) << beyond.err;
+    EXPECT_FALSE(std::filesystem::exists(dir.File("c_0.obj"))) << "nothing is written for a bad range";
+
+    const RunResult ok = RunCli("iso --frames 1:2" + in + obj);
+    ASSERT_EQ(ok.exitCode, 0) << ok.err;
+    for (int k = 1; k <= 2; ++k) {
+        const Single ref = Extract(FrameVolume(k).v, 0.4f);
+        EXPECT_NE(ok.out.find(StrPrintf("frame %d: %zu triangles, %zu vertices\n", k, ref.uTriangles, ref.uVertices)),
+                  std::string::npos)
+            << ok.out;
+        EXPECT_EQ(ReadFileText(dir.File(StrPrintf("c_%d.obj", k))), ref.strObj);
+    }
+    // Run again: every name is taken, nothing is replaced, exit status 1.
+    const RunResult again = RunCli("iso --frames 1:2" + in + obj);
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_NE(again.err.find("overwrite forbidden"), std::string::npos) << again.err;
+}
