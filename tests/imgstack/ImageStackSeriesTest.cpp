@@ -2,6 +2,7 @@
 // as one frame through the usual idle stages, and the CLI reports and exports such series.
 #include "ImgStackTestUtil.h"
 
+#include "config/LineStream_cls.h"
 #include "volume/ExportIMGSeq_cls.h"
 #include "volume/ImageStackSeries_cls.h"
 #include "volume/VolumeTestUtil.h"
@@ -90,6 +91,18 @@ TEST(ImageStackSeries, FolderPerTimePointFromAnySliceWithOwnSliceNumbers)
         EXPECT_EQ(fx.seq.GetDF3(t)->GetCurrSize(2), kD);
     }
     EXPECT_EQ(fx.prompt.MessageCount(), 0u);
+
+    // The slot's file block of a project keeps each stack's first and last slice: read back, the
+    // same three frames come back without any search on disk.
+    LineStream_cls stream(fx.seq.SerializeFile());
+    std::wstring line;
+    ASSERT_TRUE(stream.GetLine(line));
+    DF3Sequence_cls loaded;
+    loaded.SetMessageParent(&fx.prompt);
+    ASSERT_TRUE(loaded.ReadStrLineFile(stream, line));
+    EXPECT_EQ(loaded.GetFileList(), fx.seq.GetFileList());
+    BringUp(loaded, 2);
+    EXPECT_EQ(FrameData(loaded, 2), Volume(2));
 }
 
 TEST(ImageStackSeries, ReleaseFetchAgainAndChangedStacksAreReread)
