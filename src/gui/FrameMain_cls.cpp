@@ -1,6 +1,8 @@
 // Sections: drop target; construction; idle loop; files (configuration, projects, recent list);
 // view commands; screenshot; quit.
 #include "gui/FrameMain_cls.h"
+#include "gui/ImgSequence_cls.h"
+#include "gui/IsosurfSeqGUI_cls.h"
 
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
@@ -230,10 +232,14 @@ wxEND_EVENT_TABLE()
     mCLastFrameMark = std::chrono::steady_clock::now();
     if (const char* stateFile = std::getenv("TESSAN_STATE_FILE"))
         mStrStateFile = stateFile;
+    mpImgSequence = std::make_unique<ImgSequence_cls>(this, mpMain);
+    mpIsosurfSeqGUI = std::make_unique<IsosurfSeqGUI_cls>(this, mpMain);
 }
 
 FrameMain_cls::~FrameMain_cls()
 {
+    mpIsosurfSeqGUI.reset();
+    mpImgSequence.reset();
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     mpMain->SetDataChangedHook(nullptr);
@@ -267,6 +273,22 @@ Parameters_cls& FrameMain_cls::GetBoxRotate()
     return mpMain->GetBoxRotate();
 }
 
+MainGLCanvas_cls* FrameMain_cls::GetExportCanvas()
+{
+    MainGLCanvas_cls* active = mvCanvas[static_cast<size_t>(miActiveView)];
+    if (active != nullptr && active->IsShownOnScreen())
+        return active;
+    for (MainGLCanvas_cls* canvas : mvCanvas)
+        if (canvas != nullptr && canvas->IsShownOnScreen())
+            return canvas;
+    return nullptr;
+}
+
+std::wstring FrameMain_cls::GetImgSeqName() const
+{
+    return mStrItemImgSeqName.Get();
+}
+
 int FrameMain_cls::GetCurrentFrame() const
 {
     return mpMain->GetTimeCtrl().GetIndex();
@@ -296,6 +318,7 @@ void FrameMain_cls::RunStartupThreads()
     auto* menuBar = new wxMenuBar;
     mpRecentMenu = Shortcut_cls::SetMenuItem(menuBar, mCStartup.mvMenuModel);
     AppendFilterMenu(menuBar);
+    ImgSequence_cls::BuildExportSubmenu(menuBar);
     SetMenuBar(menuBar);
 }
 

@@ -16,6 +16,8 @@
 #include <vector>
 
 class DF3GL_cls;
+class ImgSequence_cls;
+class IsosurfSeqGUI_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -81,6 +83,11 @@ class FrameMain_cls : public wxFrame
     /// --screenshot: once every visible view has been drawn, save the client area to `path` as
     /// PNG and exit (exit code 0, or 1 with a message when it cannot be saved).
     void SetScreenshotPath(const std::wstring& path) { mStrScreenshotPath = path; }
+    /// The view exported pictures are taken from: the active view when shown, else the first
+    /// shown one (null when none is).
+    MainGLCanvas_cls* GetExportCanvas();
+    /// Base name of exported image sequences ("ImgSequenceName=").
+    std::wstring GetImgSeqName() const;
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
@@ -240,8 +247,11 @@ class FrameMain_cls : public wxFrame
     int miScreenshotIdlePasses = 0;
     int miScreenshotDataPasses = 0;
     unsigned muTextureSettings = 0; ///< texel format * 2 + linear filter, as the textures were made
-    std::string mStrStateFile;      ///< TESSAN_STATE_FILE: where the visible state is reported
-    std::wstring mStrLastState;     ///< the last report written
+    // The sequence exports (File > Export), each with its own menu and idle handlers.
+    std::unique_ptr<ImgSequence_cls> mpImgSequence;
+    std::unique_ptr<IsosurfSeqGUI_cls> mpIsosurfSeqGUI;
+    std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::wstring mStrLastState; ///< the last report written
 
     wxDECLARE_EVENT_TABLE();
 };

@@ -1015,6 +1015,195 @@ def case_project_roundtrip(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+def find_window_named(title, timeout=10.0):
+    end = time.time() + timeout
+    while time.time() < end:
+        out = subprocess.run(["xdotool", "search", "--name", "^" + title + "$"], capture_output=True,
+                             text=True).stdout.split()
+        if out:
+            return out[0]
+        time.sleep(0.1)
+    raise Failure("no window titled %r" % title)
+
+
+def save_as(title, path):
+    """Types a full path into the name field of the save dialog titled `title` and accepts it."""
+    dialog = find_window_named(title)
+    time.sleep(0.5)
+    subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a"], check=True)
+    subprocess.run(["xdotool", "type", path], check=True)
+    time.sleep(0.3)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
+def pngs(folder):
+    return sorted(f for f in os.listdir(folder) if f.endswith(".png")) if os.path.isdir(folder) else []
+
+
+def case_img_sequence(binary):
+    """File > Export > Image sequence writes one PNG per frame of the working area, numbered from 0,
+    each showing its own frame; Stop in the progress window ends it early; taken names are refused."""
+    work = tempfile.mkdtemp(prefix="tessan-imgseq-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        first = os.path.join(work, "d", "demo_0000.df3")
+        out = os.path.join(work, "out")
+        os.mkdir(out)
+        app = App(binary, args=[first], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
+            # File > Export (seventh entry) > Image sequence (first entry of the submenu).
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "shot_0000.png"))
+            s = app.wait_for(lambda s: s.get("status0", "") == "Image sequence: 24 images written", "the export did not end",
+                             timeout=150)
+            check("stopped" not in s["status0"], "the export stopped by itself: %r" % s["status0"])
+            names = pngs(out)
+            check(names == ["shot_%04d.png" % i for i in range(24)], "files written: %r" % names)
+            v = app.view(int(s["active"]))
+            pictures = [Picture(os.path.join(out, n)) for n in names]
+            for p in pictures:
+                check((p.width, p.height) == (v["w"], v["h"]), "picture size %dx%d, view %dx%d"
+                      % (p.width, p.height, v["w"], v["h"]))
+            check(pictures[0].distinct_colours() > 20, "the first picture is blank")
+            # Consecutive frames differ in the volume itself, not only in the frame-number label
+            # (the view's top and bottom strips are left out).
+            for i in range(23):
+                d = region_difference(pictures[i], pictures[i + 1], 0, 30, v["w"], v["h"] - 40)
+                check(d > 0.2, "pictures %d and %d show the same volume (%.3f)" % (i, i + 1, d))
+            check(s["frame"] == "0", "the clock is back on its frame: %r" % s["frame"])
+
+            # The same names again: refused with a message, nothing replaced.
+            stamp = os.path.getmtime(os.path.join(out, "shot_0005.png"))
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "shot_0000.png"))
+            end = time.time() + 10
+            while "overwrite forbidden" not in app.stderr() and time.time() < end:
+                time.sleep(0.2)
+            check("prompt: Write Error" in app.stderr() and "shot_0000.png overwrite forbidden" in app.stderr(),
+                  "no refusal: %r" % app.stderr()[-400:])
+            check(os.path.getmtime(os.path.join(out, "shot_0005.png")) == stamp, "a taken file was replaced")
+
+            # Stop mid-way: the export ends with fewer files and writes nothing more.
+            out2 = os.path.join(work, "out2")
+            os.mkdir(out2)
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out2, "part_0000.png"))
+            end = time.time() + 60
+            while len(pngs(out2)) < 2 and time.time() < end:
+                time.sleep(0.05)
+            progress = find_window_named("Image sequence")
+            subprocess.run(["xdotool", "windowfocus", "--sync", progress], check=True)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s.get("status0", "").startswith("Image sequence stopped"), "Stop did not end the export")
+            written = pngs(out2)
+            check(2 <= len(written) < 24, "files after Stop: %d" % len(written))
+            check(written == ["part_%04d.png" % i for i in range(len(written))], "numbering: %r" % written)
+            time.sleep(1.5)
+            check(len(pngs(out2)) == len(written), "files were written after Stop")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+
+def case_iso_sequence(binary):
+    """File > Export > Isosurface sequence writes the chain's isosurface of every frame of the working
+    area as numbered mesh2 files with the surfaces the CLI finds for the same files; Stop ends it."""
+    work = tempfile.mkdtemp(prefix="tessan-isoseq-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        first = os.path.join(work, "d", "demo_0000.df3")
+        out = os.path.join(work, "out")
+        os.mkdir(out)
+        app = App(binary, args=[first], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
+            # Without an isosurface in the chain there is nothing to export: a message, no file.
+            menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
+            save_as("Export isosurface sequence", os.path.join(out, "none_0000.pov"))
+            end = time.time() + 10
+            while "no isosurface" not in app.stderr() and time.time() < end:
+                time.sleep(0.2)
+            check("prompt: Write Error: The filter list has no isosurface" in app.stderr(),
+                  "no message without an isosurface: %r" % app.stderr()[-300:])
+            check(os.listdir(out) == [], "files without an isosurface: %r" % os.listdir(out))
+            # Filter > Add Isosurface (first entry), then the export.
+            menu(app, "i", [])
+            app.wait_for(lambda s: s.get("chain") == "1|Isosurface", "no isosurface in the chain")
+            menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
+            save_as("Export isosurface sequence", os.path.join(out, "iso_0000.pov"))
+            s = app.wait_for(lambda s: s.get("status0", "") == "Isosurfaces of 24 frames written",
+                             "the export did not end", timeout=150)
+            names = sorted(os.listdir(out))
+            check(names == ["iso_%04d.pov" % i for i in range(24)], "files written: %r" % names)
+            for k in (0, 9, 23):
+                with open(os.path.join(out, "iso_%04d.pov" % k)) as f:
+                    text = f.read()
+                check(text.startswith("//Mesh2file generated by ") and
+                      ("#declare ISOSURF_Isosurface_%d=mesh2{" % k) in text, "mesh2 text of frame %d" % k)
+                r = subprocess.run([cli, "iso", os.path.join(work, "d", "demo_%04d.df3" % k), "--level", "0.5"],
+                                   capture_output=True, text=True, check=True)
+                vertices = [l.split(": ")[1] for l in r.stdout.splitlines() if l.startswith("vertices fully")][0]
+                check("\tvertex_vectors{\n\t\t%s,\n" % vertices in text,
+                      "frame %d: not the %s vertices the CLI finds" % (k, vertices))
+            # Stop mid-way.
+            out2 = os.path.join(work, "out2")
+            os.mkdir(out2)
+            menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
+            save_as("Export isosurface sequence", os.path.join(out2, "part_0000.pov"))
+            end = time.time() + 60
+            while len(os.listdir(out2)) < 1 and time.time() < end:
+                time.sleep(0.05)
+            progress = find_window_named("Isosurface sequence")
+            subprocess.run(["xdotool", "windowfocus", "--sync", progress], check=True)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s.get("status0", "").startswith("Isosurface export stopped"),
+                             "Stop did not end the export")
+            written = sorted(os.listdir(out2))
+            check(1 <= len(written) < 24, "files after Stop: %d" % len(written))
+            time.sleep(1.5)
+            check(len(os.listdir(out2)) == len(written), "files were written after Stop")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+
+def case_stack_series(binary):
+    """A slice of a time series of image stacks (one folder per time point, written by our own
+    exporter) opens every stack as one frame of the slot, and the frames are drawn."""
+    work = tempfile.mkdtemp(prefix="tessan-stacks-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        for t in range(3):
+            folder = os.path.join(work, "run", "t%03d" % t)
+            os.makedirs(folder)
+            subprocess.run([cli, "convert", "--slices", "z", os.path.join(work, "d", "demo_%04d.df3" % (4 * t)),
+                            os.path.join(folder, "img_%03d.png")], check=True, capture_output=True)
+        app = App(binary, args=[os.path.join(work, "run", "t001", "img_064.png")], folder=work)
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("3 0 0 1"), "frame 0 of the stacks is drawn",
+                             timeout=60)
+            check(len(s["seq.items"].split("|")) == 3, "three stacks in the slot: %r" % s["seq.items"])
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            pic = app.grab("stack0.png")
+            check(region_mean_distance(pic, cx - 10, cy - 10, cx + 10, cy + 10) > 60, "the stack is not drawn")
+            app.key("End")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("3 2 2 1"), "the last stack is drawn")
+        finally:
+            app.close()
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1032,6 +1221,9 @@ CASES = {
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
     "project_roundtrip": case_project_roundtrip,
+    "img_sequence": case_img_sequence,
+    "iso_sequence": case_iso_sequence,
+    "stack_series": case_stack_series,
 }
 
 if __name__ == "__main__":
