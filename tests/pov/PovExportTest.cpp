@@ -7,7 +7,7 @@
 #include "config/RecordingPrompt_cls.h"
 #include "config/TextFormat.h"
 #include "pov/PovExport_cls.h"
-#include "pov/PovVolume_cls.h"
+#include "filter/PovVolume_cls.h"
 #include "support/PovRayRunner.h"
 #include "support/TestUtil.h"
 
