@@ -94,7 +94,7 @@ bool PovVolume_cls::WritePaddedDF3(const std::string& path, const uint8_t* voxel
 
 std::wstring PovVolume_cls::GetPovStrDensityDeclare(const std::wstring& name, const std::wstring& df3File, unsigned nx,
                                                     unsigned ny, unsigned nz, const std::wstring& colorMacro,
-                                                    float emission, float absorption)
+                                                    float emission, float absorption, const std::wstring& cutOut)
 {
     auto scale = [](unsigned n) { return n == 0 ? 1.0 : (n + 2.0) / n; };
     // Interpolating modes put sample j on the grid vertex j / m; mode 0 fills the cell
@@ -103,7 +103,11 @@ std::wstring PovVolume_cls::GetPovStrDensityDeclare(const std::wstring& name, co
     auto shift = [offset](unsigned n) { return n == 0 ? 0.0 : -offset / n; };
     const std::wstring colorMap =
         colorMacro.empty() ? L"\t\t\t\t[0 rgb 0]\n\t\t\t\t[1 rgb 1]\n" : L"\t\t\t\t" + colorMacro + L"()\n";
-    std::wstring s = L"#declare " + name + L"=box { <0,0,0>, <1,1,1>\n";
+    // Shapes cut out make the declaration a difference; the media then belong to the whole
+    // difference, since the ray tracer takes the interior of the surface a ray crosses and the
+    // surfaces of the hole are the cut shapes'.
+    std::wstring s = cutOut.empty() ? L"#declare " + name + L"=box { <0,0,0>, <1,1,1>\n"
+                                    : L"#declare " + name + L"=difference {\n\tbox { <0,0,0>, <1,1,1> }\n" + cutOut;
     s += L"\tpigment { rgbt 1 }\n\thollow\n\tinterior {\n\t\tmedia {\n";
     s += WStrPrintf("\t\t\tmethod %u\n\t\t\tintervals %u\n\t\t\tsamples %u, %u\n", msMethod,
                     msInterval < 1 ? 1u : msInterval, msSamplesMin < 1 ? 1u : msSamplesMin,
@@ -116,11 +120,19 @@ std::wstring PovVolume_cls::GetPovStrDensityDeclare(const std::wstring& name, co
             continue;
         s += WStrPrintf(pass == 0 ? "\t\t\temission %g\n" : "\t\t\tabsorption %g\n", static_cast<double>(strength));
     }
-    s += L"\t\t\tdensity {\n\t\t\t\tdensity_file df3 concat(WORKINGDIR, \"" + df3File + L"\")";
-    s += WStrPrintf(" interpolate %u\n", msInterpolation);
-    s += L"\t\t\t\tcolor_map {\n" + colorMap + L"\t\t\t\t}\n";
-    s += WStrPrintf("\t\t\t\tscale <%.9g,%.9g,%.9g>\n\t\t\t\ttranslate <%.9g,%.9g,%.9g>\n", scale(nx), scale(ny),
-                    scale(nz), shift(nx), shift(ny), shift(nz));
-    s += L"\t\t\t}\n\t\t}\n\t}\n}\n";
+    // A colour map gives the hue of a density, not its strength (palettes are unit-length hues,
+    // bright even at density 0); a second density block, which the ray tracer multiplies with
+    // the first, scales it by the density so that empty voxels stay empty as in the preview.
+    const int blocks = colorMacro.empty() ? 1 : 2;
+    for (int block = 0; block < blocks; ++block) {
+        s += L"\t\t\tdensity {\n\t\t\t\tdensity_file df3 concat(WORKINGDIR, \"" + df3File + L"\")";
+        s += WStrPrintf(" interpolate %u\n", msInterpolation);
+        s += L"\t\t\t\tcolor_map {\n" +
+             (block == 0 ? colorMap : std::wstring(L"\t\t\t\t[0 rgb 0]\n\t\t\t\t[1 rgb 1]\n")) + L"\t\t\t\t}\n";
+        s += WStrPrintf("\t\t\t\tscale <%.9g,%.9g,%.9g>\n\t\t\t\ttranslate <%.9g,%.9g,%.9g>\n", scale(nx), scale(ny),
+                        scale(nz), shift(nx), shift(ny), shift(nz));
+        s += L"\t\t\t}\n";
+    }
+    s += L"\t\t}\n\t}\n}\n";
     return s;
 }

@@ -30,6 +30,9 @@ constexpr int kSlots = 4;
 // Half the thickness of a section slab, in fractions of the box: thin enough that the density
 // read at its faces is the plane's own.
 constexpr double kSlabHalf = 0.0005;
+// Emission (or absorption) of density 1 per box length at "Alpha" 1: a dense core glows fully,
+// thin density stays translucent, much as the preview's stacked slices look.
+constexpr double kMediaStrength = 6.0;
 
 std::wstring Num(double v)
 {
@@ -90,11 +93,12 @@ double Sample(const uint8_t* d, const unsigned* n, const double* p)
     return (c00 * (1 - f[1]) + c10 * f[1]) * (1 - f[2]) + (c01 * (1 - f[1]) + c11 * f[1]) * f[2];
 }
 
-// Velocity components are stored as bytes around 128: 0 is -1, 255 is +1.
+// Velocity components are stored as bytes around 128 (at rest): 1 is -1, 255 is +1 (0 counts
+// as 1).
 void Velocity(const std::array<const uint8_t*, 3>& data, const unsigned* n, const double* p, double* v)
 {
     for (int a = 0; a < 3; ++a)
-        v[a] = (Sample(data[static_cast<size_t>(a)], n, p) - 127.5) / 127.5;
+        v[a] = std::clamp((Sample(data[static_cast<size_t>(a)], n, p) - 128.0) / 127.0, -1.0, 1.0);
 }
 
 } // namespace
@@ -232,7 +236,7 @@ std::vector<PovExport_cls::DataBox> PovSceneObjects_cls::GetDataBoxes(int /*fram
         std::copy(extent.begin(), extent.end(), box.dSize);
         box.iColorIndex = chain.GetVolumeColorType();
         // The volume's "Alpha" scales how strongly the density glows or hides what lies behind.
-        const float strength = static_cast<float>(2.0 * std::max(0.0, chain.GetVolumeParameter(0)));
+        const float strength = static_cast<float>(kMediaStrength * std::max(0.0, chain.GetVolumeParameter(0)));
         const int type = chain.GetVolumeDataType();
         box.fEmission = type == 1 ? 0.0f : strength;
         box.fAbsorption = type == 0 ? 0.0f : strength;
@@ -244,8 +248,7 @@ std::vector<PovExport_cls::DataBox> PovSceneObjects_cls::GetDataBoxes(int /*fram
             double v[10];
             for (int k = 0; k < 10; ++k)
                 v[k] = cut->GetValue(k);
-            box.strCutOut +=
-                L"\t" + ShapeText(cut->GetData().miShape.Get(), v, L"\t\tpigment { rgbt 1 }\n\t\thollow\n");
+            box.strCutOut += L"\t" + ShapeText(cut->GetData().miShape.Get(), v, std::wstring());
         }
         boxes.push_back(box);
     }

@@ -418,7 +418,7 @@ TEST_F(ExportFixture, ColouredVolumeShowsItsMapHue)
         box.pVoxels = mvVoxels.data();
         box.uX = box.uY = box.uZ = muN;
         box.iColorIndex = index;
-        box.fEmission = 0.6f; // below saturation, so the hue survives
+        box.fEmission = 1.2f; // times the density: below saturation, so the hue survives
         return std::vector<PovExport_cls::DataBox>{box};
     };
     mvVoxels.assign(static_cast<size_t>(muN) * muN * muN, static_cast<uint8_t>(density * 255.0f));
