@@ -93,7 +93,8 @@ int RenderFrames(PovRay_cls& pov, const std::vector<Frame>& frames, unsigned job
         return std::make_pair(elapsed, left);
     };
     progress();
-    while (next < frames.size() || !running.empty()) {
+    // After a failure no further frame starts; the running ones finish.
+    while ((failedFrame < 0 && next < frames.size()) || !running.empty()) {
         while (failedFrame < 0 && next < frames.size() && running.size() < jobs) {
             const Frame& f = frames[next];
             auto thread = std::make_unique<ThreadPovRay>();
