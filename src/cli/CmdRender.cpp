@@ -1,6 +1,7 @@
 // tessan-cli render: export a project's frames and run POV-Ray on them, several at a time.
 #include "cli/CliArgs_cls.h"
 #include "cli/CliCommand.h"
+#include "cli/CliFarm_cls.h"
 #include "cli/CliProject_cls.h"
 #include "config/TextFormat.h"
 #include "pov/ThreadPovRay.h"
@@ -30,6 +31,13 @@ const char kUsage[] = "Usage: tessan-cli render [OPTION]... PROJECT.vsp\n"
                       "  --workdir DIR    write scenes and pictures into DIR (created when missing)\n"
                       "  --povray PATH    the POV-Ray program (default: the project's POVRAY_PATH=)\n"
                       "  --overwrite      replace scene files of an earlier export\n"
+                      "  --farm parallel  hand the frames to GNU Parallel, one POV-Ray job per frame, with the\n"
+                      "                   job log WORKDIR/render.joblog (Parallel shows its own progress)\n"
+                      "  --hosts FILE     with --farm parallel: Parallel's --sshloginfile (':' is this\n"
+                      "                   machine); the working directory must be at the same path on every\n"
+                      "                   host; without it --jobs frames run here at a time\n"
+                      "  --resume         with --farm parallel: use the scenes already exported and render the\n"
+                      "                   frames whose picture is missing\n"
                       "  --help           display this help and exit\n"
                       "  --version        output version information and exit\n"
                       "\n"
@@ -48,14 +56,6 @@ std::string Clock(double seconds)
     const long s = static_cast<long>(seconds + 0.5);
     return s >= 3600 ? StrPrintf("%ld:%02ld:%02ld", s / 3600, s / 60 % 60, s % 60)
                      : StrPrintf("%ld:%02ld", s / 60, s % 60);
-}
-
-std::string Quote(const std::string& text)
-{
-    std::string q = "'";
-    for (char c : text)
-        q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
 }
 
 // One frame to render: its number, stem, command and clean-up commands.
@@ -98,7 +98,8 @@ int RenderFrames(PovRay_cls& pov, const std::vector<Frame>& frames, unsigned job
         while (failedFrame < 0 && next < frames.size() && running.size() < jobs) {
             const Frame& f = frames[next];
             auto thread = std::make_unique<ThreadPovRay>();
-            const std::wstring command = f.strCommand + Widen(" > " + Quote(dir + "/" + f.strStem + ".log") + " 2>&1");
+            const std::wstring command =
+                f.strCommand + Widen(" > " + CliFarm_cls::Quote(dir + "/" + f.strStem + ".log") + " 2>&1");
             thread->SetParameters(&pov, command, f.strPost);
             thread->MarkStarted();
             thread->Run();
@@ -156,7 +157,8 @@ std::string StemOf(const std::wstring& command)
 
 int RunRender(const std::vector<std::string>& args)
 {
-    CliArgs_cls parsed(args, {"frames", "workdir", "jobs", "snapshot", "povray"}, {"overwrite"});
+    CliArgs_cls parsed(args, {"frames", "workdir", "jobs", "snapshot", "povray", "farm", "hosts"},
+                       {"overwrite", "resume"});
     if (!parsed.Error().empty())
         return Usage(parsed.Error());
     if (parsed.Operands().size() != 1)
@@ -179,6 +181,13 @@ int RunRender(const std::vector<std::string>& args)
             return Usage("invalid --jobs '" + *v + "' (expected 1..64)");
         jobs = static_cast<unsigned>(ParseLong(*v));
     }
+    const bool farm = parsed.Value("farm").has_value();
+    if (farm && *parsed.Value("farm") != "parallel")
+        return Usage("invalid --farm '" + *parsed.Value("farm") + "' (expected 'parallel')");
+    if (!farm && (parsed.Value("hosts") || parsed.Has("resume")))
+        return Usage("--hosts and --resume need --farm parallel");
+    if (farm && snapshot >= 0)
+        return Usage("--snapshot renders here; it does not go with --farm");
     CliProject_cls project;
     if (!project.Load(parsed.Operands()[0]))
         return 1;
@@ -204,6 +213,15 @@ int RunRender(const std::vector<std::string>& args)
         }
         const std::wstring& s = project.GetExport().GetLastStem();
         frames.push_back({snapshot, Narrow(s), pov.GetPovRayCommand(s), pov.GetPostSceneCommands()});
+    } else if (farm && parsed.Has("resume")) {
+        project.ResolveFrames(&first, &last);
+        for (const std::string& stem : CliFarm_cls::Stems(project, first, last))
+            if (access((Narrow(pov.GetWorkingDir()) + "/" + stem + ".ini").c_str(), F_OK) != 0) {
+                std::fprintf(stderr, "tessan-cli render: %s/%s.ini is missing: nothing to resume\n",
+                             Narrow(pov.GetWorkingDir()).c_str(), stem.c_str());
+                return 1;
+            }
+        return CliFarm_cls::RunParallel(project, first, last, parsed.Value("hosts").value_or(""), jobs);
     } else {
         project.ResolveFrames(&first, &last);
         if (!parsed.Has("overwrite")) {
@@ -223,6 +241,8 @@ int RunRender(const std::vector<std::string>& args)
             frames.push_back({project.GetCommandFrame(i), StemOf(pov.GetCommands()[i]), pov.GetCommands()[i],
                               pov.GetPostCommands()[i]});
     }
+    if (farm)
+        return CliFarm_cls::RunParallel(project, first, last, parsed.Value("hosts").value_or(""), jobs);
     return RenderFrames(pov, frames, jobs);
 }
 
