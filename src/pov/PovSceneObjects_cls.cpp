@@ -118,6 +118,7 @@ PovSceneObjects_cls::PovSceneObjects_cls(DF3SeqCtrl_cls* slots, TimeCtrl_cls* cl
 
 void PovSceneObjects_cls::Install(PovExport_cls& exporter)
 {
+    mpExporter = &exporter;
     exporter.SetColoring(mpColoring);
     exporter.mDoesFilterExist = [this](int kind) { return DoesFilterExist(kind); };
     exporter.mPrepareFrame = [this](int frame) { PrepareFrame(frame); };
@@ -400,13 +401,18 @@ std::wstring PovSceneObjects_cls::IsosurfaceText(PovIsosurface_cls& item, const 
         out.bOk = false;
         return std::wstring();
     }
+    // Output type 2 puts the mesh into the scene itself (one self-contained file per frame);
+    // otherwise it goes to an include file beside the scene.
+    const bool inScene = mpExporter != nullptr && mpExporter->miIsoOutputType == 2;
     const std::wstring file = stem + L"_ISO" + n + L".inc";
-    std::ofstream inc(Narrow(workDir + L"/" + file), std::ios::binary | std::ios::trunc);
-    inc << text;
-    inc.close();
-    if (!inc) {
-        out.bOk = false;
-        return std::wstring();
+    if (!inScene) {
+        std::ofstream inc(Narrow(workDir + L"/" + file), std::ios::binary | std::ios::trunc);
+        inc << text;
+        inc.close();
+        if (!inc) {
+            out.bOk = false;
+            return std::wstring();
+        }
     }
     float rgb[3] = {1, 1, 1};
     if (mpColoring != nullptr)
@@ -414,7 +420,7 @@ std::wstring PovSceneObjects_cls::IsosurfaceText(PovIsosurface_cls& item, const 
     for (int c = 0; c < 3; ++c)
         rgb[c] = std::clamp(rgb[c] * item.GetData().mvfColor.Get(c), 0.0f, 1.0f);
     const double alpha = std::clamp(item.GetAlpha(), 0.0, 1.0);
-    std::wstring s = L"#include concat(WORKINGDIR, \"" + file + L"\")\n";
+    std::wstring s = inScene ? Widen(text) + L"\n" : L"#include concat(WORKINGDIR, \"" + file + L"\")\n";
     // Mesh vertices sit at index / n; the preview draws voxel i at (i + 0.5) / n.
     s += L"#declare ISOBOX_" + n + L"=object { ISOSURF_" + n + L"\n\ttranslate " +
          Vec(0.5 / size[0], 0.5 / size[1], 0.5 / size[2]) + L"\n";

@@ -62,7 +62,8 @@ class PovSceneObjects_cls
 
     // ---- object text -------------------------------------------------------------------------
     /// The declarations and union members of every output item of every slot for the prepared
-    /// frame. Isosurfaces go to include files named stem + "_ISO<slot>_<item>.inc" and sections
+    /// frame. Isosurfaces go to include files named stem + "_ISO<slot>_<item>.inc" (into the
+    /// scene itself when the driver's isosurface output type is 2) and sections
     /// to density files stem + "_CS..." / "_TV..." in the working directory; bOk is false when
     /// one of them cannot be written.
     PovExport_cls::ObjectsText GetObjects(int frame, double time, const std::wstring& workDir,
@@ -102,6 +103,7 @@ class PovSceneObjects_cls
     TimeCtrl_cls* mpClock;
     Coloring_cls* mpColoring;
     Parameters_cls* mpBoxSize;
+    PovExport_cls* mpExporter = nullptr;            ///< the driver hooked up by Install (not owned)
     std::array<int, 4> mviPrepared{-1, -1, -1, -1}; ///< data index prepared per slot (-1: none)
     bool mbPrepared = true;
 };

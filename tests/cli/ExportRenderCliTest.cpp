@@ -124,3 +124,24 @@ TEST_F(CliRenderFixture, FailingRayTracerNamesTheFrame)
 }
 
 } // namespace
+
+namespace
+{
+
+// On a terminal the render shows one updating bar with frame count, time spent and time left.
+TEST_F(CliRenderFixture, ProgressBarOnATerminal)
+{
+    if (RunCommand("script --version").exitCode != 0)
+        GTEST_SKIP() << "script(1) missing";
+    const std::string render = std::string("'") + TESSAN_CLI_PATH + "' render " + mProject +
+                               " --frames 0:2 --povray /bin/true --workdir " + Work();
+    const RunResult r = RunCommand("script -qec \"" + render + "\" /dev/null");
+    ASSERT_EQ(r.exitCode, 0) << r.out << r.err;
+    EXPECT_NE(r.out.find("\r"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("] frame 3/3  elapsed "), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("  left "), std::string::npos) << r.out;
+    // No plain per-frame lines on a terminal.
+    EXPECT_EQ(r.out.find(" rendered, "), std::string::npos) << r.out;
+}
+
+} // namespace

@@ -145,6 +145,7 @@ struct SceneFixture : public ::testing::Test {
         opt.height = kH;
         opt.vExtraOptions.push_back("+MV3.7");
         PovRayResult r = RunPovRay(Scene(frame), opt);
+        // TESSAN_DUMP=DIR keeps each picture and scene there, to look at when a comparison fails.
         if (const char* dump = std::getenv("TESSAN_DUMP")) {
             static int k = 0;
             std::string ppm = StrPrintf("P6 %d %d 255\n", r.image.width, r.image.height);
@@ -431,6 +432,15 @@ TEST_F(SceneFixture, EachFrameExportsItsOwnData)
     };
     EXPECT_NEAR(meanX(first), 6.0 / 24.0, 0.02);
     EXPECT_NEAR(meanX(second), 18.0 / 24.0, 0.02);
+
+    // Output type 2: the same mesh inside the scene, no include file.
+    fs::remove(mDir.File("povsnap0000_ISO0_0.inc"));
+    Export().miIsoOutputType = 2;
+    ASSERT_TRUE(Export().ProcOutputPovRay(0));
+    EXPECT_FALSE(fs::exists(mDir.File("povsnap0000_ISO0_0.inc")));
+    const std::string scene = Scene(0);
+    EXPECT_EQ(scene.find("#include concat(WORKINGDIR, \"povsnap0000_ISO0_0.inc\")"), std::string::npos);
+    EXPECT_NE(scene.find(first.substr(first.find("#declare ISOSURF_0_0"))), std::string::npos);
 }
 
 TEST_F(SceneFixture, KindsCountOnlyWhenSwitchedOnInASlotWithData)
