@@ -80,6 +80,7 @@ bool CliProject_cls::Load(const std::string& path)
         return false;
     mpObjects = std::make_unique<PovSceneObjects_cls>(&mpMain->GetSeqCtrl(), &mpMain->GetTimeCtrl(), &mCColoring,
                                                       &mpMain->GetBoxSize());
+    mpObjects->SetReleaseAfterUse(true);
     mpObjects->Install(GetExport());
     return true;
 }

@@ -168,6 +168,10 @@ bool PovSceneObjects_cls::PrepareFrame(int frame)
         // it is this frame's, whatever frame was processed in between with the same settings.
         chain.ClearSignatures();
         const int index = mpSlots->GetRemappedIndex(s, frame);
+        const int previous = mviLastPrepared[static_cast<size_t>(s)];
+        if (mbReleaseAfterUse && previous >= 0 && previous != index && seq.GetDF3(previous) != nullptr)
+            seq.GetDF3(previous)->Release();
+        mviLastPrepared[static_cast<size_t>(s)] = index;
         mpSlots->IdleProcessesMainEach(s, index, true, true);
         DF3_cls* df3 = seq.GetDF3(index);
         if (df3 == nullptr || !df3->IsAllocated() || !df3->GetReadFinishedFlag()) {

@@ -79,6 +79,10 @@ class PovSceneObjects_cls
     /// The colour of density d (0..1) under colour index `index`, scaled by the density, the
     /// way the preview tints sections and surfaces.
     void GetMapColor(float d, int index, float* rgb) const;
+    /// With on, PrepareFrame releases each slot's previously prepared frame when it moves on,
+    /// so a long export without a window holds one frame per slot (the window leaves releasing
+    /// to its idle loop).
+    void SetReleaseAfterUse(bool on) { mbReleaseAfterUse = on; }
     /// True when the last PrepareFrame read and processed every slot's frame.
     bool IsPrepared() const { return mbPrepared; }
 
@@ -105,5 +109,7 @@ class PovSceneObjects_cls
     Parameters_cls* mpBoxSize;
     PovExport_cls* mpExporter = nullptr;            ///< the driver hooked up by Install (not owned)
     std::array<int, 4> mviPrepared{-1, -1, -1, -1}; ///< data index prepared per slot (-1: none)
+    std::array<int, 4> mviLastPrepared{-1, -1, -1, -1};
     bool mbPrepared = true;
+    bool mbReleaseAfterUse = false;
 };
