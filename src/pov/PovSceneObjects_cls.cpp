@@ -245,6 +245,13 @@ std::vector<PovExport_cls::DataBox> PovSceneObjects_cls::GetDataBoxes(int /*fram
         const int type = chain.GetVolumeDataType();
         box.fEmission = type == 1 ? 0.0f : strength;
         box.fAbsorption = type == 0 ? 0.0f : strength;
+        // The clipping items before the volume leave a box of it; what lies outside is cut away.
+        double clipMin[3], clipMax[3];
+        const PovVolume_cls* volume = chain.GetVolumeItem();
+        if (chain.GetClippingInformation(clipMin, clipMax, volume != nullptr ? volume->GetIdTag() : std::wstring()))
+            box.strCutOut += L"\tdifference {\n\t\tbox { <-1,-1,-1>, <2,2,2> }\n\t\tbox { " +
+                             Vec(clipMin[0], clipMin[1], clipMin[2]) + L", " + Vec(clipMax[0], clipMax[1], clipMax[2]) +
+                             L" }\n\t}\n";
         // Difference objects of the slot are cut out of its media.
         for (int i = 0; i < chain.GetItemNum(); ++i) {
             auto* cut = dynamic_cast<PovDiffObject_cls*>(chain.GetPFilterBase(i));
@@ -428,6 +435,10 @@ std::wstring PovSceneObjects_cls::IsosurfaceText(PovIsosurface_cls& item, const 
     // Mesh vertices sit at index / n; the preview draws voxel i at (i + 0.5) / n.
     s += L"#declare ISOBOX_" + n + L"=object { ISOSURF_" + n + L"\n\ttranslate " +
          Vec(0.5 / size[0], 0.5 / size[1], 0.5 / size[2]) + L"\n";
+    double clipMin[3], clipMax[3];
+    if (item.GetOwner() != nullptr && item.GetOwner()->GetClippingInformation(clipMin, clipMax, item.GetIdTag()))
+        s += L"\tclipped_by { box { " + Vec(clipMin[0], clipMin[1], clipMin[2]) + L", " +
+             Vec(clipMax[0], clipMax[1], clipMax[2]) + L" } }\n";
     s += L"#ifdef (ISOTEXGLOBAL_" + n + L")\n\ttexture { ISOTEXGLOBAL_" + n + L" }\n#else\n";
     s += WStrPrintf("\ttexture {\n\t\tpigment { rgbt <%.4f,%.4f,%.4f,%.4f> }\n"
                     "\t\tfinish { ambient 0.1 diffuse 0.8 specular 0.3 roughness 0.05 }\n\t}\n",

@@ -8,6 +8,7 @@
 #include "config/Main_cls.h"
 #include "config/RecordingPrompt_cls.h"
 #include "config/TextFormat.h"
+#include "filter/FilterClipping_cls.h"
 #include "filter/FilterCtrl_cls.h"
 #include "filter/PovCrossSection_cls.h"
 #include "filter/PovDiffObject_cls.h"
@@ -344,6 +345,31 @@ TEST_F(SceneFixture, DiffObjectCutsAHoleIntoTheMedia)
     ASSERT_TRUE(Cam().Project({0.45, 0.45, 0}, kW, kH, ex, ey, depth));
     EXPECT_NEAR(Brightness(holed.image, static_cast<int>(ex), static_cast<int>(ey)),
                 Brightness(full.image, static_cast<int>(ex), static_cast<int>(ey)), 0.05);
+}
+
+// A clipping item before the volume and the isosurface keeps only its box of them, as the
+// preview draws them.
+TEST_F(SceneFixture, ClippingBoxCutsVolumeAndIsosurface)
+{
+    REQUIRE_POVRAY();
+    SetData(0, {Ball(12, 12, 12, 11)});
+    auto* clip = Add<FilterClipping_cls>();
+    Values(clip, {{0, 0.0}, {1, 0.0}, {2, 0.0}, {3, 0.5}, {4, 1.0}, {5, 1.0}});
+    Add<PovVolume_cls>();
+    Add<PovIsosurface_cls>();
+    AddLight();
+    Cam().SetFixedView(Camera_cls::kViewFront, 3.0);
+    const PovRayResult r = Render();
+    ASSERT_TRUE(r.Ok()) << r.err;
+    EXPECT_NE(Scene().find("\tclipped_by { box { <0,0,0>, <0.5,1,1> } }"), std::string::npos);
+    // Left of the middle both show; right of it nothing is left.
+    for (double x : {0.1, 0.3}) {
+        double lx, rx, y, depth;
+        ASSERT_TRUE(Cam().Project({-x, 0, 0}, kW, kH, lx, y, depth));
+        ASSERT_TRUE(Cam().Project({x, 0, 0}, kW, kH, rx, y, depth));
+        EXPECT_GT(Brightness(r.image, static_cast<int>(lx), static_cast<int>(y)), 0.1) << x;
+        EXPECT_LT(Brightness(r.image, static_cast<int>(rx), static_cast<int>(y)), 0.01) << x;
+    }
 }
 
 TEST_F(SceneFixture, StreamLinesAndArrowsNeedVelocitySlots)
