@@ -169,10 +169,14 @@ bool PovSceneObjects_cls::PrepareFrame(int frame)
         chain.ClearSignatures();
         const int index = mpSlots->GetRemappedIndex(s, frame);
         const int previous = mviLastPrepared[static_cast<size_t>(s)];
-        if (mbReleaseAfterUse && previous >= 0 && previous != index && seq.GetDF3(previous) != nullptr)
+        if (mbReleaseAfterUse && previous >= 0 && previous != index && previous != index + 1 &&
+            seq.GetDF3(previous) != nullptr)
             seq.GetDF3(previous)->Release();
         mviLastPrepared[static_cast<size_t>(s)] = index;
         mpSlots->IdleProcessesMainEach(s, index, true, true);
+        // Between two data frames the time remap blends in the next one: it must be read too.
+        if (seq.IsRemap() && seq.GetRemapInterpolateFactor() != 0.0f && index + 1 < seq.GetFrameCount())
+            mpSlots->IdleProcessesMainEach(s, index + 1, true, true);
         DF3_cls* df3 = seq.GetDF3(index);
         if (df3 == nullptr || !df3->IsAllocated() || !df3->GetReadFinishedFlag()) {
             mbPrepared = false;
