@@ -6,6 +6,8 @@
 #include "config/UserPrompt_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
+#include "volume/ImageStackSeries_cls.h"
+#include "volume/SourceFormat_cls.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +16,7 @@
 namespace
 {
 
-const char kUsage[] = "Usage: tessan-cli info FILE...\n"
+const char kUsage[] = "Usage: tessan-cli info [--series] FILE...\n"
                       "Print the sizes, sample width and density statistics of volume files: DF3\n"
                       "files, image stacks (FILE is one slice: .png .tif .tiff .jpg .jpeg .bmp) and\n"
                       "text volumes (.txt .dat .vol), each read as 'tessan-cli convert' reads it.\n"
@@ -30,6 +32,15 @@ const char kUsage[] = "Usage: tessan-cli info FILE...\n"
                       "A file that cannot be read is reported on standard error; the other files\n"
                       "are still reported.\n"
                       "\n"
+                      "With --series, each FILE stands for the whole time series it belongs to, as\n"
+                      "the window loads it into a data slot: a numbered series of DF3 or text\n"
+                      "files, or a time series of image stacks (one numbered folder per time point,\n"
+                      "such as t000/img_000.png, or time and slice in the name, such as\n"
+                      "cell_t000_z000.png, or one multi-page TIFF file per time point). The report\n"
+                      "names the series and its layout, then gives the report above for each frame\n"
+                      "(headed \"frame N:\").\n"
+                      "\n"
+                      "  --series   report every frame of the time series FILE belongs to\n"
                       "  --help     display this help and exit\n"
                       "  --version  output version information and exit\n"
                       "\n"
@@ -58,9 +69,61 @@ std::string Sparkline(const LevelMap_cls& map)
     return line;
 }
 
+// Reads one frame completely and prints its report, indented by `indent`; false when unreadable.
+bool ReportFrame(DF3_cls& frame, const std::string& title, const std::string& indent)
+{
+    UserPrompt_cls* prompt = GetUserPrompt();
+    if (!frame.ReadHeader(prompt) || !frame.Allocate() || !frame.ReadBodyIfNotFinished(true, prompt))
+        return false;
+    const LevelMap_cls* map = frame.GetLevelMap();
+    std::fflush(stdout); // after any trace lines of the reader
+    std::printf("%s%s\n", indent.substr(2).c_str(), title.c_str());
+    std::printf("%ssize:      %u x %u x %u\n", indent.c_str(), frame.GetCurrSize(0), frame.GetCurrSize(1),
+                frame.GetCurrSize(2));
+    std::printf("%ssamples:   %s\n", indent.c_str(), CliVolume_cls::Samples(frame).c_str());
+    if (const std::string slices = CliVolume_cls::Slices(frame); !slices.empty())
+        std::printf("%sslices:    %s\n", indent.c_str(), slices.c_str());
+    if (map) {
+        std::printf("%smin:       %d\n", indent.c_str(), map->GetMin());
+        std::printf("%smax:       %d\n", indent.c_str(), map->GetMax());
+        std::printf("%s", StrPrintf("%smean:      %.3f\n", indent.c_str(), map->GetMean()).c_str());
+        std::printf("%shistogram: |%s|\n", indent.c_str(), Sparkline(*map).c_str());
+    }
+    return true;
+}
+
+// Every frame of the series `path` belongs to, loaded as a data slot loads it.
+bool ReportSeries(const std::string& path)
+{
+    const std::wstring wpath = Widen(path);
+    if (SourceFormat_cls::FromPath(wpath) == DF3_cls::FORMAT_IMGSEQ && ImageStackSeries_cls::Find(wpath).empty()) {
+        std::fprintf(stderr, "tessan-cli info: %s: no such file\n", path.c_str());
+        return false;
+    }
+    DF3Sequence_cls seq;
+    seq.AppendFileSequence(wpath, true, DF3Sequence_cls::kAppendAtEnd);
+    std::string layout = "numbered files";
+    if (SourceFormat_cls::FromPath(wpath) == DF3_cls::FORMAT_IMGSEQ) {
+        ImageStackSeries_cls::Layout found;
+        ImageStackSeries_cls::Find(wpath, &found);
+        layout = std::string("image stacks, ") + ImageStackSeries_cls::LayoutName(found);
+    }
+    std::printf("%s\n", path.c_str());
+    std::printf("  series:    %d frame%s (%s)\n", seq.GetFrameCount(), seq.GetFrameCount() == 1 ? "" : "s",
+                layout.c_str());
+    bool ok = true;
+    for (int i = 0; i < seq.GetFrameCount(); ++i) {
+        DF3_cls* frame = seq.GetDF3(i);
+        if (!ReportFrame(*frame, StrPrintf("frame %d: %s", i, Narrow(frame->GetFilePath()).c_str()), "    "))
+            ok = false;
+        frame->Release(); // one frame in memory at a time, whatever the length of the series
+    }
+    return ok;
+}
+
 int RunInfo(const std::vector<std::string>& args)
 {
-    CliArgs_cls parsed(args, {}, {});
+    CliArgs_cls parsed(args, {}, {"series"});
     if (!parsed.Error().empty() || parsed.Operands().empty()) {
         std::fprintf(stderr, "tessan-cli info: %s\nTry 'tessan-cli info --help' for more information.\n",
                      parsed.Error().empty() ? "missing FILE operand" : parsed.Error().c_str());
@@ -68,27 +131,16 @@ int RunInfo(const std::vector<std::string>& args)
     }
     int status = 0;
     for (const std::string& path : parsed.Operands()) {
-        DF3Sequence_cls seq;
-        DF3_cls frame(&seq);
-        UserPrompt_cls* prompt = GetUserPrompt();
-        CliVolume_cls::SetSource(frame, path);
-        if (!frame.ReadHeader(prompt) || !frame.Allocate() || !frame.ReadBodyIfNotFinished(true, prompt)) {
-            status = 1;
+        if (parsed.Has("series")) {
+            if (!ReportSeries(path))
+                status = 1;
             continue;
         }
-        const LevelMap_cls* map = frame.GetLevelMap();
-        std::fflush(stdout); // after any trace lines of the reader
-        std::printf("%s\n", path.c_str());
-        std::printf("  size:      %u x %u x %u\n", frame.GetCurrSize(0), frame.GetCurrSize(1), frame.GetCurrSize(2));
-        std::printf("  samples:   %s\n", CliVolume_cls::Samples(frame).c_str());
-        if (const std::string slices = CliVolume_cls::Slices(frame); !slices.empty())
-            std::printf("  slices:    %s\n", slices.c_str());
-        if (map) {
-            std::printf("  min:       %d\n", map->GetMin());
-            std::printf("  max:       %d\n", map->GetMax());
-            std::printf("%s", StrPrintf("  mean:      %.3f\n", map->GetMean()).c_str());
-            std::printf("  histogram: |%s|\n", Sparkline(*map).c_str());
-        }
+        DF3Sequence_cls seq;
+        DF3_cls frame(&seq);
+        CliVolume_cls::SetSource(frame, path);
+        if (!ReportFrame(frame, path, "  "))
+            status = 1;
     }
     return status;
 }

@@ -2,12 +2,14 @@
 #include "cli/CliArgs_cls.h"
 #include "cli/CliCommand.h"
 #include "cli/CliFilterOptions_cls.h"
+#include "cli/CliVolume_cls.h"
 #include "config/Preference_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
 #include "filter/FilterCtrl_cls.h"
 #include "filter/PovVolume_cls.h"
+#include "iso/ExportIsosurfSeq_cls.h"
 #include "iso/MarchingCube_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -28,6 +30,8 @@ namespace
 const std::string kUsage =
     std::string("Usage: tessan-cli iso IN.df3 --level L [--obj OUT.obj] [--mesh2 OUT.pov] [--name NAME] [--threads N]\n"
                 "                      [FILTER]...\n"
+                "  or:  tessan-cli iso --frames A:B IN_FIRST --level L [--obj PATTERN] [--mesh2 PATTERN]\n"
+                "                      [--name NAME] [--threads N] [FILTER]...\n"
                 "Extract the isosurface of a DF3 volume by marching cubes and report its size.\n"
                 "\n"
                 "Voxels at or below the byte level trunc(255*L) count as inside. The surface is welded\n"
@@ -41,6 +45,11 @@ const std::string kUsage =
                 "  --name NAME    object name in the mesh2 file: letters, digits and '_'\n"
                 "                 (default: Isosurface)\n"
                 "  --threads N    worker threads, 1 to 16 (default: ThreadNumFilter=, the number of cores)\n"
+                "  --frames A:B   export frames A to B (counted from 0) of the time series IN_FIRST\n"
+                "                 belongs to (a numbered DF3 series, or image stacks as 'tessan-cli info\n"
+                "                 --series' lists them); --obj and --mesh2 are then name patterns with\n"
+                "                 one number such as iso_%04d.obj (or a folder), numbered by frame,\n"
+                "                 and a line 'frame N: T triangles, V vertices' is printed per frame\n"
                 "  --help         display this help and exit\n"
                 "  --version      output version information and exit\n"
                 "\n"
@@ -108,6 +117,72 @@ double MsSince(std::chrono::steady_clock::time_point t0)
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
 }
 
+// "A:B" with 0 <= A <= B.
+bool ParseFrameRange(const std::string& text, int& first, int& last)
+{
+    const size_t colon = text.find(':');
+    if (colon == std::string::npos)
+        return false;
+    const std::string a = text.substr(0, colon), b = text.substr(colon + 1);
+    for (const std::string* part : {&a, &b})
+        if (part->empty() || part->size() > 9 || part->find_first_not_of("0123456789") != std::string::npos)
+            return false;
+    first = static_cast<int>(ParseLong(a));
+    last = static_cast<int>(ParseLong(b));
+    return first <= last;
+}
+
+// Every frame of a series, through the export the window uses.
+int RunIsoSeries(const std::string& inPath, int first, int last, double level, const std::string& objPattern,
+                 const std::string& povPattern, const std::string& name, CliFilterOptions_cls& filters)
+{
+    DF3Sequence_cls seq;
+    const std::wstring in = Widen(inPath);
+    struct stat st;
+    if (::stat(inPath.c_str(), &st) != 0) {
+        std::fprintf(stderr, "tessan-cli iso: %s: no such file\n", inPath.c_str());
+        return 1;
+    }
+    seq.AppendFileSequence(in, true, DF3Sequence_cls::kAppendAtEnd);
+    if (last > seq.GetLastIndex()) {
+        std::fprintf(stderr, "tessan-cli iso: %s: the series has %d frames (0:%d)\n", inPath.c_str(),
+                     seq.GetFrameCount(), seq.GetLastIndex());
+        return 1;
+    }
+    if (filters.GetFilterNumber() > 0) {
+        FilterCtrl_cls& chain = seq.GetFilterCtrl();
+        filters.AppendTo(chain);
+        chain.AddToList(-1, std::make_unique<PovVolume_cls>(&chain));
+    }
+    ExportIsosurfSeq_cls::Settings settings;
+    settings.iFirst = first;
+    settings.iLast = last;
+    settings.dLevel = level;
+    settings.strPatternObj = Widen(objPattern);
+    settings.strPatternMesh2 = Widen(povPattern);
+    settings.strName = Widen(name);
+    ExportIsosurfSeq_cls exporter(&seq);
+    const auto t0 = std::chrono::steady_clock::now();
+    // Messages (a name taken, a frame that cannot be read) reach stderr through the prompt.
+    const bool ok = exporter.Run(settings, GetUserPrompt());
+    std::fflush(stdout);
+    std::printf("series: %s, frames %d to %d of %d\n", inPath.c_str(), first, last, seq.GetFrameCount());
+    for (const ExportIsosurfSeq_cls::FrameResult& r : exporter.GetResults()) {
+        if (!r.bDone)
+            continue;
+        std::printf("frame %d: %zu triangles, %zu vertices\n", r.iStep, r.uTriangles, r.uVertices);
+        for (const std::wstring* file : {&r.strMesh2, &r.strObj})
+            if (!file->empty())
+                std::printf("  %s\n", Narrow(*file).c_str());
+    }
+    std::printf("%s", StrPrintf("time total: %.1f ms\n", MsSince(t0)).c_str());
+    if (!ok) {
+        std::fprintf(stderr, "tessan-cli iso: %s\n", Narrow(exporter.GetError()).c_str());
+        return 1;
+    }
+    return 0;
+}
+
 int RunIso(const std::vector<std::string>& args)
 {
     // "--filters" ends the command's own options: what follows are filter options as for
@@ -115,7 +190,7 @@ int RunIso(const std::vector<std::string>& args)
     const auto split = std::find(args.begin(), args.end(), std::string("--filters"));
     const std::vector<std::string> own(args.begin(), split);
     const std::vector<std::string> filterArgs(split == args.end() ? split : split + 1, args.end());
-    CliArgs_cls parsed(own, {"level", "obj", "mesh2", "name", "threads"}, {});
+    CliArgs_cls parsed(own, {"level", "obj", "mesh2", "name", "threads", "frames"}, {});
     if (!parsed.Error().empty())
         return Usage(parsed.Error());
     CliArgs_cls filterParsed(filterArgs, CliFilterOptions_cls::OptionNames(), {});
@@ -130,7 +205,7 @@ int RunIso(const std::vector<std::string>& args)
         return Usage("no filter after --filters");
     if (parsed.Operands().size() != 1)
         return Usage(parsed.Operands().empty() ? "missing IN.df3 operand" : "only one input file is allowed");
-    for (const char* once : {"level", "obj", "mesh2", "name", "threads"})
+    for (const char* once : {"level", "obj", "mesh2", "name", "threads", "frames"})
         if (parsed.Values(once).size() > 1)
             return Usage(std::string("--") + once + " given more than once");
     const auto levelText = parsed.Value("level");
@@ -154,6 +229,14 @@ int RunIso(const std::vector<std::string>& args)
         return Usage("--obj and --mesh2 name the same file");
     if (!IsIdentifierTail(name))
         return Usage("--name must consist of letters, digits and '_'");
+    if (auto frames = parsed.Value("frames")) {
+        int first = 0, last = 0;
+        if (!ParseFrameRange(*frames, first, last))
+            return Usage("--frames must be A:B with whole numbers 0 <= A <= B");
+        if (objPath.empty() && povPath.empty())
+            return Usage("--frames needs --obj or --mesh2");
+        return RunIsoSeries(parsed.Operands()[0], first, last, level, objPath, povPath, name, filters);
+    }
     // Refuse before any work: the user loses nothing and no file is touched.
     for (const std::string& out : {povPath, objPath})
         if (!out.empty() && Exists(out)) {
@@ -166,7 +249,7 @@ int RunIso(const std::vector<std::string>& args)
     DF3Sequence_cls seq;
     DF3_cls frame(&seq);
     UserPrompt_cls* prompt = GetUserPrompt();
-    frame.SetFilePath(Widen(inPath));
+    CliVolume_cls::SetSource(frame, inPath);
     // The reader has shown its own message (file missing, size inconsistency, ...) on stderr.
     if (!frame.ReadHeader(prompt) || !frame.Allocate() || !frame.ReadBodyIfNotFinished(true, prompt)) {
         std::fprintf(stderr, "tessan-cli iso: cannot read %s\n", inPath.c_str());

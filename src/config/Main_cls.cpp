@@ -1,12 +1,17 @@
 #include "config/Main_cls.h"
 
+#include "anim/CameraPathCtrl_cls.h"
+#include "anim/ParameterGroup_cls.h"
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
+#include "color/Coloring_cls.h"
+#include "config/ProjectFile_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
 #include "pov/PovExport_cls.h"
+#include "pov/StereoGram_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 
@@ -36,6 +41,17 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mpTimeCtrl = std::make_unique<TimeCtrl_cls>();
     mpSeqCtrl = std::make_unique<DF3SeqCtrl_cls>(mpTimeCtrl.get());
     mpPovExport = std::make_unique<PovExport_cls>(mpTimeCtrl.get());
+    mpCameraPath = std::make_unique<CameraPathCtrl_cls>();
+    mpStereoGram = std::make_unique<StereoGram_cls>();
+    mpHotSpotGroup = std::make_unique<ParameterGroup_cls>(L"HotSpot");
+    const double hotSpot[4] = {0.0, 0.0, 0.0, 0.1};
+    mpHotSpotGroup->AddMember(4, L"HSpot", hotSpot);
+    mpMainParamGroup = std::make_unique<ParameterGroup_cls>(L"MainParam");
+    const double one = 1.0;
+    mpMainParamGroup->AddMember(1, L"BaseAlpha", &one);
+    mpMainParamGroup->AddMember(1, L"Brightness", &one);
+    mpColoring = std::make_unique<Coloring_cls>();
+    mpProjectFile = std::make_unique<ProjectFile_cls>(*this);
     // Only density files can be written as ray-tracer media; image stacks would have to be
     // converted first.
     mpPovExport->mIsAllDataDF3 = [this] {
@@ -50,6 +66,7 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
 Main_cls::~Main_cls()
 {
     // The export and the slots follow the clock: they go first.
+    mpProjectFile.reset();
     mpPovExport.reset();
     mpSeqCtrl.reset();
     mpTimeCtrl.reset();

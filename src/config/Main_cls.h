@@ -11,8 +11,13 @@
 #include <memory>
 #include <string>
 
+class CameraPathCtrl_cls;
+class Coloring_cls;
 class DF3_cls;
 class DF3SeqCtrl_cls;
+class ParameterGroup_cls;
+class ProjectFile_cls;
+class StereoGram_cls;
 class DF3Sequence_cls;
 class Parameters_cls;
 class PovExport_cls;
@@ -49,6 +54,19 @@ class Main_cls
     Parameters_cls& GetBoxRotate() { return *mpBoxRotate; }
     /// The four data slots.
     DF3SeqCtrl_cls& GetSeqCtrl() { return *mpSeqCtrl; }
+    /// The camera path (cameras as key-framed eye and look-at positions).
+    CameraPathCtrl_cls& GetCameraPath() { return *mpCameraPath; }
+    /// The stereo pair settings.
+    StereoGram_cls& GetStereoGram() { return *mpStereoGram; }
+    /// The hot-spot sets ("HSpot": x, y, z and size of the highlighted spot).
+    ParameterGroup_cls& GetHotSpotGroup() { return *mpHotSpotGroup; }
+    /// The controller's own animated sets ("BaseAlpha": overall opacity of the preview,
+    /// "Brightness": overall brightness factor).
+    ParameterGroup_cls& GetMainParamGroup() { return *mpMainParamGroup; }
+    /// The colour maps with the custom maps.
+    Coloring_cls& GetColoring() { return *mpColoring; }
+    /// Writes and reads the configuration and project files of this controller's objects.
+    ProjectFile_cls& GetProjectFile() { return *mpProjectFile; }
     /// The active slot's sequence.
     DF3Sequence_cls* GetPDF3SeqActive();
     /// The active slot's current frame (null when the slot is empty).
@@ -139,6 +157,12 @@ class Main_cls
     std::unique_ptr<TimeCtrl_cls> mpTimeCtrl;
     std::unique_ptr<DF3SeqCtrl_cls> mpSeqCtrl;
     std::unique_ptr<PovExport_cls> mpPovExport;
+    std::unique_ptr<CameraPathCtrl_cls> mpCameraPath;
+    std::unique_ptr<StereoGram_cls> mpStereoGram;
+    std::unique_ptr<ParameterGroup_cls> mpHotSpotGroup;
+    std::unique_ptr<ParameterGroup_cls> mpMainParamGroup;
+    std::unique_ptr<Coloring_cls> mpColoring;
+    std::unique_ptr<ProjectFile_cls> mpProjectFile;
     std::wstring mStrLastDataPath;
     std::wstring mStrDataTitle;
     bool mbSnapShotAnswered = false;

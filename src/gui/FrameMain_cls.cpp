@@ -1,6 +1,8 @@
 // Sections: drop target; construction; idle loop; files (configuration, projects, recent list);
 // view commands; screenshot; quit.
 #include "gui/FrameMain_cls.h"
+#include "gui/ImgSequence_cls.h"
+#include "gui/IsosurfSeqGUI_cls.h"
 
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
@@ -10,6 +12,7 @@
 #include "config/Main_cls.h"
 #include "config/Preference_cls.h"
 #include "config/PreviewProperty_cls.h"
+#include "config/ProjectFile_cls.h"
 #include "config/TessanAssert.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
@@ -68,12 +71,7 @@ constexpr int kIdFixedViewFirst = 6300; // + Camera_cls::FixedView
 // "Add item" entries: kIdFilterAddFirst + position in the chain's menu table.
 constexpr int kIdFilterAddFirst = 6400;
 constexpr int kIdFilterAddLast = 6499;
-constexpr const wchar_t* kConfigureName = L"KivrelConfigure.txt";
-
-bool IsConfigureFile(const std::wstring& path)
-{
-    return std::filesystem::path(path).filename().wstring() == kConfigureName;
-}
+constexpr const wchar_t* kConfigureName = ProjectFile_cls::kConfigureName;
 
 bool HasVspExtension(const std::wstring& path)
 {
@@ -213,6 +211,7 @@ wxEND_EVENT_TABLE()
         return true;
     });
     mpMain->SetDataChangedHook([this] { OnDataChanged(); });
+    InstallProjectHooks();
 
     SetDropTarget(new FrameMainDropTarget(this));
     UpdateRecentMenu();
@@ -233,14 +232,19 @@ wxEND_EVENT_TABLE()
     mCLastFrameMark = std::chrono::steady_clock::now();
     if (const char* stateFile = std::getenv("TESSAN_STATE_FILE"))
         mStrStateFile = stateFile;
+    mpImgSequence = std::make_unique<ImgSequence_cls>(this, mpMain);
+    mpIsosurfSeqGUI = std::make_unique<IsosurfSeqGUI_cls>(this, mpMain);
 }
 
 FrameMain_cls::~FrameMain_cls()
 {
+    mpIsosurfSeqGUI.reset();
+    mpImgSequence.reset();
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     mpMain->SetDataChangedHook(nullptr);
     mpMain->SetProjectOpener(nullptr);
+    RemoveProjectHooks();
     mpMain->SetPrompt(nullptr);
     // The frames' textures live in the views' context and their jobs point at the companions,
     // which die with this window: free them all while the context is still there, and let
@@ -267,6 +271,22 @@ Parameters_cls& FrameMain_cls::GetBoxSize()
 Parameters_cls& FrameMain_cls::GetBoxRotate()
 {
     return mpMain->GetBoxRotate();
+}
+
+MainGLCanvas_cls* FrameMain_cls::GetExportCanvas()
+{
+    MainGLCanvas_cls* active = mvCanvas[static_cast<size_t>(miActiveView)];
+    if (active != nullptr && active->IsShownOnScreen())
+        return active;
+    for (MainGLCanvas_cls* canvas : mvCanvas)
+        if (canvas != nullptr && canvas->IsShownOnScreen())
+            return canvas;
+    return nullptr;
+}
+
+std::wstring FrameMain_cls::GetImgSeqName() const
+{
+    return mStrItemImgSeqName.Get();
 }
 
 int FrameMain_cls::GetCurrentFrame() const
@@ -298,6 +318,7 @@ void FrameMain_cls::RunStartupThreads()
     auto* menuBar = new wxMenuBar;
     mpRecentMenu = Shortcut_cls::SetMenuItem(menuBar, mCStartup.mvMenuModel);
     AppendFilterMenu(menuBar);
+    ImgSequence_cls::BuildExportSubmenu(menuBar);
     SetMenuBar(menuBar);
 }
 
@@ -752,46 +773,103 @@ std::wstring FrameMain_cls::DescribeSlots() const
 
 // --- files -------------------------------------------------------------------------------------
 
+void FrameMain_cls::InstallProjectHooks()
+{
+    ProjectFile_cls& file = mpMain->GetProjectFile();
+    file.SetHooks(ProjectFile_cls::kHookWindowItems,
+                  {[this] {
+                       if (mpSplitter != nullptr && mpSplitter->IsSplit()) {
+                           // Saved from the right edge (negative) so the control panel keeps its
+                           // width when the window size differs next time.
+                           miItemSashPos.Set(mpSplitter->GetSashPosition() - mpSplitter->GetClientSize().x);
+                       }
+                       return mCConfList.SerializeAll();
+                   },
+                   [this](LineStream_cls&, const std::wstring& line) { return mCConfList.ReadStrLineAll(line); }});
+    file.SetHooks(ProjectFile_cls::kHookViewCtrls, {[this] {
+                                                        std::wstring text;
+                                                        for (const auto& ctrl : mvViewCtrl)
+                                                            text += ctrl->SerializeConf();
+                                                        return text;
+                                                    },
+                                                    [this](LineStream_cls&, const std::wstring& line) {
+                                                        bool taken = false;
+                                                        for (auto& ctrl : mvViewCtrl)
+                                                            taken = ctrl->ReadStrLine(line) || taken;
+                                                        return taken;
+                                                    }});
+    // The root drawing block is slot 0's; reading sets every slot's block alike so that the
+    // slots are clipped the same way.
+    file.SetHooks(ProjectFile_cls::kHookDrawingBlock,
+                  {[this] { return mvpDF3GL[0]->GetDrawingBlock().SerializeConf(); },
+                   [this](LineStream_cls&, const std::wstring& line) {
+                       bool taken = false;
+                       for (auto& companion : mvpDF3GL)
+                           taken = companion->GetDrawingBlock().ReadStrLine(line) || taken;
+                       return taken;
+                   }});
+    file.SetHooks(ProjectFile_cls::kHookCustomColours,
+                  {[this] { return SerializeCustomColours(); },
+                   [this](LineStream_cls&, const std::wstring& line) { return ReadCustomColours(line); }});
+    // The key assignments were read before the menus were built: their block is skipped here.
+    file.SetHooks(ProjectFile_cls::kHookShortcuts, {[this] { return mpShortcut->SerializeForConfigure(); },
+                                                    [](LineStream_cls& stream, const std::wstring& line) {
+                                                        if (line != L"-ShortcutBegin")
+                                                            return false;
+                                                        for (std::wstring inner; stream.GetLine(inner);)
+                                                            if (StripLineEnd(inner) == L"-ShortcutEnd")
+                                                                break;
+                                                        return true;
+                                                    }});
+}
+
+std::wstring FrameMain_cls::SerializeCustomColours() const
+{
+    std::wstring text = L"ColourDialogCustomColours=";
+    for (int i = 0; i < static_cast<int>(wxColourData::NUM_CUSTOM); ++i) {
+        const wxColour c = mCColourData.GetCustomColour(i);
+        text += WStrPrintf(i == 0 ? "#%02x%02x%02x" : " #%02x%02x%02x", c.IsOk() ? c.Red() : 255,
+                           c.IsOk() ? c.Green() : 255, c.IsOk() ? c.Blue() : 255);
+    }
+    return text + L"\n";
+}
+
+bool FrameMain_cls::ReadCustomColours(const std::wstring& line)
+{
+    const std::wstring key = L"ColourDialogCustomColours=";
+    const size_t at = line.find(key);
+    if (at == std::wstring::npos)
+        return false;
+    const std::vector<std::wstring> words = SplitBlanks(line.substr(at + key.size()));
+    for (size_t i = 0; i < words.size() && i < wxColourData::NUM_CUSTOM; ++i) {
+        const std::wstring& w = words[i];
+        if (w.size() != 7 || w[0] != L'#' || w.find_first_not_of(L"0123456789abcdefABCDEF", 1) != std::wstring::npos)
+            continue;
+        const long rgb = std::wcstol(w.c_str() + 1, nullptr, 16);
+        mCColourData.SetCustomColour(static_cast<int>(i), wxColour((rgb >> 16) & 0xFF, (rgb >> 8) & 0xFF, rgb & 0xFF));
+    }
+    return true;
+}
+
+void FrameMain_cls::RemoveProjectHooks()
+{
+    ProjectFile_cls& file = mpMain->GetProjectFile();
+    for (int hook = 0; hook < ProjectFile_cls::kHookCount; ++hook)
+        file.SetHooks(static_cast<ProjectFile_cls::Hook>(hook), {});
+}
+
 void FrameMain_cls::ReadConfigure(const std::wstring& path)
 {
-    std::ifstream in(std::filesystem::path(path), std::ios::binary);
-    if (in) {
-        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        LineStream_cls stream(Widen(bytes));
-        bool inShortcuts = false;
-        for (std::wstring line; stream.GetLine(line);) {
-            line = StripLineEnd(line);
-            // The key assignments were read before the menus were built; skip their block here.
-            if (line == L"-ShortcutBegin") {
-                inShortcuts = true;
-                continue;
-            }
-            if (line == L"-ShortcutEnd") {
-                inShortcuts = false;
-                continue;
-            }
-            if (inShortcuts)
-                continue;
-            // Data slots: DF3SeqCtrl_cls::ReadStrLineAllDF3Sequence sees each line first. The
-            // scene part of the controller's import follows: the box sets and the clock (whose
-            // "--TimeRemap" block and a set's keys are read from the stream by their owners).
-            if (mpMain->GetBoxSize().ReadStrLine(stream, line) || mpMain->GetBoxRotate().ReadStrLine(stream, line))
-                continue;
-            if (mpMain->GetTimeCtrl().ReadStrLine(stream, line))
-                continue;
-            mCConfList.ReadStrLineAll(line);
-            GetPreference().GetConfList().ReadStrLineAll(line);
-            mpMain->ReadStrLine(line);
-            for (auto& ctrl : mvViewCtrl)
-                ctrl->ReadStrLine(line);
-            GetPreviewProperty().ReadStrLine(line);
-        }
-    }
-    if (!IsConfigureFile(path) && in) {
+    const bool read = mpMain->GetProjectFile().Read(path);
+    if (read && !ProjectFile_cls::IsConfigureFile(path)) {
         mStrProjectPath = path;
-        mpMain->PushBackRecent(path);
         UpdateRecentMenu();
     }
+    RefreshAfterRead();
+}
+
+void FrameMain_cls::RefreshAfterRead()
+{
     // Settings that drive the layout.
     if (muItemLayout.Get() > 1)
         muItemLayout.Set(0);
@@ -809,64 +887,18 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
         mpPreviewGUI->UpdateFromProperty();
     if (mpTimeLine != nullptr)
         mpTimeLine->UpdateFromClock();
+    if (mpSequencePanel != nullptr)
+        mpSequencePanel->UpdateFromSlots();
     mbPendingRelayout = true;
     mbPendingViewUpdate = true;
 }
 
 bool FrameMain_cls::SaveConfigure(const std::wstring& path, bool project)
 {
-    if (mpSplitter != nullptr && mpSplitter->IsSplit()) {
-        // Saved from the right edge (negative) so the control panel keeps its width when the
-        // window size differs next time.
-        miItemSashPos.Set(mpSplitter->GetSashPosition() - mpSplitter->GetClientSize().x);
-    }
-    std::wstring text;
-    // Data slots: DF3SeqCtrl_cls::SerializeRenderParam and SerializeSceneConf come first.
-    text += mCConfList.SerializeAll();
-    text += GetPreference().GetConfList().SerializeAll();
-    text += mpMain->Serialize();
-    if (project) {
-        // Data slots: the view anchor, parameter groups and the slots come before the clock;
-        // the drawing blocks, stereogram and lights between the clock and the box sets.
-        text += mpMain->GetTimeCtrl().SerializeParam();
-        text += mpMain->GetBoxSize().Serialize();
-        text += mpMain->GetBoxRotate().Serialize();
-        for (const auto& ctrl : mvViewCtrl)
-            text += ctrl->SerializeConf();
-        text += GetPreviewProperty().SerializeConf();
-    } else {
-        // The preview settings belong to the user's set-up as much as to a scene.
-        text += GetPreviewProperty().SerializeConf();
-        text += mpShortcut->SerializeForConfigure();
-    }
-
-    // Written to a temporary file renamed over the target, so a failed write keeps the old file.
-    const std::filesystem::path target(path);
-    std::filesystem::path temp = target;
-    temp += L".tmp";
-    bool ok = false;
-    {
-        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-        if (out) {
-            const std::string bytes = Narrow(text);
-            out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-            out.close();
-            ok = static_cast<bool>(out);
-        }
-    }
-    std::error_code ec;
-    if (ok) {
-        std::filesystem::rename(temp, target, ec);
-        ok = !ec;
-    }
-    if (!ok) {
-        std::filesystem::remove(temp, ec);
-        GetUserPrompt()->Message(TrW("File open fails"), TrW("Error!"));
+    if (!mpMain->GetProjectFile().Save(path, project, mpPrompt.get()))
         return false;
-    }
-    if (!IsConfigureFile(path)) {
+    if (!ProjectFile_cls::IsConfigureFile(path)) {
         mStrProjectPath = path;
-        mpMain->PushBackRecent(path);
         UpdateRecentMenu();
     }
     if (project) {
@@ -882,18 +914,40 @@ void FrameMain_cls::OpenProjectMain(const std::wstring& path)
         GetUserPrompt()->Message(TrW("File not found: ") + path, TrW("Error!"));
         return;
     }
-    // Data slots: the filter chains and the camera path are cleared before reading, the undo
-    // history after.
-    ReadConfigure(path);
-    // Edits of the previous scene cannot be undone into this one.
-    GetUndoManager().Clear();
-    SetBaseTitle(path + L" - " + L"Tessan");
+    // Replacing the slots' files and chains deletes the old frames' textures.
+    MakeContextCurrent();
+    mpMain->GetSeqCtrl().ReleaseAll();
+    mvFailedCurrent.fill(false);
+    // The core clears the chains and the camera path first and the undo history after reading.
+    if (!mpMain->GetProjectFile().OpenProject(path))
+        return;
+    mStrProjectPath = path;
+    UpdateRecentMenu();
+    RefreshAfterRead();
+    OnDataChanged();
+    std::wstring title = path;
+    const DF3Sequence_cls& first = mpMain->GetSeqCtrl().GetSequence(0);
+    if (first.GetFrameCount() > 0)
+        title += L" @ " + first.GetInformationText();
+    SetBaseTitle(title + L" - " + L"Tessan");
+    GetUndoManager().SetClean();
+    UpdateTitle();
     miProjectLoaded = 1;
 }
 
 void FrameMain_cls::OpenAtStart(const std::wstring& path)
 {
-    // The controller asks the ".vsp" question and reads projects through the opener.
+    // The configuration is read first, so that the file's own settings win over it.
+    if (!mbInitialized) {
+        mbInitialized = true;
+        InitializeOnIdle();
+    }
+    // A project named on the command line or dropped on the window is what the user wants to
+    // open: no question. Other files go through the data-open path.
+    if (HasVspExtension(path)) {
+        OpenProjectMain(path);
+        return;
+    }
     OpenDataFile(path);
 }
 
@@ -923,8 +977,13 @@ void FrameMain_cls::OnSaveProjectAs(wxCommandEvent&)
     if (dialog.ShowModal() != wxID_OK)
         return;
     std::wstring path = dialog.GetPath().ToStdWstring();
-    if (!HasVspExtension(path))
+    if (!HasVspExtension(path)) {
+        // The dialog asked about the name as typed; the name with the extension may exist too.
         path += L".vsp";
+        if (std::filesystem::exists(std::filesystem::path(path)) &&
+            !mpPrompt->AskYesNo(path + L"\n" + TrW("File exists. Overwrite?"), TrW("Query"), false))
+            return;
+    }
     if (SaveConfigure(path, true)) {
         SetBaseTitle(path + L" - " + L"Tessan");
         SetStatusText(TrW("Saved ") + path, 0);

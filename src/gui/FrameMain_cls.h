@@ -6,6 +6,7 @@
 #include "config/ConfItemList_cls.h"
 #include "gui/Shortcut_cls.h"
 
+#include <wx/colourdata.h>
 #include <wx/frame.h>
 
 #include <array>
@@ -15,6 +16,8 @@
 #include <vector>
 
 class DF3GL_cls;
+class ImgSequence_cls;
+class IsosurfSeqGUI_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -80,6 +83,11 @@ class FrameMain_cls : public wxFrame
     /// --screenshot: once every visible view has been drawn, save the client area to `path` as
     /// PNG and exit (exit code 0, or 1 with a message when it cannot be saved).
     void SetScreenshotPath(const std::wstring& path) { mStrScreenshotPath = path; }
+    /// The view exported pictures are taken from: the active view when shown, else the first
+    /// shown one (null when none is).
+    MainGLCanvas_cls* GetExportCanvas();
+    /// Base name of exported image sequences ("ImgSequenceName=").
+    std::wstring GetImgSeqName() const;
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
@@ -103,10 +111,23 @@ class FrameMain_cls : public wxFrame
     bool SaveConfigure(const std::wstring& path, bool project);
     /// Opens a project file: reads it, remembers it and titles the window after it.
     void OpenProjectMain(const std::wstring& path);
+    /// The colour dialogs' shared data: their 16 custom colours are kept in project files.
+    wxColourData& GetColourData() { return mCColourData; }
+    /// The custom colours as one line ("ColourDialogCustomColours=" and 16 "#rrggbb" words).
+    std::wstring SerializeCustomColours() const;
+    /// Takes the custom-colours line; words that are not colours leave their entry as it was.
+    bool ReadCustomColours(const std::wstring& line);
+    /// The current project's path (empty until a project was opened or saved).
+    const std::wstring& GetProjectPath() const { return mStrProjectPath; }
     /// Rebuilds the recent-project menu from the controller's list.
     void UpdateRecentMenu();
 
   private:
+    /// The window's parts of the configuration and project files.
+    void InstallProjectHooks();
+    void RemoveProjectHooks();
+    /// Panels, layout and clock after a configuration or project was read.
+    void RefreshAfterRead();
     void OnIdle(wxIdleEvent& event);
     void InitializeOnIdle();
     void OnQuit(wxCommandEvent& event);
@@ -181,6 +202,8 @@ class FrameMain_cls : public wxFrame
     std::wstring mStrBaseTitle;
     std::chrono::steady_clock::time_point mCStopWatchStart;
 
+    wxColourData mCColourData;
+
     // Window settings.
     ConfItemList_cls mCConfList;
     ConfItemSTR_cls mStrItemImgSeqName;
@@ -224,8 +247,11 @@ class FrameMain_cls : public wxFrame
     int miScreenshotIdlePasses = 0;
     int miScreenshotDataPasses = 0;
     unsigned muTextureSettings = 0; ///< texel format * 2 + linear filter, as the textures were made
-    std::string mStrStateFile;      ///< TESSAN_STATE_FILE: where the visible state is reported
-    std::wstring mStrLastState;     ///< the last report written
+    // The sequence exports (File > Export), each with its own menu and idle handlers.
+    std::unique_ptr<ImgSequence_cls> mpImgSequence;
+    std::unique_ptr<IsosurfSeqGUI_cls> mpIsosurfSeqGUI;
+    std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::wstring mStrLastState; ///< the last report written
 
     wxDECLARE_EVENT_TABLE();
 };

@@ -53,6 +53,11 @@ const std::vector<Shortcut_cls::Record>& Shortcut_cls::Records()
         {kIdAppendData, "&File", "AppendData", "A&ppend Data...", "Add a DF3 series to the active data slot", "", "",
          kNormal},
         {kIdCloseData, "&File", "CloseData", "&Close Data", "Empty the active data slot", "", "", kNormal},
+        // Moved into the File menu's "Export" submenu when the menu bar is built.
+        {kIdExportImgSeq, "&File", "ExportImgSeq", "Image sequence\u2026",
+         "Save every frame of the working area as drawn in the view, as numbered PNG files", "", "", kNormal},
+        {kIdExportIsoSeq, "&File", "ExportIsoSeq", "Isosurface sequence\u2026",
+         "Write the isosurfaces of every frame of the working area as numbered mesh files", "", "", kNormal},
         {0, "&File", "", "", "", "", "", kSeparator},
         {kIdRecentFirst, "&File", "", "&Recent Projects", "Open a recently used project", "", "", kRecentSubmenu},
         {0, "&File", "", "", "", "", "", kSeparator},

@@ -35,6 +35,8 @@ enum ShortcutId : int {
     kIdOpenData,
     kIdAppendData,
     kIdCloseData,
+    kIdExportImgSeq,
+    kIdExportIsoSeq,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

@@ -64,6 +64,17 @@ PovRay_cls::PovRay_cls()
     SetToDefault();
 }
 
+std::wstring PovRay_cls::SerializeConf(bool project) const
+{
+    if (!project)
+        return mCConfList.SerializeAll();
+    std::wstring text;
+    for (const ConfItem_cls* item : mCConfList.Items())
+        if (item != &mStrPovRayPath)
+            text += item->Serialize();
+    return text;
+}
+
 PovRay_cls::~PovRay_cls()
 {
     WaitForThreads();

@@ -49,6 +49,10 @@ class PovRay_cls
     ConfItemList_cls& GetConfList() { return mCConfList; }
     /// The settings' lines.
     std::wstring Serialize() const { return mCConfList.SerializeAll(); }
+    /// The settings' lines for a file, every sub-setting included. A project leaves out
+    /// "POVRAY_PATH=": where the ray tracer is installed belongs to the machine, not the scene,
+    /// so opening a project from another machine keeps the local path.
+    std::wstring SerializeConf(bool project) const;
     /// Takes a line holding one of the settings' keys.
     bool ReadStrLine(const std::wstring& line) { return mCConfList.ReadStrLineAll(line); }
 

@@ -1,5 +1,6 @@
 #include "volume/DF3SeqCtrl_cls.h"
 
+#include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/PreviewProperty_cls.h"
@@ -35,6 +36,9 @@ DF3SeqCtrl_cls::DF3SeqCtrl_cls(TimeCtrl_cls* clock) : mpTimeCtrl(clock)
     mCDownSizeList.Add(&muDownSizeLayer, L"DownSizeLayer=", L"1 1 1");
     mCDownSizeList.Add(&muDownSizeSRC, L"DownSizeSRC=", L"1 1 1");
     muActiveDataSlot.SetItem(kActiveDataSlotKey, L"0");
+    mCSceneConfList.Add(&mbItemPrefetch, L"DF3SequencePrefetch=", L"1");
+    mpSlotAlpha = std::make_unique<Parameters_cls>(kSlotCount, L"SlotAlpha");
+    mpSlotAlpha->ProcClearKey(std::vector<double>(kSlotCount, 1.0));
     for (int s = 0; s < kSlotCount; ++s) {
         mvpSequence[static_cast<size_t>(s)] = std::make_unique<DF3Sequence_cls>();
         mvpSequence[static_cast<size_t>(s)]->Link(this, s, clock);

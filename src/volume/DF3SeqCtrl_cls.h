@@ -18,6 +18,7 @@
 
 class DF3_cls;
 class LineStream_cls;
+class Parameters_cls;
 class TexObjectJobs_cls;
 class TimeCtrl_cls;
 
@@ -73,8 +74,8 @@ class DF3SeqCtrl_cls
     uint32_t GetDownSizeLayer(int axis) const;
     void SetDownSizeLayer(int axis, uint32_t step) { muDownSizeLayer.Set(axis, step); }
     /// Fetch frames around the current time in the background and while playing.
-    bool IsPrefetch() const { return mbPrefetch; }
-    void SetPrefetch(bool on) { mbPrefetch = on; }
+    bool IsPrefetch() const { return mbItemPrefetch.Get(); }
+    void SetPrefetch(bool on) { mbItemPrefetch.Set(on); }
     /// While set, no frame is loaded.
     bool IsPauseLoading() const { return mbPauseLoading; }
     void SetPauseLoading(bool on) { mbPauseLoading = on; }
@@ -127,6 +128,17 @@ class DF3SeqCtrl_cls
     void SetFileChangedTagAll();
 
     // ---- project text --------------------------------------------------------------------------
+    /// The memory limits and the append type ("DF3CritTexMemoryMB=" ... "DF3SequenceAppendType=").
+    std::wstring SerializeRenderParam() const { return mCConfList.SerializeAll(); }
+    /// Takes a line of SerializeRenderParam.
+    bool ReadStrLineRenderParam(const std::wstring& line) { return mCConfList.ReadStrLineAll(line); }
+    /// Settings of how the scene is played from the slots ("DF3SequencePrefetch=").
+    std::wstring SerializeSceneConf() const { return mCSceneConfList.SerializeAll(); }
+    /// Takes a line of SerializeSceneConf.
+    bool ReadStrLineSceneConf(const std::wstring& line) { return mCSceneConfList.ReadStrLineAll(line); }
+    /// The controller's own key-framed set "SlotAlpha": one opacity factor (0..1) per slot,
+    /// applied on top of each slot's colour map when the slots are drawn together.
+    Parameters_cls& GetSlotAlpha() { return *mpSlotAlpha; }
     /// "DownSizeLayer=", "DownSizeSRC=", then per slot "ActiveDataSlot=n", its file block and its
     /// filter chain, and a final "ActiveDataSlot=" with the active slot.
     std::wstring SerializeAllDF3Sequence() const;
@@ -166,7 +178,9 @@ class DF3SeqCtrl_cls
     uint32_t muUsedXYZMB = 0;
     int miPrefetchBackwardEnd = 0;
     int miPrefetchForwardEnd = 0;
-    bool mbPrefetch = true;
+    ConfItemList_cls mCSceneConfList;
+    ConfItemBOOL_cls mbItemPrefetch;
+    std::unique_ptr<Parameters_cls> mpSlotAlpha;
     bool mbPauseLoading = false;
     TexJobsFactory mTexJobsFactory;
     SlotSerializer mSlotSerializer;

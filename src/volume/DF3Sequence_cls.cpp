@@ -9,7 +9,9 @@
 #include "filter/FilterCtrl_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3_cls.h"
+#include "volume/ImageStackSeries_cls.h"
 #include "volume/NumberedSeries_cls.h"
+#include "volume/SourceFormat_cls.h"
 #include "volume/TexObjectJobsHeadless_cls.h"
 
 #include <algorithm>
@@ -147,11 +149,21 @@ int DF3Sequence_cls::AppendFileSequence(const std::wstring& path, bool findSerie
 {
     if (path.empty())
         return 0;
-    const std::vector<std::wstring> found = findSeries ? NumberedSeries_cls::Find(path) : std::vector{path};
+    // An image names one slice of a stack: the frames are whole stacks (and, with findSeries, the
+    // stacks of every time point around it); other files are one frame each.
+    const int format = SourceFormat_cls::FromPath(path);
     std::vector<FileEntry> entries;
-    entries.reserve(found.size());
-    for (const std::wstring& file : found)
-        entries.push_back(FileEntry{file, L"", 0});
+    if (format == DF3_cls::FORMAT_IMGSEQ) {
+        if (findSeries)
+            entries = ImageStackSeries_cls::Find(path);
+        if (entries.empty())
+            entries.push_back(FileEntry{path, L"", format});
+    } else {
+        const std::vector<std::wstring> found = findSeries ? NumberedSeries_cls::Find(path) : std::vector{path};
+        entries.reserve(found.size());
+        for (const std::wstring& file : found)
+            entries.push_back(FileEntry{file, L"", format});
+    }
 
     const int oldCount = GetFrameCount();
     const int oldLength = mpTimeCtrl ? mpTimeCtrl->GetMaxFrame() : 0;

@@ -64,8 +64,10 @@ class DF3Sequence_cls
     void SetMessageParent(UserPrompt_cls* parent) { mpMessageParent = parent; }
 
     // ---- files and frames ----------------------------------------------------------------------
-    /// Adds the files of `path`: with findSeries the whole numbered series it belongs to, else
-    /// the one file. kAppendAtEnd puts them after the last frame, kInsertAfterCurrent after the
+    /// Adds the files of `path` (format by SourceFormat_cls): with findSeries the whole numbered
+    /// series it belongs to, else the one file. An image is one slice of a stack: each frame is
+    /// a whole stack, and with findSeries every time point found by ImageStackSeries_cls is one
+    /// frame. kAppendAtEnd puts them after the last frame, kInsertAfterCurrent after the
     /// current frame. Frames are rebuilt (SetIndividualFileNames). With a clock, the scene length
     /// becomes the frame count - 1; when frames existed before, the keys of every parameter set
     /// are moved so that they stay on their data frames. Returns the number of files added.

@@ -643,7 +643,15 @@ def case_time_remap(binary):
 
 
 def case_preview_saved(binary):
-    app = App(binary, answers="yes", size="1200x1000")
+    # The preview settings belong to the scene: a project keeps them, the configuration does not.
+    work = tempfile.mkdtemp(prefix="tessan-preview-")
+    first = write_series(work)[0]
+    cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+    project = os.path.join(work, "p.vsp")
+    r = subprocess.run([cli, "project", "new", project, "--data", first, "--filter", "volume", "--length", "100"],
+                       capture_output=True, text=True)
+    check(r.returncode == 0, "project new: %s" % r.stderr)
+    app = App(binary, answers="yes", size="1200x1000", args=[project])
     try:
         s = app.state()
         check(s["pp.PreviewNormalQuality"] == "128 normal layers" and s["pp.shade"].startswith("folded [+]Shade"),
@@ -661,9 +669,9 @@ def case_preview_saved(binary):
                          and s["ppw.PreviewShading"].split()[4] == "1", "[+]Shade Settings unfolds the group")
         # The fold button now has the focus: the play keys still reach the clock.
         app.key("End")
-        app.wait_for(lambda s: s["frame"] == "99", "End with a button focused")
+        last = int(app.wait_for(lambda s: int(s["frame"]) > 1, "End with a button focused")["frame"])
         app.key("Left")
-        s = app.wait_for(lambda s: s["frame"] == "98", "Left with a button focused")
+        s = app.wait_for(lambda s: s["frame"] == str(last - 1), "Left with a button focused")
         x, y, w, h, _ = [int(v) for v in s["ppw.PreviewShading"].split()]
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
         app.wait_for(lambda s: s["pp.PreviewShading"] == "Emboss Shading", "Emboss Shading chosen")
@@ -674,7 +682,20 @@ def case_preview_saved(binary):
         subprocess.run(["xdotool", "type", "2.5"], check=True)
         subprocess.run(["xdotool", "key", "Return"], check=True)
         app.wait_for(lambda s: s["pp.PreviewLuminanceFactor"] == "2.5", "typed luminance factor taken")
-        # Quit with Yes: the settings are in the configuration, before the key assignments.
+        # Save the project: the settings are in it, in their order.
+        before = os.path.getmtime(project)
+        app.key("ctrl+s")
+        end = time.time() + 20
+        while os.path.getmtime(project) == before and time.time() < end:
+            time.sleep(0.1)
+        with open(project, encoding="utf-8") as f:
+            saved = f.read()
+        for line in ("PreviewNormalQuality=5\n", "PreviewShading=1\n", "PreviewType3D=1\n", "PreviewTexFilter=1\n"):
+            check(line in saved, "%r saved in %r" % (line, saved))
+        check("\nPreviewLuminanceFactor=2.5" in saved, "luminance factor saved")
+        check(saved.index("PreviewType3D=") < saved.index("PreviewTexFilter=") and "-ShortcutBegin" not in saved,
+              "preview lines in their order, no key assignments in a project")
+        # Quit with Yes: the configuration carries the key assignments and no scene settings.
         app.key("ctrl+q")
         try:
             rc = app.proc.wait(20)
@@ -683,14 +704,11 @@ def case_preview_saved(binary):
         check(rc == 0, "exit code %d" % rc)
         with open(os.path.join(app.dir, "KivrelConfigure.txt"), encoding="utf-8") as f:
             conf = f.read()
-        for line in ("PreviewNormalQuality=5\n", "PreviewShading=1\n", "PreviewType3D=1\n", "PreviewTexFilter=1\n"):
-            check(line in conf, "%r saved in %r" % (line, conf))
-        check("\nPreviewLuminanceFactor=2.5" in conf, "luminance factor saved")
-        check(conf.index("PreviewType3D=") < conf.index("PreviewTexFilter=") < conf.index("-ShortcutBegin"),
-              "preview lines in their order, before the key assignments")
-        # The next start shows what was saved.
+        check("-ShortcutBegin" in conf and "PreviewNormalQuality=" not in conf and "--GLCanvas" not in conf,
+              "configuration: key assignments, no scene blocks: %r" % conf)
+        # Opening the project again shows what was saved.
         app.err.close()
-        app2 = App(binary, folder=app.dir, size="1200x1000")
+        app2 = App(binary, folder=app.dir, size="1200x1000", args=[project])
         try:
             s = app2.wait_for(lambda s: s["pp.PreviewNormalQuality"] == "192 normal layers",
                               "the saved slice count is read back")
@@ -700,6 +718,7 @@ def case_preview_saved(binary):
             app2.close()
     finally:
         app.close()
+        shutil.rmtree(work, ignore_errors=True)
 
 
 def case_project(binary):
@@ -908,6 +927,283 @@ def case_filter_menu(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+def case_project_roundtrip(binary):
+    # A project made by the command line, opened by the window, its camera moved and saved; the
+    # saved file opened and saved again is the same to the byte, and both draw the same picture.
+    work = tempfile.mkdtemp(prefix="tessan-project-")
+    try:
+        first = write_series(work)[0]
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        a = os.path.join(work, "a.vsp")
+        r = subprocess.run([cli, "project", "new", a, "--data", first, "--filter", "level:0,1,0,1,1.5,0",
+                            "--filter", "volume", "--length", "5"], capture_output=True, text=True)
+        check(r.returncode == 0, "project new: %s" % r.stderr)
+        # The colour dialog's custom colours: one changed entry, one word that is no colour.
+        colours = "ColourDialogCustomColours=#102030 bogus" + " #ffffff" * 14 + "\n"
+        with open(a, "a", encoding="utf-8") as f:
+            f.write(colours)
+        app = App(binary, args=[a])
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the project's data is drawn")
+            check(s["title"].startswith(a + " @ ") and s["title"].endswith(" - Tessan"),
+                  "titled after the project and its data: %r" % s["title"])
+            check(s["chain"] == "2|Level Gamma|Volume", "the project's chain: %r" % s["chain"])
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            pos0, anchor0 = app.camera(3)
+            subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "mousedown", "1", "mousemove", str(cx + 40),
+                            str(cy), "sleep", "0.1", "mousemove", str(cx + 90), str(cy + 20), "sleep", "0.1",
+                            "mouseup", "1"], check=True)
+            app.wait_for(lambda s: s["camera3"] != "%.6f %.6f %.6f anchor %.6f %.6f %.6f" % (*pos0, *anchor0),
+                         "the camera moved")
+            time.sleep(0.5)
+            moved = app.state()["camera3"]
+            before = os.path.getmtime(a)
+            app.key("ctrl+s")
+            end = time.time() + 20
+            while os.path.getmtime(a) == before and time.time() < end:
+                time.sleep(0.1)
+            with open(a, encoding="utf-8") as f:
+                text_a = f.read()
+            check("--GLCanvas" in text_a and "ActiveDataSlot=0" in text_a and "--LevelAndGamma" in text_a,
+                  "the window's save holds views, slots and chain")
+            check(text_a.endswith(colours.replace("bogus", "#ffffff")),
+                  "custom colours kept, the bad word left at its default: %r" % text_a[-140:])
+        finally:
+            app.close()
+        pic_a, state_a = shoot(binary, work, "shot_a", [a])
+        b = os.path.join(work, "b.vsp")
+        shutil.copyfile(a, b)
+        app = App(binary, args=[b])
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the saved project's data is drawn")
+            # (the file keeps six decimals, so the last digit may round)
+            back = [float(t) for t in s["camera3"].split() if t != "anchor"]
+            want = [float(t) for t in moved.split() if t != "anchor"]
+            check(max(abs(x - y) for x, y in zip(back, want)) < 1e-5,
+                  "the moved camera comes back: %r vs %r" % (s["camera3"], moved))
+            before = os.path.getmtime(b)
+            time.sleep(1.1)  # a second save within the same second would not change the time stamp
+            app.key("ctrl+s")
+            end = time.time() + 20
+            while os.path.getmtime(b) == before and time.time() < end:
+                time.sleep(0.1)
+        finally:
+            app.close()
+        with open(b, encoding="utf-8") as f:
+            text_b = f.read()
+        check(text_a == text_b, "saving the re-opened project changed it")
+        pic_b, state_b = shoot(binary, work, "shot_b", [b])
+        check(state_a["slot0"] == state_b["slot0"] == "6 0 0 1", "both drew frame 0: %r %r"
+              % (state_a["slot0"], state_b["slot0"]))
+        check(pic_a.width == pic_b.width and pic_a.height == pic_b.height, "picture sizes differ")
+        # The view is drawn by the same software GL from the same settings: equal to the pixel.
+        w, bottom = view_box(pic_a)
+        check(w > 200 and bottom > 150, "view at %dx%d" % (w, bottom))
+        in_view = sum(1 for y in range(bottom) for x in range(w) if pic_a.pixel(x, y) != pic_b.pixel(x, y))
+        check(in_view == 0, "the re-opened project draws differently (%d pixels of the view)" % in_view)
+        # The panels too, except for the toolkit's check-box animation, which is caught at any
+        # moment of its fade: at most one box-sized patch may differ.
+        diff = [(x, y) for y in range(pic_a.height) for x in range(pic_a.width)
+                if pic_a.pixel(x, y) != pic_b.pixel(x, y)]
+        if diff:
+            xs, ys = [p[0] for p in diff], [p[1] for p in diff]
+            check(max(xs) - min(xs) < 24 and max(ys) - min(ys) < 24,
+                  "the panels differ over %d..%d x %d..%d" % (min(xs), max(xs), min(ys), max(ys)))
+        check(pic_a.distinct_colours() > 20, "the picture is blank")
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+def find_window_named(title, timeout=10.0):
+    end = time.time() + timeout
+    while time.time() < end:
+        out = subprocess.run(["xdotool", "search", "--name", "^" + title + "$"], capture_output=True,
+                             text=True).stdout.split()
+        if out:
+            return out[0]
+        time.sleep(0.1)
+    raise Failure("no window titled %r" % title)
+
+
+def save_as(title, path):
+    """Types a full path into the name field of the save dialog titled `title` and accepts it."""
+    dialog = find_window_named(title)
+    time.sleep(0.5)
+    subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a"], check=True)
+    subprocess.run(["xdotool", "type", path], check=True)
+    time.sleep(0.3)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
+def pngs(folder):
+    return sorted(f for f in os.listdir(folder) if f.endswith(".png")) if os.path.isdir(folder) else []
+
+
+def case_img_sequence(binary):
+    """File > Export > Image sequence writes one PNG per frame of the working area, numbered from 0,
+    each showing its own frame; Stop in the progress window ends it early; taken names are refused."""
+    work = tempfile.mkdtemp(prefix="tessan-imgseq-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        first = os.path.join(work, "d", "demo_0000.df3")
+        out = os.path.join(work, "out")
+        os.mkdir(out)
+        app = App(binary, args=[first], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
+            # File > Export (seventh entry) > Image sequence (first entry of the submenu).
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "shot_0000.png"))
+            s = app.wait_for(lambda s: s.get("status0", "") == "Image sequence: 24 images written", "the export did not end",
+                             timeout=150)
+            check("stopped" not in s["status0"], "the export stopped by itself: %r" % s["status0"])
+            names = pngs(out)
+            check(names == ["shot_%04d.png" % i for i in range(24)], "files written: %r" % names)
+            v = app.view(int(s["active"]))
+            pictures = [Picture(os.path.join(out, n)) for n in names]
+            for p in pictures:
+                check((p.width, p.height) == (v["w"], v["h"]), "picture size %dx%d, view %dx%d"
+                      % (p.width, p.height, v["w"], v["h"]))
+            check(pictures[0].distinct_colours() > 20, "the first picture is blank")
+            # Consecutive frames differ in the volume itself, not only in the frame-number label
+            # (the view's top and bottom strips are left out).
+            for i in range(23):
+                d = region_difference(pictures[i], pictures[i + 1], 0, 30, v["w"], v["h"] - 40)
+                check(d > 0.2, "pictures %d and %d show the same volume (%.3f)" % (i, i + 1, d))
+            check(s["frame"] == "0", "the clock is back on its frame: %r" % s["frame"])
+
+            # The same names again: refused with a message, nothing replaced.
+            stamp = os.path.getmtime(os.path.join(out, "shot_0005.png"))
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "shot_0000.png"))
+            end = time.time() + 10
+            while "overwrite forbidden" not in app.stderr() and time.time() < end:
+                time.sleep(0.2)
+            check("prompt: Write Error" in app.stderr() and "shot_0000.png overwrite forbidden" in app.stderr(),
+                  "no refusal: %r" % app.stderr()[-400:])
+            check(os.path.getmtime(os.path.join(out, "shot_0005.png")) == stamp, "a taken file was replaced")
+
+            # Stop mid-way: the export ends with fewer files and writes nothing more.
+            out2 = os.path.join(work, "out2")
+            os.mkdir(out2)
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out2, "part_0000.png"))
+            end = time.time() + 60
+            while len(pngs(out2)) < 2 and time.time() < end:
+                time.sleep(0.05)
+            progress = find_window_named("Image sequence")
+            subprocess.run(["xdotool", "windowfocus", "--sync", progress], check=True)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s.get("status0", "").startswith("Image sequence stopped"), "Stop did not end the export")
+            written = pngs(out2)
+            check(2 <= len(written) < 24, "files after Stop: %d" % len(written))
+            check(written == ["part_%04d.png" % i for i in range(len(written))], "numbering: %r" % written)
+            time.sleep(1.5)
+            check(len(pngs(out2)) == len(written), "files were written after Stop")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+
+def case_iso_sequence(binary):
+    """File > Export > Isosurface sequence writes the chain's isosurface of every frame of the working
+    area as numbered mesh2 files with the surfaces the CLI finds for the same files; Stop ends it."""
+    work = tempfile.mkdtemp(prefix="tessan-isoseq-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        first = os.path.join(work, "d", "demo_0000.df3")
+        out = os.path.join(work, "out")
+        os.mkdir(out)
+        app = App(binary, args=[first], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
+            # Without an isosurface in the chain there is nothing to export: a message, no file.
+            menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
+            save_as("Export isosurface sequence", os.path.join(out, "none_0000.pov"))
+            end = time.time() + 10
+            while "no isosurface" not in app.stderr() and time.time() < end:
+                time.sleep(0.2)
+            check("prompt: Write Error: The filter list has no isosurface" in app.stderr(),
+                  "no message without an isosurface: %r" % app.stderr()[-300:])
+            check(os.listdir(out) == [], "files without an isosurface: %r" % os.listdir(out))
+            # Filter > Add Isosurface (first entry), then the export.
+            menu(app, "i", [])
+            app.wait_for(lambda s: s.get("chain") == "1|Isosurface", "no isosurface in the chain")
+            menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
+            save_as("Export isosurface sequence", os.path.join(out, "iso_0000.pov"))
+            s = app.wait_for(lambda s: s.get("status0", "") == "Isosurfaces of 24 frames written",
+                             "the export did not end", timeout=150)
+            names = sorted(os.listdir(out))
+            check(names == ["iso_%04d.pov" % i for i in range(24)], "files written: %r" % names)
+            for k in (0, 9, 23):
+                with open(os.path.join(out, "iso_%04d.pov" % k)) as f:
+                    text = f.read()
+                check(text.startswith("//Mesh2file generated by ") and
+                      ("#declare ISOSURF_Isosurface_%d=mesh2{" % k) in text, "mesh2 text of frame %d" % k)
+                r = subprocess.run([cli, "iso", os.path.join(work, "d", "demo_%04d.df3" % k), "--level", "0.5"],
+                                   capture_output=True, text=True, check=True)
+                vertices = [l.split(": ")[1] for l in r.stdout.splitlines() if l.startswith("vertices fully")][0]
+                check("\tvertex_vectors{\n\t\t%s,\n" % vertices in text,
+                      "frame %d: not the %s vertices the CLI finds" % (k, vertices))
+            # Stop mid-way.
+            out2 = os.path.join(work, "out2")
+            os.mkdir(out2)
+            menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
+            save_as("Export isosurface sequence", os.path.join(out2, "part_0000.pov"))
+            end = time.time() + 60
+            while len(os.listdir(out2)) < 1 and time.time() < end:
+                time.sleep(0.05)
+            progress = find_window_named("Isosurface sequence")
+            subprocess.run(["xdotool", "windowfocus", "--sync", progress], check=True)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s.get("status0", "").startswith("Isosurface export stopped"),
+                             "Stop did not end the export")
+            written = sorted(os.listdir(out2))
+            check(1 <= len(written) < 24, "files after Stop: %d" % len(written))
+            time.sleep(1.5)
+            check(len(os.listdir(out2)) == len(written), "files were written after Stop")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+
+def case_stack_series(binary):
+    """A slice of a time series of image stacks (one folder per time point, written by our own
+    exporter) opens every stack as one frame of the slot, and the frames are drawn."""
+    work = tempfile.mkdtemp(prefix="tessan-stacks-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        for t in range(3):
+            folder = os.path.join(work, "run", "t%03d" % t)
+            os.makedirs(folder)
+            subprocess.run([cli, "convert", "--slices", "z", os.path.join(work, "d", "demo_%04d.df3" % (4 * t)),
+                            os.path.join(folder, "img_%03d.png")], check=True, capture_output=True)
+        app = App(binary, args=[os.path.join(work, "run", "t001", "img_064.png")], folder=work)
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("3 0 0 1"), "frame 0 of the stacks is drawn",
+                             timeout=60)
+            check(len(s["seq.items"].split("|")) == 3, "three stacks in the slot: %r" % s["seq.items"])
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            pic = app.grab("stack0.png")
+            check(region_mean_distance(pic, cx - 10, cy - 10, cx + 10, cy + 10) > 60, "the stack is not drawn")
+            app.key("End")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("3 2 2 1"), "the last stack is drawn")
+        finally:
+            app.close()
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -924,6 +1220,10 @@ CASES = {
     "data_screenshot": case_data_screenshot,
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
+    "project_roundtrip": case_project_roundtrip,
+    "img_sequence": case_img_sequence,
+    "iso_sequence": case_iso_sequence,
+    "stack_series": case_stack_series,
 }
 
 if __name__ == "__main__":

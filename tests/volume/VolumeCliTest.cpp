@@ -70,7 +70,7 @@ TEST(VolumeCli, InfoReportsEveryReadableFile)
     EXPECT_EQ(RunCli("info --bogus x").exitCode, 2);
     const RunResult help = RunCli("info --help");
     EXPECT_EQ(help.exitCode, 0);
-    EXPECT_EQ(help.out.rfind("Usage: tessan-cli info FILE...", 0), 0u);
+    EXPECT_EQ(help.out.rfind("Usage: tessan-cli info [--series] FILE...", 0), 0u);
 }
 
 TEST(VolumeCli, ConvertKeepsTheHighBytesOfSixteenBitSamples)

@@ -128,7 +128,11 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
     WriteFileText(dir.File("KivrelConfigure.txt"),
                   "ToolTip=1\nQuit=Ctrl+W\n" + Narrow(block) + "FrameMainViewLayout=1\n");
     Shortcut_cls b;
-    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 26); // every named entry
+    int named = 0;
+    for (const auto& r : Shortcut_cls::Records())
+        named += r.mpName[0] != '\0' ? 1 : 0;
+    EXPECT_GE(named, 28);
+    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), named); // every named entry
     EXPECT_EQ(b.GetKey("OpenProject"), L"Ctrl+Shift+P");
     EXPECT_EQ(b.GetKey("ToolTip"), L"F2");
     EXPECT_EQ(b.GetKey("Quit"), L"Ctrl+Q"); // the line outside the block is not a key assignment

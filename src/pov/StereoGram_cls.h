@@ -1,0 +1,63 @@
+#pragma once
+// Stereo pair settings: how far apart the two eyes stand, at which distance their lines of
+// sight meet, and how the pair is presented. The preview and the ray-tracer export ask it for
+// each eye's sideways offset and toe-in angle; the settings travel in project text as the
+// "--StereoGram" block.
+#include "config/ConfItemList_cls.h"
+
+#include <string>
+
+class LineStream_cls;
+
+class StereoGram_cls
+{
+  public:
+    /// How the pair is shown: off, side by side for parallel viewing, side by side crossed,
+    /// red-cyan anaglyph.
+    enum Mode : unsigned { kModeOff = 0, kModeParallel = 1, kModeCrossed = 2, kModeAnaglyph = 3 };
+    /// Highest mode code; larger codes read from a file fall back to off.
+    static constexpr unsigned kModeLast = kModeAnaglyph;
+
+    /// Defaults: eye separation 0.065, convergence distance 3 (world units), mode off.
+    StereoGram_cls();
+    StereoGram_cls(const StereoGram_cls&) = delete;
+    StereoGram_cls& operator=(const StereoGram_cls&) = delete;
+
+    /// Every setting back to its default.
+    void SetToDefault();
+    /// Distance between the eyes, world units (never negative).
+    double GetEyeSeparation() const { return mdItemSeparation.Get(); }
+    void SetEyeSeparation(double d);
+    /// Distance from the eyes at which their lines of sight cross, world units (> 0).
+    double GetConvergence() const { return mdItemConvergence.Get(); }
+    void SetConvergence(double d);
+    Mode GetMode() const;
+    void SetMode(unsigned mode);
+    /// True when a stereo pair is to be made at all.
+    bool IsActive() const { return GetMode() != kModeOff; }
+
+    /// Sideways shift of eye 1 (left) or 2 (right) along the camera's right axis: minus or plus
+    /// half the separation; 0 for eye 0 (mono).
+    double GetEyeOffset(unsigned eye) const;
+    /// Angle (radians) by which eye 1 or 2 turns inward to meet the other at the convergence
+    /// distance (positive for the left eye, turning right); 0 for eye 0.
+    double GetToeInAngle(unsigned eye) const;
+    /// Which half of a side-by-side picture shows eye 1 or 2: 0 left half, 1 right half
+    /// (crossed viewing swaps them).
+    int GetHalfForEye(unsigned eye) const;
+
+    /// "--StereoGram", the settings, "--StereoGramEnd".
+    std::wstring Serialize() const;
+    /// Reads the block when `firstLine` is "--StereoGram"; true then. Values out of range are
+    /// made valid.
+    bool ReadStrLine(LineStream_cls& stream, const std::wstring& firstLine);
+    ConfItemList_cls& GetConfList() { return mCConfList; }
+
+  private:
+    void MakeValid();
+
+    ConfItemList_cls mCConfList;
+    ConfItemDOUBLE_cls mdItemSeparation;
+    ConfItemDOUBLE_cls mdItemConvergence;
+    ConfItemUINT_cls muItemMode;
+};
