@@ -2,8 +2,8 @@
 
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
-#include "color/CustomColor_cls.h"
 #include "config/LineStream_cls.h"
+#include "config/ProjectFile_cls.h"
 #include "config/TextFormat.h"
 #include "volume/DF3SeqCtrl_cls.h"
 
@@ -21,49 +21,33 @@ CliProject_cls::CliProject_cls() : mpMain(std::make_unique<Main_cls>(Widen(fs::c
 
 CliProject_cls::~CliProject_cls() = default;
 
-bool CliProject_cls::LoadProjectHeadless(const std::wstring& path, Main_cls& main, Coloring_cls& coloring)
+bool CliProject_cls::LoadProjectHeadless(const std::wstring& path, Main_cls& main)
 {
-    std::ifstream in(fs::path(Narrow(path)), std::ios::binary);
-    if (!in || fs::is_directory(fs::path(Narrow(path)))) {
+    std::error_code ec;
+    if (!fs::is_regular_file(fs::path(Narrow(path)), ec)) {
         std::fprintf(stderr, "tessan-cli: cannot read project '%s'\n", Narrow(path).c_str());
         return false;
     }
-    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    LineStream_cls stream(Widen(bytes));
+    // The core reader reads every block; of the window's parts only the cameras matter here:
+    // view panel 0's, which the scene is rendered from, and the saved one.
     PovExport_cls& exporter = main.GetPovExport();
     Camera_cls panel0;
     panel0.SetKeyPrefix(L"GLView0");
     bool hasPanel0 = false;
-    bool inShortcuts = false;
-    for (std::wstring line; stream.GetLine(line);) {
-        line = StripLineEnd(line);
-        if (line == L"-ShortcutBegin" || line == L"-ShortcutEnd") {
-            inShortcuts = line == L"-ShortcutBegin";
-            continue;
-        }
-        if (inShortcuts)
-            continue;
-        if (main.GetSeqCtrl().ReadStrLineAllDF3Sequence(stream, line))
-            continue;
-        if (main.GetBoxSize().ReadStrLine(stream, line) || main.GetBoxRotate().ReadStrLine(stream, line))
-            continue;
-        if (main.GetTimeCtrl().ReadStrLine(stream, line))
-            continue;
-        if (exporter.GetLights().ReadStrLine(stream, line))
-            continue;
-        if (coloring.GetPCustomColor() != nullptr && coloring.GetPCustomColor()->ReadStrLine(stream, line))
-            continue;
-        if (panel0.ReadStrLine(line)) {
-            hasPanel0 = true;
-            continue;
-        }
-        if (exporter.GetSavedCamera().ReadStrLine(line))
-            continue;
-        exporter.GetPovRay().ReadStrLine(line);
-        main.ReadStrLine(line);
+    ProjectFile_cls& file = main.GetProjectFile();
+    file.SetHooks(ProjectFile_cls::kHookViewCtrls, {nullptr, [&](LineStream_cls&, const std::wstring& line) {
+                                                        if (panel0.ReadStrLine(line)) {
+                                                            hasPanel0 = true;
+                                                            return true;
+                                                        }
+                                                        return exporter.GetSavedCamera().ReadStrLine(line);
+                                                    }});
+    const bool read = file.OpenProject(path);
+    file.SetHooks(ProjectFile_cls::kHookViewCtrls, {});
+    if (!read) {
+        std::fprintf(stderr, "tessan-cli: cannot read project '%s'\n", Narrow(path).c_str());
+        return false;
     }
-    main.GetTimeCtrl().CheckWorkingArea();
-    // The scene is rendered from view panel 0 when the project has it.
     if (hasPanel0) {
         Camera_cls& saved = exporter.GetSavedCamera();
         saved.Set(panel0.GetPosition(), panel0.GetLookAt(), panel0.GetSky());
@@ -76,10 +60,10 @@ bool CliProject_cls::LoadProjectHeadless(const std::wstring& path, Main_cls& mai
 
 bool CliProject_cls::Load(const std::string& path)
 {
-    if (!LoadProjectHeadless(Widen(path), *mpMain, mCColoring))
+    if (!LoadProjectHeadless(Widen(path), *mpMain))
         return false;
-    mpObjects = std::make_unique<PovSceneObjects_cls>(&mpMain->GetSeqCtrl(), &mpMain->GetTimeCtrl(), &mCColoring,
-                                                      &mpMain->GetBoxSize());
+    mpObjects = std::make_unique<PovSceneObjects_cls>(&mpMain->GetSeqCtrl(), &mpMain->GetTimeCtrl(),
+                                                      &mpMain->GetColoring(), &mpMain->GetBoxSize());
     mpObjects->SetReleaseAfterUse(true);
     mpObjects->Install(GetExport());
     return true;

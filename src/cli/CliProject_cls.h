@@ -3,9 +3,7 @@
 // with its slots, clock, lights and ray-tracer settings read from a .vsp file, the colour maps,
 // and the scene objects hooked into the export driver.
 //
-// The project text is read by LoadProjectHeadless alone, so that a complete project reader in
-// the core can take its place without touching the commands.
-#include "color/Coloring_cls.h"
+// The project is read by LoadProjectHeadless alone (through the core's ProjectFile_cls).
 #include "config/Main_cls.h"
 #include "pov/PovSceneObjects_cls.h"
 
@@ -19,11 +17,10 @@ class CliProject_cls
     CliProject_cls();
     ~CliProject_cls();
 
-    /// Reads the project lines that the headless commands need: the data slots with their files
-    /// and filter chains, the box sets, the clock, the lights, the ray-tracer settings, the custom
-    /// colour maps and the camera of view panel 0 (or the saved camera). False (with a message
-    /// on stderr) when the file cannot be read.
-    static bool LoadProjectHeadless(const std::wstring& path, Main_cls& main, Coloring_cls& coloring);
+    /// Reads a project through the core's project reader, with the camera of view panel 0 (or
+    /// the saved camera) as the export's camera. False (with a message on stderr) when the file
+    /// cannot be read.
+    static bool LoadProjectHeadless(const std::wstring& path, Main_cls& main);
     /// LoadProjectHeadless into this object's controller, then the scene objects are hooked up.
     bool Load(const std::string& path);
 
@@ -51,7 +48,6 @@ class CliProject_cls
 
   private:
     std::unique_ptr<Main_cls> mpMain;
-    Coloring_cls mCColoring;
     std::unique_ptr<PovSceneObjects_cls> mpObjects;
     int miFirst = 0;
     int miLast = 0;
