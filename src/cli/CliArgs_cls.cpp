@@ -43,7 +43,10 @@ CliArgs_cls::CliArgs_cls(const std::vector<std::string>& args, const std::set<st
     }
 }
 
-bool CliArgs_cls::Has(const std::string& name) const { return mValues.count(name) > 0; }
+bool CliArgs_cls::Has(const std::string& name) const
+{
+    return mValues.count(name) > 0;
+}
 
 std::optional<std::string> CliArgs_cls::Value(const std::string& name) const
 {

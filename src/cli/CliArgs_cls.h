@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-class CliArgs_cls {
-public:
+class CliArgs_cls
+{
+  public:
     /// valueOptions: options that take a value (without "--"); flagOptions: options that do not.
     /// Repeated value options keep every value in order.
     CliArgs_cls(const std::vector<std::string>& args, const std::set<std::string>& valueOptions,
@@ -22,7 +23,7 @@ public:
     /// Options and values in the order given (for commands where order matters, e.g. filters).
     const std::vector<std::pair<std::string, std::string>>& Ordered() const { return mOrdered; }
 
-private:
+  private:
     std::string mError;
     std::multimap<std::string, std::string> mValues;
     std::vector<std::pair<std::string, std::string>> mOrdered;

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-namespace {
+namespace
+{
 std::vector<CliCommand>& Registry()
 {
     static std::vector<CliCommand> sCommands;
@@ -20,8 +21,7 @@ bool RegisterCliCommand(const CliCommand& command)
 std::vector<CliCommand> GetCliCommands()
 {
     std::vector<CliCommand> out = Registry();
-    std::sort(out.begin(), out.end(), [](const CliCommand& a, const CliCommand& b) {
-        return std::strcmp(a.mpName, b.mpName) < 0;
-    });
+    std::sort(out.begin(), out.end(),
+              [](const CliCommand& a, const CliCommand& b) { return std::strcmp(a.mpName, b.mpName) < 0; });
     return out;
 }

@@ -5,9 +5,9 @@
 #include <vector>
 
 struct CliCommand {
-    const char* mpName;    ///< the sub-command word ("info", "convert", ...)
-    const char* mpSummary; ///< one line for the command list
-    const char* mpUsage;   ///< the full --help text (usage line, description, options)
+    const char* mpName;                                 ///< the sub-command word ("info", "convert", ...)
+    const char* mpSummary;                              ///< one line for the command list
+    const char* mpUsage;                                ///< the full --help text (usage line, description, options)
     int (*mpRun)(const std::vector<std::string>& args); ///< args exclude the command word; returns the exit code
 };
 
@@ -16,5 +16,5 @@ bool RegisterCliCommand(const CliCommand& command);
 /// All registered commands, sorted by name.
 std::vector<CliCommand> GetCliCommands();
 
-#define TESSAN_CLI_COMMAND(ident, name, summary, usage, fn)                                        \
+#define TESSAN_CLI_COMMAND(ident, name, summary, usage, fn)                                                            \
     static const bool ident##Registered = RegisterCliCommand(CliCommand{name, summary, usage, fn})

@@ -3,8 +3,9 @@
 // otherwise answered with their default (batch runs never block).
 #include "config/UserPrompt_cls.h"
 
-class TerminalPrompt_cls final : public UserPrompt_cls {
-public:
+class TerminalPrompt_cls final : public UserPrompt_cls
+{
+  public:
     /// quiet: no status or progress lines.
     explicit TerminalPrompt_cls(bool quiet = false) : mbQuiet(quiet) {}
     void Message(const std::wstring& text, const std::wstring& title) override;
@@ -14,7 +15,7 @@ public:
     void SetStatusText(const std::wstring& text, int field) override;
     void SetProgress(int percent) override;
 
-private:
+  private:
     bool mbQuiet;
     int miLastPercent = -1;
 };

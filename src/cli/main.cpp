@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-namespace {
+namespace
+{
 
 void PrintUsage(FILE* out)
 {
@@ -24,7 +25,10 @@ void PrintUsage(FILE* out)
                       "  --version  output version information and exit\n");
 }
 
-void PrintVersion() { std::printf("tessan-cli (Kivrel Tessan) %s\n", TESSAN_VERSION); }
+void PrintVersion()
+{
+    std::printf("tessan-cli (Kivrel Tessan) %s\n", TESSAN_VERSION);
+}
 
 } // namespace
 

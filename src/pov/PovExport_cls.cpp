@@ -6,7 +6,7 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
-#include "pov/PovVolume_cls.h"
+#include "filter/PovVolume_cls.h"
 
 #include <algorithm>
 #include <cmath>
@@ -258,6 +258,7 @@ bool PovExport_cls::OutputPovRayIO(const std::wstring& stem, int frame, unsigned
 bool PovExport_cls::OutputPovRayMain(std::ofstream& file, const std::string& path, int frame, const Camera_cls& camera,
                                      const std::wstring& stem)
 {
+    mStrCurrentStem = stem;
     const double time = mpClock->GetDoubleIndex(frame);
     if (mUpdateFilterParameters)
         mUpdateFilterParameters(time);
@@ -294,6 +295,8 @@ bool PovExport_cls::OutputPovRayMain(std::ofstream& file, const std::string& pat
     if (!OutputPovStrObjDensity(body, members, boxes, camera, stem))
         return false;
     ObjectsText objects = mObjects ? mObjects(frame, time) : ObjectsText{};
+    if (!objects.bOk)
+        return false;
     body += objects.strDeclare;
     if (boxes.size() == 1 && objects.strInstances.empty()) {
         // A lone box needs no union (the ray tracer warns about a union of one object).
@@ -343,7 +346,7 @@ bool PovExport_cls::OutputPovStrObjDensity(std::wstring& out, std::wstring& memb
         const std::wstring macro =
             mpColoring != nullptr ? mpColoring->GetPovStrColorMapName(b.iColorIndex, style) : std::wstring();
         out += PovVolume_cls::GetPovStrDensityDeclare(L"BOX_" + n, df3Name, b.uX, b.uY, b.uZ, macro, b.fEmission,
-                                                      b.fAbsorption);
+                                                      b.fAbsorption, b.strCutOut);
         // The world's z axis is mirrored in the ray tracer's frame: the box is mirrored with it,
         // so voxel order along z keeps matching the preview.
         const std::wstring place =

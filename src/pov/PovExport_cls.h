@@ -47,11 +47,15 @@ class PovExport_cls
         int iColorIndex = 0; ///< colour index of the slot (0: white)
         float fEmission = 1.0f;
         float fAbsorption = 0.0f;
+        /// Shapes (in the unit cube of the data) cut out of the media; empty: none.
+        std::wstring strCutOut;
     };
     /// Object declarations (written before the union) and instances (written inside it).
     struct ObjectsText {
         std::wstring strDeclare;
         std::wstring strInstances;
+        /// False when a file the objects need (mesh include, section data) could not be written.
+        bool bOk = true;
     };
 
     /// clock: the scene clock (not owned, must outlive this object).
@@ -97,6 +101,9 @@ class PovExport_cls
     bool ProcOutputPovRay(int frame, unsigned eye = 0);
     /// The stem of the last frame written.
     const std::wstring& GetLastStem() const { return mStrLastStem; }
+    /// The stem of the frame being written (valid while the hooks of OutputPovRayMain run), so
+    /// that object hooks can name the files they write beside the scene.
+    const std::wstring& GetCurrentStem() const { return mStrCurrentStem; }
 
     // ---- window commands -----------------------------------------------------------------------
     /// The "export animation" command: exports the range (with the many-files question) and
@@ -139,5 +146,6 @@ class PovExport_cls
     Coloring_cls* mpColoring = nullptr;
     UserPrompt_cls* mpPrompt = nullptr;
     std::wstring mStrLastStem;
+    std::wstring mStrCurrentStem;
     int miStereoSnapAlways = -1; ///< remembered stereo snapshot answer (2 or 3), -1 none
 };

@@ -4,8 +4,8 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
+#include "filter/PovVolume_cls.h"
 #include "pov/Camera_cls.h"
-#include "pov/PovVolume_cls.h"
 #include "pov/ThreadPovRay.h"
 
 #include <algorithm>

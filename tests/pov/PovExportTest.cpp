@@ -7,7 +7,7 @@
 #include "config/RecordingPrompt_cls.h"
 #include "config/TextFormat.h"
 #include "pov/PovExport_cls.h"
-#include "pov/PovVolume_cls.h"
+#include "filter/PovVolume_cls.h"
 #include "support/PovRayRunner.h"
 #include "support/TestUtil.h"
 
@@ -418,7 +418,7 @@ TEST_F(ExportFixture, ColouredVolumeShowsItsMapHue)
         box.pVoxels = mvVoxels.data();
         box.uX = box.uY = box.uZ = muN;
         box.iColorIndex = index;
-        box.fEmission = 0.6f; // below saturation, so the hue survives
+        box.fEmission = 1.2f; // times the density: below saturation, so the hue survives
         return std::vector<PovExport_cls::DataBox>{box};
     };
     mvVoxels.assign(static_cast<size_t>(muN) * muN * muN, static_cast<uint8_t>(density * 255.0f));

@@ -4,7 +4,7 @@
 #include "config/TextFormat.h"
 #include "pov/Camera_cls.h"
 #include "pov/PovRay_cls.h"
-#include "pov/PovVolume_cls.h"
+#include "filter/PovVolume_cls.h"
 
 #include <gtest/gtest.h>
 
