@@ -3,6 +3,7 @@
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
+#include "color/Coloring_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
@@ -36,6 +37,9 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mpTimeCtrl = std::make_unique<TimeCtrl_cls>();
     mpSeqCtrl = std::make_unique<DF3SeqCtrl_cls>(mpTimeCtrl.get());
     mpPovExport = std::make_unique<PovExport_cls>(mpTimeCtrl.get());
+    // One set of colour maps for the preview and the export, so both show the same colours.
+    mpColoring = std::make_unique<Coloring_cls>();
+    mpPovExport->SetColoring(mpColoring.get());
     // Only density files can be written as ray-tracer media; image stacks would have to be
     // converted first.
     mpPovExport->mIsAllDataDF3 = [this] {
@@ -51,6 +55,7 @@ Main_cls::~Main_cls()
 {
     // The export and the slots follow the clock: they go first.
     mpPovExport.reset();
+    mpColoring.reset();
     mpSeqCtrl.reset();
     mpTimeCtrl.reset();
 }

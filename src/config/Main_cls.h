@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 
+class Coloring_cls;
 class DF3_cls;
 class DF3SeqCtrl_cls;
 class DF3Sequence_cls;
@@ -49,6 +50,8 @@ class Main_cls
     Parameters_cls& GetBoxRotate() { return *mpBoxRotate; }
     /// The four data slots.
     DF3SeqCtrl_cls& GetSeqCtrl() { return *mpSeqCtrl; }
+    /// The colour maps (palettes and custom maps) that the preview bakes and the export writes.
+    Coloring_cls& GetColoring() { return *mpColoring; }
     /// The active slot's sequence.
     DF3Sequence_cls* GetPDF3SeqActive();
     /// The active slot's current frame (null when the slot is empty).
@@ -138,6 +141,7 @@ class Main_cls
     std::unique_ptr<Parameters_cls> mpBoxRotate;
     std::unique_ptr<TimeCtrl_cls> mpTimeCtrl;
     std::unique_ptr<DF3SeqCtrl_cls> mpSeqCtrl;
+    std::unique_ptr<Coloring_cls> mpColoring;
     std::unique_ptr<PovExport_cls> mpPovExport;
     std::wstring mStrLastDataPath;
     std::wstring mStrDataTitle;

@@ -14,7 +14,10 @@
 #include <string>
 #include <vector>
 
+class ColorMapChooser_cls;
 class DF3GL_cls;
+class IdleBenchLog_cls;
+class RenderMenu_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -80,6 +83,20 @@ class FrameMain_cls : public wxFrame
     /// --screenshot: once every visible view has been drawn, save the client area to `path` as
     /// PNG and exit (exit code 0, or 1 with a message when it cannot be saved).
     void SetScreenshotPath(const std::wstring& path) { mStrScreenshotPath = path; }
+    /// --screenshot-every: step through every frame of the working area, saving each drawn
+    /// frame as dir/frame_NNNN.png, then exit.
+    void SetScreenshotEvery(const std::wstring& dir) { mStrScreenshotEvery = dir; }
+    /// --play: start playing once the start-up file is open.
+    void SetPlayAtStart(bool play) { mbPlayAtStart = play; }
+    /// --bench-log: log idle passes and played frames to `path`; exit after quitAfter seconds
+    /// (0: when not playing, once loading has finished).
+    void SetBenchLog(const std::string& path, int quitAfter);
+    /// The drawing companion of data slot `slot` (0..3).
+    DF3GL_cls* GetDF3GL(int slot) { return slot >= 0 && slot < 4 ? mvpDF3GL[static_cast<size_t>(slot)].get() : nullptr; }
+    /// Shows scene frame `frame` (-1: the clock's frame) with every slot's frame brought up in
+    /// full (voxels processed, textures bound) and the views repainted, as the export needs it.
+    void PrepareFrameForExport(int frame);
+
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
@@ -169,6 +186,14 @@ class FrameMain_cls : public wxFrame
     void SetExtraViewShown(bool shown);
     bool ScreenshotReady();
     void TakeScreenshot();
+    /// Saves the client area with the GL views as PNG; false when it cannot be saved.
+    bool SaveScreenshot(const std::wstring& path);
+    /// One step of --screenshot-every; true while frames are left.
+    bool ScreenshotEveryStep();
+    /// The colours of slot `slot` changed: textures with baked colours are made again.
+    void OnSlotColoursChanged(int slot);
+    /// Ends a --bench-log run: writes the log and exits.
+    void FinishBench();
     void RunStartupThreads();
     void WriteStateReport();
 
@@ -225,6 +250,15 @@ class FrameMain_cls : public wxFrame
     int miScreenshotDataPasses = 0;
     unsigned muTextureSettings = 0; ///< texel format * 2 + linear filter, as the textures were made
     std::string mStrStateFile;      ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::unique_ptr<RenderMenu_cls> mpRenderMenu;
+    ColorMapChooser_cls* mpColorChooser = nullptr;
+    std::wstring mStrScreenshotEvery;
+    int miShotFrame = -1; ///< frame --screenshot-every shows now (-1: not started)
+    bool mbPlayAtStart = false;
+    std::unique_ptr<IdleBenchLog_cls> mpBenchLog;
+    int miQuitAfter = 0;
+    bool mbBenchHadData = false;
+    int miBenchLastFrame = -1;
     std::wstring mStrLastState;     ///< the last report written
 
     wxDECLARE_EVENT_TABLE();

@@ -35,6 +35,11 @@ enum ShortcutId : int {
     kIdOpenData,
     kIdAppendData,
     kIdCloseData,
+    kIdSnapshot,
+    kIdExportSnapshot,
+    kIdExportAnim,
+    kIdRenderAnim,
+    kIdPovSettings,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

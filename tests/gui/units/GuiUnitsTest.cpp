@@ -128,7 +128,7 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
     WriteFileText(dir.File("KivrelConfigure.txt"),
                   "ToolTip=1\nQuit=Ctrl+W\n" + Narrow(block) + "FrameMainViewLayout=1\n");
     Shortcut_cls b;
-    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 26); // every named entry
+    EXPECT_EQ(b.ReadShortcutSection(dir.File("KivrelConfigure.txt")), 31); // every named entry
     EXPECT_EQ(b.GetKey("OpenProject"), L"Ctrl+Shift+P");
     EXPECT_EQ(b.GetKey("ToolTip"), L"F2");
     EXPECT_EQ(b.GetKey("Quit"), L"Ctrl+Q"); // the line outside the block is not a key assignment
@@ -141,10 +141,12 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
 
     // The menu model carries the user's keys after a tab; separators have no label.
     const auto model = b.BuildMenuModel();
-    ASSERT_EQ(model.size(), 5u);
+    ASSERT_EQ(model.size(), 6u);
     EXPECT_EQ(model[0].mStrTitle, L"&File");
     EXPECT_EQ(model[1].mStrTitle, L"&Edit");
     EXPECT_EQ(model[3].mStrTitle, L"&Animation");
+    EXPECT_EQ(model[4].mStrTitle, L"&Render");
+    EXPECT_EQ(model[5].mStrTitle, L"&Help");
     bool sawOpen = false, sawRecent = false;
     for (const auto& e : model[0].mvEntries) {
         if (e.miId == kIdOpenProject) {
