@@ -7,6 +7,7 @@
 #include "pov/PovRay_cls.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cwchar>
 #include <memory>
@@ -73,20 +74,19 @@ bool ParseWholeLong(const std::wstring& text, long* out)
 
 bool ParseWholeDouble(const std::wstring& text, double* out)
 {
-    // The C locale's "." only, whatever the user's locale says: the value goes into files.
+    // The whole text must be one number with the C locale's "." (never the user's decimal
+    // comma): the value goes into files that other programs read.
     const std::vector<std::wstring> parts = SplitBlanks(text);
     if (parts.size() != 1)
         return false;
-    for (wchar_t c : parts[0])
-        if (!(std::iswdigit(c) || c == L'.' || c == L'-' || c == L'+' || c == L'e' || c == L'E'))
-            return false;
-    const double v = ParseDouble(parts[0]);
-    if (!std::isfinite(v))
-        return false;
-    // ParseDouble gives 0 for text that is no number; only a text that reads as 0 may give 0.
-    if (v == 0.0 && parts[0].find_first_of(L"123456789") != std::wstring::npos)
-        return false;
-    if (parts[0].find_first_of(L"0123456789") == std::wstring::npos)
+    const std::string narrow = Narrow(parts[0]);
+    double v = 0;
+    const char* first = narrow.data();
+    const char* last = narrow.data() + narrow.size();
+    if (first != last && *first == '+')
+        ++first;
+    const auto [end, ec] = std::from_chars(first, last, v, std::chars_format::general);
+    if (ec != std::errc() || end != last || !std::isfinite(v))
         return false;
     *out = v;
     return true;
