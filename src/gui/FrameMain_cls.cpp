@@ -527,6 +527,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         mpSequencePanel->UpdateFromSlots();
         mpColorChooser->ShowSlot(mpMain->GetSeqCtrl().GetActiveSlot());
         if (!mStrScreenshotEvery.empty()) {
+            WriteStateReport();
             if (ScreenshotEveryStep())
                 event.RequestMore();
             event.Skip();
@@ -1538,8 +1539,8 @@ bool FrameMain_cls::ScreenshotEveryStep()
     clock.SetIndex(miShotFrame);
     clock.DispatchTimeData();
     mpTimeLine->UpdateFromClock();
-    // The next frame has to be drawn before it is saved; one pass after its paint suffices.
-    miScreenshotIdlePasses = 2;
+    // The next frame has to be drawn, and the widgets repainted, before it is saved.
+    miScreenshotIdlePasses = 0;
     miScreenshotDataPasses = 0;
     RefreshViews();
     return true;
