@@ -37,8 +37,8 @@ class CommandLine_cls
     /// frame as DIR/frame_NNNN.png (paths printed), then exit. Empty when not given.
     const std::string& GetScreenshotEvery() const { return mStrScreenshotEvery; }
     /// --bench-log FILE (undocumented, for bench/bench_window.sh): log idle-pass durations and
-    /// played frames to FILE; the program exits after --quit-after seconds, or, when not
-    /// playing, once the data have finished loading.
+    /// played frames to FILE; the program exits after --quit-after seconds or, when not
+    /// playing, after stepping through every frame, each once loaded and drawn.
     const std::string& GetBenchLog() const { return mStrBenchLog; }
     /// --quit-after S: seconds after start-up when a benchmark run ends (0: not given).
     int GetQuitAfter() const { return miQuitAfter; }

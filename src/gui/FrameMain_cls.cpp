@@ -420,15 +420,17 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     // --bench-log: the duration of every pass, whichever way it ends.
     struct PassTimer {
         IdleBenchLog_cls* pLog;
+        const char* pKind = "other";
         std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
         ~PassTimer()
         {
             if (pLog != nullptr)
                 pLog->AddPass(std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
                                                                                     start)
-                                  .count());
+                                  .count(),
+                             pKind);
         }
-    } passTimer{mpBenchLog.get()};
+    } passTimer{mbBenchFinished ? nullptr : mpBenchLog.get()};
     // 1. First pass.
     if (!mbInitialized) {
         mbInitialized = true;
@@ -496,6 +498,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     // 7. Nothing dragged: one release or fetch step (data slots), or a playback step.
     if (!dragged && mpMain->GetTimeCtrl().IsPlaying()) {
         event.Skip();
+        passTimer.pKind = "play";
         ProcPlayTex();
         if (mpBenchLog && mpMain->GetTimeCtrl().GetIndex() != miBenchLastFrame) {
             miBenchLastFrame = mpMain->GetTimeCtrl().GetIndex();
@@ -523,6 +526,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
             event.RequestMore();
         }
         mbNothingLeftToFetch = !IdleLoadStep();
+        passTimer.pKind = mbNothingLeftToFetch ? "idle" : "load";
         RefreshIfFramesChanged();
         mpSequencePanel->UpdateFromSlots();
         mpColorChooser->ShowSlot(mpMain->GetSeqCtrl().GetActiveSlot());
@@ -537,7 +541,18 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
             mbBenchHadData = mbBenchHadData || HasAnyData();
             const bool timeUp = miQuitAfter > 0 && std::chrono::steady_clock::now() - mCStopWatchStart >
                                                        std::chrono::seconds(miQuitAfter);
-            if (timeUp || (miQuitAfter == 0 && mbBenchHadData && mbNothingLeftToFetch && AreCurrentFramesDrawn())) {
+            if (!timeUp && mbBenchHadData && mbNothingLeftToFetch && AreCurrentFramesDrawn()) {
+                // Loaded and drawn: one step on, as the Right key does, so the series streams in
+                // frame by frame through the loading passes; the end after the last frame.
+                TimeCtrl_cls& clock = GetTimeCtrl();
+                if (clock.GetIndex() < clock.GetWAMax()) {
+                    mpTimeLine->Step(1);
+                    mbNothingLeftToFetch = false;
+                    event.RequestMore();
+                    return;
+                }
+            }
+            if (timeUp || (mbBenchHadData && mbNothingLeftToFetch && AreCurrentFramesDrawn())) {
                 FinishBench();
                 return;
             }
@@ -776,10 +791,13 @@ void FrameMain_cls::SetBenchLog(const std::string& path, int quitAfter)
 
 void FrameMain_cls::FinishBench()
 {
+    if (mbBenchFinished)
+        return;
     const bool ok = mpBenchLog->Write();
     std::printf("%s\n", IdleBenchLog_cls::SummaryLine(mpBenchLog->Summarise()).c_str());
     std::fflush(stdout);
-    mpBenchLog.reset();
+    // The log stays until the window goes: the pass that ends here still reports its duration.
+    mbBenchFinished = true;
     mpMain->GetTimeCtrl().Stop();
     wxGetApp().SetExitCode(ok ? 0 : 1);
     Destroy();

@@ -89,7 +89,8 @@ class FrameMain_cls : public wxFrame
     /// --play: start playing once the start-up file is open.
     void SetPlayAtStart(bool play) { mbPlayAtStart = play; }
     /// --bench-log: log idle passes and played frames to `path`; exit after quitAfter seconds
-    /// (0: when not playing, once loading has finished).
+    /// (0: no limit) or, when not playing, after stepping through every frame of the working
+    /// area, each step once the frame before is loaded and drawn.
     void SetBenchLog(const std::string& path, int quitAfter);
     /// The drawing companion of data slot `slot` (0..3).
     DF3GL_cls* GetDF3GL(int slot) { return slot >= 0 && slot < 4 ? mvpDF3GL[static_cast<size_t>(slot)].get() : nullptr; }
@@ -258,6 +259,7 @@ class FrameMain_cls : public wxFrame
     std::unique_ptr<IdleBenchLog_cls> mpBenchLog;
     int miQuitAfter = 0;
     bool mbBenchHadData = false;
+    bool mbBenchFinished = false;
     int miBenchLastFrame = -1;
     std::wstring mStrLastState;     ///< the last report written
 

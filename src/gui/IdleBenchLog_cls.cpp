@@ -44,8 +44,8 @@ bool IdleBenchLog_cls::Write() const
     std::ofstream out(mStrPath, std::ios::binary | std::ios::trunc);
     if (!out)
         return false;
-    for (int64_t us : mvPassUs)
-        out << "pass " << us << "\n";
+    for (size_t i = 0; i < mvPassUs.size(); ++i)
+        out << "pass " << mvPassUs[i] << (mvPassKind[i][0] != '\0' ? " " : "") << mvPassKind[i] << "\n";
     for (const FrameRecord& f : mvFrames)
         out << StrPrintf("frame %.3f %d\n", f.dMs, f.iIndex);
     out << SummaryLine(Summarise()) << "\n";

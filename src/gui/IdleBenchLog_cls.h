@@ -1,7 +1,7 @@
 #pragma once
 // Timing log of the window's idle loop for the window benchmark (never used in normal runs):
 // the duration of every idle pass and the time every played frame reached the screen. Written
-// to a text file at the end, one record a line ("pass MICROSECONDS", "frame MILLISECONDS INDEX"),
+// to a text file at the end, one record a line ("pass MICROSECONDS KIND", "frame MILLISECONDS INDEX"),
 // followed by a summary line that the benchmark script prints:
 // "summary passes=N median_ms=.. p95_ms=.. max_ms=.. over50=N frames=N fps=..".
 #include <chrono>
@@ -24,8 +24,12 @@ class IdleBenchLog_cls
     /// path: where Write puts the log.
     explicit IdleBenchLog_cls(std::string path) : mStrPath(std::move(path)) {}
 
-    /// One idle pass of `us` microseconds.
-    void AddPass(int64_t us) { mvPassUs.push_back(us); }
+    /// One idle pass of `us` microseconds; `kind` says what it did ("load", "play", ...).
+    void AddPass(int64_t us, const char* kind = "")
+    {
+        mvPassUs.push_back(us);
+        mvPassKind.push_back(kind);
+    }
     /// A played frame (scene frame `index`) reached the screen `ms` milliseconds after the start.
     void AddFrame(double ms, int index) { mvFrames.push_back({ms, index}); }
     /// The figures of what was logged so far.
@@ -42,5 +46,6 @@ class IdleBenchLog_cls
     };
     std::string mStrPath;
     std::vector<int64_t> mvPassUs;
+    std::vector<const char*> mvPassKind; ///< string literals
     std::vector<FrameRecord> mvFrames;
 };
