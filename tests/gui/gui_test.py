@@ -1237,6 +1237,32 @@ def case_screenshot_every(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+def case_render_error(binary):
+    """A ray tracer that cannot be started stops the sequence after its first frame with the
+    message that says so; nothing further is started."""
+    work = tempfile.mkdtemp(prefix="tessan-rerr-")
+    try:
+        paths, log = render_setup(work, 6, "0", extra="POVRAY_PATH=%s/no-such-povray\n" % work)
+        app = App(binary, answers="yes", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            app.key("ctrl+F6")
+            seen = {"status2": [], "render_button": [], "gauge": []}
+            watch(app, lambda s: "Failed to start or finish Pov-Ray." in app.stderr(), 60, seen)
+            s = watch(app, lambda s: s["render"].startswith("0 ") and s["render"].endswith(" 0 0"), 30, seen)
+            err = app.stderr()
+            check("Animation sequence is automatically stopped." in err, "the sequence is stopped: %r" % err)
+            check(s["render"].split()[1] == "1", "only the first frame was started: %r" % s["render"])
+            time.sleep(1.0)
+            check(app.state()["render"].split()[1] == "1", "nothing started afterwards")
+            check(images(work) == [], "no pictures")
+            check(app.state()["render_button"].startswith("Render Anim|"), "the button is back")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1259,6 +1285,7 @@ CASES = {
     "pov_settings": case_pov_settings,
     "colour_map": case_colour_map,
     "screenshot_every": case_screenshot_every,
+    "render_error": case_render_error,
 }
 
 if __name__ == "__main__":
