@@ -5,6 +5,7 @@
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
+#include "color/Coloring_cls.h"
 #include "config/GlobalFlags.h"
 #include "config/LineStream_cls.h"
 #include "config/Main_cls.h"
@@ -16,15 +17,14 @@
 #include "filter/FilterCtrl_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/TexObjectGL_cls.h"
-#include "color/Coloring_cls.h"
 #include "gui/ColorMapChooser_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "gui/IdleBenchLog_cls.h"
 #include "gui/KeyTrackCanvas_cls.h"
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
-#include "gui/IdleBenchLog_cls.h"
 #include "gui/PovSettingsDialog_cls.h"
 #include "gui/PreviewPropertyGUI_cls.h"
 #include "gui/RenderMenu_cls.h"
@@ -425,10 +425,10 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         ~PassTimer()
         {
             if (pLog != nullptr)
-                pLog->AddPass(std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
-                                                                                    start)
-                                  .count(),
-                             pKind);
+                pLog->AddPass(
+                    std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start)
+                        .count(),
+                    pKind);
         }
     } passTimer{mbBenchFinished ? nullptr : mpBenchLog.get()};
     // 1. First pass.
@@ -539,8 +539,8 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         }
         if (mpBenchLog) {
             mbBenchHadData = mbBenchHadData || HasAnyData();
-            const bool timeUp = miQuitAfter > 0 && std::chrono::steady_clock::now() - mCStopWatchStart >
-                                                       std::chrono::seconds(miQuitAfter);
+            const bool timeUp = miQuitAfter > 0 &&
+                                std::chrono::steady_clock::now() - mCStopWatchStart > std::chrono::seconds(miQuitAfter);
             if (!timeUp && mbBenchHadData && mbNothingLeftToFetch && AreCurrentFramesDrawn()) {
                 // Loaded and drawn: one step on, as the Right key does, so the series streams in
                 // frame by frame through the loading passes; the end after the last frame.

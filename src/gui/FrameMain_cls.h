@@ -93,7 +93,10 @@ class FrameMain_cls : public wxFrame
     /// area, each step once the frame before is loaded and drawn.
     void SetBenchLog(const std::string& path, int quitAfter);
     /// The drawing companion of data slot `slot` (0..3).
-    DF3GL_cls* GetDF3GL(int slot) { return slot >= 0 && slot < 4 ? mvpDF3GL[static_cast<size_t>(slot)].get() : nullptr; }
+    DF3GL_cls* GetDF3GL(int slot)
+    {
+        return slot >= 0 && slot < 4 ? mvpDF3GL[static_cast<size_t>(slot)].get() : nullptr;
+    }
     /// Shows scene frame `frame` (-1: the clock's frame) with every slot's frame brought up in
     /// full (voxels processed, textures bound) and the views repainted, as the export needs it.
     void PrepareFrameForExport(int frame);
@@ -261,7 +264,7 @@ class FrameMain_cls : public wxFrame
     bool mbBenchHadData = false;
     bool mbBenchFinished = false;
     int miBenchLastFrame = -1;
-    std::wstring mStrLastState;     ///< the last report written
+    std::wstring mStrLastState; ///< the last report written
 
     wxDECLARE_EVENT_TABLE();
 };

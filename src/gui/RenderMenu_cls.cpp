@@ -49,6 +49,7 @@ RenderMenu_cls::~RenderMenu_cls()
     mpExport->mCameraOfPanel0 = nullptr;
     mpExport->mDoesFilterExist = nullptr;
     mpExport->mPrepareFrame = nullptr;
+    mpExport->mUpdateFilterParameters = nullptr;
     mpExport->mPumpEvents = nullptr;
     mpExport->mDataBoxes = nullptr;
 }
@@ -81,6 +82,11 @@ void RenderMenu_cls::InstallHooks()
         return false;
     };
     mpExport->mPrepareFrame = [this](int frame) { mpFrame->PrepareFrameForExport(frame); };
+    // Every chain's animated settings at the frame's time, for the objects the chains export.
+    mpExport->mUpdateFilterParameters = [this](double time) {
+        for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot)
+            mpMain->GetSeqCtrl().GetSequence(slot).GetFilterCtrl().UpdateParameters(time);
+    };
     // The gauge and the status texts are drawn between frames; input stays blocked meanwhile.
     mpExport->mPumpEvents = [this] {
         if (wxStatusBar* bar = mpFrame->GetStatusBar())

@@ -1096,7 +1096,7 @@ def case_pov_settings(binary):
     work = tempfile.mkdtemp(prefix="tessan-povset-")
     try:
         paths, _ = render_setup(work, 6, "0")
-        app = App(binary, answers="", args=[paths[0]], folder=work, size="1200x1000")
+        app = App(binary, answers="yes", args=[paths[0]], folder=work, size="1200x1000")
         try:
             app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
             menu(app, "r", ["Down"] * 4)
@@ -1145,6 +1145,14 @@ def case_pov_settings(binary):
             time.sleep(0.5)
             with open(ini) as f:
                 check("Width=64\n" in f.read(), "after Undo the old width is exported")
+            # Redo, quit: the configuration keeps the width for the next start.
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Ray-tracer Settings"), "Redo of the settings")
+            app.key("ctrl+q")
+            check(app.proc.wait(20) == 0, "quit")
+            with open(os.path.join(work, "KivrelConfigure.txt"), encoding="utf-8") as f:
+                conf = f.read()
+            check("PovImageWidth=72\n" in conf and "POVRAY_PATH=" in conf, "settings saved: %r" % conf)
         finally:
             app.close(keep=True)
     finally:
