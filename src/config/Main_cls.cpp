@@ -50,7 +50,9 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     const double one = 1.0;
     mpMainParamGroup->AddMember(1, L"BaseAlpha", &one);
     mpMainParamGroup->AddMember(1, L"Brightness", &one);
+    // One set of colour maps for the preview and the export, so both show the same colours.
     mpColoring = std::make_unique<Coloring_cls>();
+    mpPovExport->SetColoring(mpColoring.get());
     mpProjectFile = std::make_unique<ProjectFile_cls>(*this);
     // Only density files can be written as ray-tracer media; image stacks would have to be
     // converted first.
@@ -68,6 +70,7 @@ Main_cls::~Main_cls()
     // The export and the slots follow the clock: they go first.
     mpProjectFile.reset();
     mpPovExport.reset();
+    mpColoring.reset();
     mpSeqCtrl.reset();
     mpTimeCtrl.reset();
 }

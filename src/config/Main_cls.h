@@ -63,7 +63,7 @@ class Main_cls
     /// The controller's own animated sets ("BaseAlpha": overall opacity of the preview,
     /// "Brightness": overall brightness factor).
     ParameterGroup_cls& GetMainParamGroup() { return *mpMainParamGroup; }
-    /// The colour maps with the custom maps.
+    /// The colour maps (palettes and custom maps) that the preview bakes and the export writes.
     Coloring_cls& GetColoring() { return *mpColoring; }
     /// Writes and reads the configuration and project files of this controller's objects.
     ProjectFile_cls& GetProjectFile() { return *mpProjectFile; }
@@ -156,12 +156,12 @@ class Main_cls
     std::unique_ptr<Parameters_cls> mpBoxRotate;
     std::unique_ptr<TimeCtrl_cls> mpTimeCtrl;
     std::unique_ptr<DF3SeqCtrl_cls> mpSeqCtrl;
+    std::unique_ptr<Coloring_cls> mpColoring;
     std::unique_ptr<PovExport_cls> mpPovExport;
     std::unique_ptr<CameraPathCtrl_cls> mpCameraPath;
     std::unique_ptr<StereoGram_cls> mpStereoGram;
     std::unique_ptr<ParameterGroup_cls> mpHotSpotGroup;
     std::unique_ptr<ParameterGroup_cls> mpMainParamGroup;
-    std::unique_ptr<Coloring_cls> mpColoring;
     std::unique_ptr<ProjectFile_cls> mpProjectFile;
     std::wstring mStrLastDataPath;
     std::wstring mStrDataTitle;

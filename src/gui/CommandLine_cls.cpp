@@ -45,6 +45,27 @@ CommandLine_cls::Action CommandLine_cls::Parse(int argc, const char* const* argv
                 return kUsageError;
             }
             miFrame = static_cast<int>(ParseLong(text));
+        } else if (arg == "--play") {
+            mbPlay = true;
+        } else if (name == "--screenshot-every") {
+            if (!value(mStrScreenshotEvery)) {
+                mStrError = "option --screenshot-every needs a folder";
+                return kUsageError;
+            }
+        } else if (name == "--bench-log") {
+            if (!value(mStrBenchLog)) {
+                mStrError = "option --bench-log needs a file name";
+                return kUsageError;
+            }
+        } else if (name == "--quit-after") {
+            std::string text;
+            const bool digits = value(text) && !text.empty() &&
+                                text.find_first_not_of("0123456789") == std::string::npos && text.size() < 6;
+            if (!digits || ParseLong(text) == 0) {
+                mStrError = "option --quit-after needs a number of seconds (1 or more)";
+                return kUsageError;
+            }
+            miQuitAfter = static_cast<int>(ParseLong(text));
         } else if (arg.size() > 1 && arg[0] == '-') {
             mStrError = "unknown option '" + arg + "'";
             return kUsageError;
@@ -87,6 +108,10 @@ std::string CommandLine_cls::HelpText()
            "                       when every visible view is drawn, save the window's client\n"
            "                       area as a PNG picture and exit (0 on success)\n"
            "      --frame N        show scene frame N after opening the file\n"
+           "      --play           start playing once the file is open\n"
+           "      --screenshot-every DIR\n"
+           "                       show every frame of the working area in turn, save each as\n"
+           "                       DIR/frame_NNNN.png (the paths are printed) and exit\n"
            "  -h, --help           show this help and exit\n"
            "      --version        show the version and exit\n"
            "\n"

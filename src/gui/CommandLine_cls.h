@@ -1,6 +1,6 @@
 #pragma once
 // The command line of the window program: `tessan [--size WxH] [--screenshot OUT.png]
-// [--frame N]
+// [--frame N] [--play] [--screenshot-every DIR]
 // [FILE.df3 | PROJECT.vsp]`, plus --help and --version. Parsed before the toolkit starts, so
 // --help works without a display.
 #include <string>
@@ -31,6 +31,18 @@ class CommandLine_cls
     int GetWidth() const { return miWidth; }
     int GetHeight() const { return miHeight; }
 
+    /// --play: start playing once the file is open.
+    bool GetPlay() const { return mbPlay; }
+    /// --screenshot-every DIR: step through every frame of the working area, save each drawn
+    /// frame as DIR/frame_NNNN.png (paths printed), then exit. Empty when not given.
+    const std::string& GetScreenshotEvery() const { return mStrScreenshotEvery; }
+    /// --bench-log FILE (undocumented, for bench/bench_window.sh): log idle-pass durations and
+    /// played frames to FILE; the program exits after --quit-after seconds or, when not
+    /// playing, after stepping through every frame, each once loaded and drawn.
+    const std::string& GetBenchLog() const { return mStrBenchLog; }
+    /// --quit-after S: seconds after start-up when a benchmark run ends (0: not given).
+    int GetQuitAfter() const { return miQuitAfter; }
+
     /// Parses "WxH" (both 64..16384); false leaves width and height untouched.
     static bool ParseSize(const std::string& text, int& width, int& height);
 
@@ -41,4 +53,8 @@ class CommandLine_cls
     int miWidth = 0;
     int miHeight = 0;
     int miFrame = -1;
+    bool mbPlay = false;
+    std::string mStrScreenshotEvery;
+    std::string mStrBenchLog;
+    int miQuitAfter = 0;
 };

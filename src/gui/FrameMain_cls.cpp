@@ -7,6 +7,7 @@
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
+#include "color/Coloring_cls.h"
 #include "config/GlobalFlags.h"
 #include "config/LineStream_cls.h"
 #include "config/Main_cls.h"
@@ -19,16 +20,21 @@
 #include "filter/FilterCtrl_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/TexObjectGL_cls.h"
+#include "gui/ColorMapChooser_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "gui/IdleBenchLog_cls.h"
 #include "gui/KeyTrackCanvas_cls.h"
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
+#include "gui/PovSettingsDialog_cls.h"
 #include "gui/PreviewPropertyGUI_cls.h"
+#include "gui/RenderMenu_cls.h"
 #include "gui/SequencePanel_cls.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
+#include "pov/PovExport_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -166,6 +172,8 @@ wxEND_EVENT_TABLE()
     mpSplitter->Bind(wxEVT_SPLITTER_SASH_POS_CHANGED, &FrameMain_cls::OnSashMoved, this);
     mpSplitter->SetMinimumPaneSize(120);
     mpSplitter->SetSashGravity(1.0);
+    // The Render menu's commands and the export's view of this window.
+    mpRenderMenu = std::make_unique<RenderMenu_cls>(this, mpMain);
     BuildViews();
     BuildControlPanel();
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
@@ -201,7 +209,22 @@ wxEND_EVENT_TABLE()
         mvpDF3GL[static_cast<size_t>(slot)] = std::make_unique<DF3GL_cls>(&seqCtrl.GetSequence(slot));
         companions[static_cast<size_t>(slot)] = mvpDF3GL[static_cast<size_t>(slot)].get();
     }
-    DF3GL_cls::InitializeStaticMembers(mpPrompt.get(), &seqCtrl, &GetPreference(), nullptr);
+    DF3GL_cls::InitializeStaticMembers(mpPrompt.get(), &seqCtrl, &GetPreference(), &mpMain->GetColoring());
+    {
+        // The colour map of the active slot and the render button go below the preview settings.
+        wxSizer* panelSizer = mpControlPanel->GetSizer();
+        size_t at = 0;
+        for (const wxSizerItem* item : panelSizer->GetChildren()) {
+            ++at;
+            if (item->GetWindow() == mpPreviewGUI)
+                break;
+        }
+        mpColorChooser = new ColorMapChooser_cls(mpControlPanel, &mpMain->GetColoring(), companions);
+        mpColorChooser->SetChangeListener([this](int slot) { OnSlotColoursChanged(slot); });
+        panelSizer->Insert(at, mpColorChooser, 0, wxEXPAND | wxALL, 6);
+        panelSizer->Insert(at + 1, mpRenderMenu->CreateRenderButton(mpControlPanel), 0, wxALL, 6);
+        mpControlPanel->Layout();
+    }
     seqCtrl.SetTexJobsFactory(DF3GL_cls::MakeTexJobsFactory(companions));
     mpMain->SetPrompt(mpPrompt.get());
     mpMain->SetProjectOpener([this](const std::wstring& path) {
@@ -218,7 +241,10 @@ wxEND_EVENT_TABLE()
 
     // The views show the clock's frame; the menus and the title follow the history.
     miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
-    miUndoListener = GetUndoManager().AddListener([this](uint32_t) {
+    miUndoListener = GetUndoManager().AddListener([this](uint32_t flags) {
+        // A colour-map edit undone or redone: textures with baked colours follow it.
+        if ((flags & kComColorRedraw) != 0)
+            OnSlotColoursChanged(-1);
         UpdateEditMenu();
         UpdateTitle();
         if (mpTimeLine != nullptr)
@@ -238,6 +264,8 @@ wxEND_EVENT_TABLE()
 
 FrameMain_cls::~FrameMain_cls()
 {
+    // No render news and no export hook may reach this window any more.
+    mpRenderMenu.reset();
     mpIsosurfSeqGUI.reset();
     mpImgSequence.reset();
     GetUndoManager().RemoveListener(miUndoListener);
@@ -410,6 +438,20 @@ void FrameMain_cls::InitializeOnIdle()
 
 void FrameMain_cls::OnIdle(wxIdleEvent& event)
 {
+    // --bench-log: the duration of every pass, whichever way it ends.
+    struct PassTimer {
+        IdleBenchLog_cls* pLog;
+        const char* pKind = "other";
+        std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+        ~PassTimer()
+        {
+            if (pLog != nullptr)
+                pLog->AddPass(
+                    std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start)
+                        .count(),
+                    pKind);
+        }
+    } passTimer{mbBenchFinished ? nullptr : mpBenchLog.get()};
     // 1. First pass.
     if (!mbInitialized) {
         mbInitialized = true;
@@ -443,7 +485,13 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         Refresh();
         return;
     }
-    // 4. Data slots: PovRay_cls::ProcessRenderAnim advances a running sequence render here.
+    // 4. A running sequence render starts its next frame when the previous one is done. While
+    //    the export writes files it owns the slots' frames: nothing else this pass.
+    if (mpRenderMenu) {
+        if (mpRenderMenu->IsBusy())
+            return;
+        mpRenderMenu->IdleStep();
+    }
     // 5. Workers own the GL data: draw nothing this pass.
     if (GbGLLockForMultithread && GbGLForceWaitThreadEnd) {
         event.RequestMore();
@@ -471,7 +519,19 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     // 7. Nothing dragged: one release or fetch step (data slots), or a playback step.
     if (!dragged && mpMain->GetTimeCtrl().IsPlaying()) {
         event.Skip();
+        passTimer.pKind = "play";
         ProcPlayTex();
+        if (mpBenchLog && mpMain->GetTimeCtrl().GetIndex() != miBenchLastFrame) {
+            miBenchLastFrame = mpMain->GetTimeCtrl().GetIndex();
+            mpBenchLog->AddFrame(
+                std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - mCStopWatchStart).count(),
+                miBenchLastFrame);
+        }
+        if (mpBenchLog && miQuitAfter > 0 &&
+            std::chrono::steady_clock::now() - mCStopWatchStart > std::chrono::seconds(miQuitAfter)) {
+            FinishBench();
+            return;
+        }
         WriteStateReport();
         event.RequestMore();
         return;
@@ -479,9 +539,46 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     if (!dragged) {
         // Loading: one release or fetch stage per pass, so that the window stays responsive;
         // more passes are asked for while work is left, so loading goes on without events.
+        // --play: once the start-up file is open and a view has been drawn, the clock starts.
+        if (mbPlayAtStart && mb3DConditionApplied && HasAnyData()) {
+            mbPlayAtStart = false;
+            if (!mpMain->GetTimeCtrl().IsPlaying())
+                mpTimeLine->TogglePlay();
+            event.RequestMore();
+        }
         mbNothingLeftToFetch = !IdleLoadStep();
+        passTimer.pKind = mbNothingLeftToFetch ? "idle" : "load";
         RefreshIfFramesChanged();
         mpSequencePanel->UpdateFromSlots();
+        mpColorChooser->ShowSlot(mpMain->GetSeqCtrl().GetActiveSlot());
+        if (!mStrScreenshotEvery.empty()) {
+            WriteStateReport();
+            if (ScreenshotEveryStep())
+                event.RequestMore();
+            event.Skip();
+            return;
+        }
+        if (mpBenchLog) {
+            mbBenchHadData = mbBenchHadData || HasAnyData();
+            const bool timeUp = miQuitAfter > 0 &&
+                                std::chrono::steady_clock::now() - mCStopWatchStart > std::chrono::seconds(miQuitAfter);
+            if (!timeUp && mbBenchHadData && mbNothingLeftToFetch && AreCurrentFramesDrawn()) {
+                // Loaded and drawn: one step on, as the Right key does, so the series streams in
+                // frame by frame through the loading passes; the end after the last frame.
+                TimeCtrl_cls& clock = GetTimeCtrl();
+                if (clock.GetIndex() < clock.GetWAMax()) {
+                    mpTimeLine->Step(1);
+                    mbNothingLeftToFetch = false;
+                    event.RequestMore();
+                    return;
+                }
+            }
+            if (timeUp || (mbBenchHadData && mbNothingLeftToFetch && AreCurrentFramesDrawn())) {
+                FinishBench();
+                return;
+            }
+            event.RequestMore();
+        }
         if (!mbNothingLeftToFetch)
             event.RequestMore();
         WriteStateReport();
@@ -707,6 +804,71 @@ void FrameMain_cls::ShowFrameAtStart(int frame)
     WakeIdle();
 }
 
+void FrameMain_cls::SetBenchLog(const std::string& path, int quitAfter)
+{
+    mpBenchLog = std::make_unique<IdleBenchLog_cls>(path);
+    miQuitAfter = quitAfter;
+}
+
+void FrameMain_cls::FinishBench()
+{
+    if (mbBenchFinished)
+        return;
+    const bool ok = mpBenchLog->Write();
+    std::printf("%s\n", IdleBenchLog_cls::SummaryLine(mpBenchLog->Summarise()).c_str());
+    std::fflush(stdout);
+    // The log stays until the window goes: the pass that ends here still reports its duration.
+    mbBenchFinished = true;
+    mpMain->GetTimeCtrl().Stop();
+    wxGetApp().SetExitCode(ok ? 0 : 1);
+    Destroy();
+    wxGetApp().ExitMainLoop();
+}
+
+void FrameMain_cls::PrepareFrameForExport(int frame)
+{
+    TimeCtrl_cls& clock = GetTimeCtrl();
+    if (frame >= 0 && frame != clock.GetIndex()) {
+        clock.SetIndex(std::min(frame, clock.GetMaxFrame()));
+        clock.DispatchTimeData();
+    }
+    if (mpTimeLine != nullptr)
+        mpTimeLine->UpdateFromClock();
+    // Each slot's frame for this scene frame, read and processed in full; its textures too, so
+    // the views show what is being written.
+    if (mb3DConditionApplied && MakeContextCurrent()) {
+        DF3SeqCtrl_cls& seqCtrl = mpMain->GetSeqCtrl();
+        for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+            DF3Sequence_cls& sequence = seqCtrl.GetSequence(slot);
+            if (sequence.GetFrameCount() == 0 || mvFailedCurrent[static_cast<size_t>(slot)])
+                continue;
+            if (seqCtrl.IdleProcessesMainEach(slot, sequence.GetRemappedIndex(-1), true, false) ==
+                DF3Sequence_cls::kIdleFailed)
+                mvFailedCurrent[static_cast<size_t>(slot)] = true;
+        }
+    }
+    mpSequencePanel->UpdateFromSlots();
+    RefreshViews();
+    for (MainGLCanvas_cls* canvas : mvCanvas)
+        if (canvas != nullptr && canvas->IsShownOnScreen())
+            canvas->Update();
+}
+
+void FrameMain_cls::OnSlotColoursChanged(int slot)
+{
+    // Only texels that carry their colour need making again; the other texel formats take the
+    // slot's colour when they are drawn.
+    if (GetPreviewProperty().GetTextureType() == 2) {
+        for (int s = 0; s < DF3SeqCtrl_cls::kSlotCount; ++s)
+            if ((slot < 0 || s == slot) && mvpDF3GL[static_cast<size_t>(s)])
+                mvpDF3GL[static_cast<size_t>(s)]->RequestTextureRebuild();
+        mvReadySignature.fill(-1);
+        mvDrawnIndex.fill(-1);
+    }
+    RefreshViews();
+    WakeIdle();
+}
+
 void FrameMain_cls::OnDataChanged()
 {
     if (!mpMain->GetDataTitle().empty())
@@ -783,9 +945,17 @@ void FrameMain_cls::InstallProjectHooks()
                            // width when the window size differs next time.
                            miItemSashPos.Set(mpSplitter->GetSashPosition() - mpSplitter->GetClientSize().x);
                        }
-                       return mCConfList.SerializeAll();
+                       // Each slot's colour-map choice travels with the window's items.
+                       if (mpColorChooser == nullptr)
+                           return mCConfList.SerializeAll();
+                       mpColorChooser->PullFromSlots();
+                       return mCConfList.SerializeAll() + mpColorChooser->GetConfList().SerializeAll();
                    },
-                   [this](LineStream_cls&, const std::wstring& line) { return mCConfList.ReadStrLineAll(line); }});
+                   [this](LineStream_cls&, const std::wstring& line) {
+                       const bool window = mCConfList.ReadStrLineAll(line);
+                       return (mpColorChooser != nullptr && mpColorChooser->GetConfList().ReadStrLineAll(line)) ||
+                              window;
+                   }});
     file.SetHooks(ProjectFile_cls::kHookViewCtrls, {[this] {
                                                         std::wstring text;
                                                         for (const auto& ctrl : mvViewCtrl)
@@ -885,6 +1055,10 @@ void FrameMain_cls::RefreshAfterRead()
     UpdateAnimationMenu();
     if (mpPreviewGUI != nullptr)
         mpPreviewGUI->UpdateFromProperty();
+    if (mpColorChooser != nullptr) {
+        mpColorChooser->PushToSlots();
+        OnSlotColoursChanged(-1);
+    }
     if (mpTimeLine != nullptr)
         mpTimeLine->UpdateFromClock();
     if (mpSequencePanel != nullptr)
@@ -1398,6 +1572,61 @@ void FrameMain_cls::TakeScreenshot()
 {
     const std::wstring path = mStrScreenshotPath;
     mStrScreenshotPath.clear();
+    const bool saved = SaveScreenshot(path);
+    wxGetApp().SetExitCode(saved ? 0 : 1);
+    // Leaves without the quit question and without touching the configuration.
+    Destroy();
+    wxGetApp().ExitMainLoop();
+}
+
+bool FrameMain_cls::ScreenshotEveryStep()
+{
+    // Frame by frame through the working area: show it, let it be drawn in full, save it.
+    TimeCtrl_cls& clock = GetTimeCtrl();
+    if (miShotFrame < 0) {
+        if (!HasAnyData())
+            return true;
+        std::error_code ec;
+        std::filesystem::create_directories(std::filesystem::path(mStrScreenshotEvery), ec);
+        miShotFrame = std::max(0, clock.GetWAMin());
+        clock.SetIndex(miShotFrame);
+        clock.DispatchTimeData();
+        mpTimeLine->UpdateFromClock();
+        miScreenshotIdlePasses = 0;
+        miScreenshotDataPasses = 0;
+        return true;
+    }
+    if (!ScreenshotReady())
+        return true;
+    const std::wstring path =
+        (std::filesystem::path(mStrScreenshotEvery) / WStrPrintf("frame_%04d.png", miShotFrame)).wstring();
+    if (!SaveScreenshot(path)) {
+        wxGetApp().SetExitCode(1);
+        Destroy();
+        wxGetApp().ExitMainLoop();
+        return false;
+    }
+    const int last = std::max(clock.GetWAMax(), std::max(0, clock.GetWAMin()));
+    if (miShotFrame >= last) {
+        mStrScreenshotEvery.clear();
+        wxGetApp().SetExitCode(0);
+        Destroy();
+        wxGetApp().ExitMainLoop();
+        return false;
+    }
+    ++miShotFrame;
+    clock.SetIndex(miShotFrame);
+    clock.DispatchTimeData();
+    mpTimeLine->UpdateFromClock();
+    // The next frame has to be drawn, and the widgets repainted, before it is saved.
+    miScreenshotIdlePasses = 0;
+    miScreenshotDataPasses = 0;
+    RefreshViews();
+    return true;
+}
+
+bool FrameMain_cls::SaveScreenshot(const std::wstring& path)
+{
     const wxSize size = GetClientSize();
     wxImage image;
     {
@@ -1446,10 +1675,7 @@ void FrameMain_cls::TakeScreenshot()
     } else {
         std::fprintf(stderr, "tessan: cannot save the screenshot to %s\n", Narrow(path).c_str());
     }
-    wxGetApp().SetExitCode(saved ? 0 : 1);
-    // Leaves without the quit question and without touching the configuration.
-    Destroy();
-    wxGetApp().ExitMainLoop();
+    return saved;
 }
 
 // --- quit --------------------------------------------------------------------------------------
@@ -1553,6 +1779,10 @@ void FrameMain_cls::WriteStateReport()
     text += mpPreviewGUI->DescribeWidgetPlaces();
     text += DescribeSlots();
     text += mpSequencePanel->DescribeWidgets();
+    text += mpColorChooser->DescribeWidgets();
+    text += mpRenderMenu->DescribeState();
+    if (const PovSettingsDialog_cls* dialog = PovSettingsDialog_cls::GetOpen())
+        text += dialog->DescribeWidgetPlaces();
     if (text == mStrLastState)
         return;
     mStrLastState = text;

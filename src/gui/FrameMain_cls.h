@@ -15,9 +15,12 @@
 #include <string>
 #include <vector>
 
+class ColorMapChooser_cls;
 class DF3GL_cls;
 class ImgSequence_cls;
 class IsosurfSeqGUI_cls;
+class IdleBenchLog_cls;
+class RenderMenu_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -88,6 +91,24 @@ class FrameMain_cls : public wxFrame
     MainGLCanvas_cls* GetExportCanvas();
     /// Base name of exported image sequences ("ImgSequenceName=").
     std::wstring GetImgSeqName() const;
+    /// --screenshot-every: step through every frame of the working area, saving each drawn
+    /// frame as dir/frame_NNNN.png, then exit.
+    void SetScreenshotEvery(const std::wstring& dir) { mStrScreenshotEvery = dir; }
+    /// --play: start playing once the start-up file is open.
+    void SetPlayAtStart(bool play) { mbPlayAtStart = play; }
+    /// --bench-log: log idle passes and played frames to `path`; exit after quitAfter seconds
+    /// (0: no limit) or, when not playing, after stepping through every frame of the working
+    /// area, each step once the frame before is loaded and drawn.
+    void SetBenchLog(const std::string& path, int quitAfter);
+    /// The drawing companion of data slot `slot` (0..3).
+    DF3GL_cls* GetDF3GL(int slot)
+    {
+        return slot >= 0 && slot < 4 ? mvpDF3GL[static_cast<size_t>(slot)].get() : nullptr;
+    }
+    /// Shows scene frame `frame` (-1: the clock's frame) with every slot's frame brought up in
+    /// full (voxels processed, textures bound) and the views repainted, as the export needs it.
+    void PrepareFrameForExport(int frame);
+
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
@@ -190,6 +211,14 @@ class FrameMain_cls : public wxFrame
     void SetExtraViewShown(bool shown);
     bool ScreenshotReady();
     void TakeScreenshot();
+    /// Saves the client area with the GL views as PNG; false when it cannot be saved.
+    bool SaveScreenshot(const std::wstring& path);
+    /// One step of --screenshot-every; true while frames are left.
+    bool ScreenshotEveryStep();
+    /// The colours of slot `slot` changed: textures with baked colours are made again.
+    void OnSlotColoursChanged(int slot);
+    /// Ends a --bench-log run: writes the log and exits.
+    void FinishBench();
     void RunStartupThreads();
     void WriteStateReport();
 
@@ -251,6 +280,16 @@ class FrameMain_cls : public wxFrame
     std::unique_ptr<ImgSequence_cls> mpImgSequence;
     std::unique_ptr<IsosurfSeqGUI_cls> mpIsosurfSeqGUI;
     std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::unique_ptr<RenderMenu_cls> mpRenderMenu;
+    ColorMapChooser_cls* mpColorChooser = nullptr;
+    std::wstring mStrScreenshotEvery;
+    int miShotFrame = -1; ///< frame --screenshot-every shows now (-1: not started)
+    bool mbPlayAtStart = false;
+    std::unique_ptr<IdleBenchLog_cls> mpBenchLog;
+    int miQuitAfter = 0;
+    bool mbBenchHadData = false;
+    bool mbBenchFinished = false;
+    int miBenchLastFrame = -1;
     std::wstring mStrLastState; ///< the last report written
 
     wxDECLARE_EVENT_TABLE();

@@ -52,6 +52,11 @@ bool MyApp::OnInit()
         frame->SetClientSize(msCommandLine.GetWidth(), msCommandLine.GetHeight());
     if (!msCommandLine.GetScreenshotPath().empty())
         frame->SetScreenshotPath(Widen(msCommandLine.GetScreenshotPath()));
+    if (!msCommandLine.GetScreenshotEvery().empty())
+        frame->SetScreenshotEvery(Widen(msCommandLine.GetScreenshotEvery()));
+    frame->SetPlayAtStart(msCommandLine.GetPlay());
+    if (!msCommandLine.GetBenchLog().empty())
+        frame->SetBenchLog(msCommandLine.GetBenchLog(), msCommandLine.GetQuitAfter());
     frame->Show(true);
     SetTopWindow(frame);
     if (!msCommandLine.GetFile().empty()) {

@@ -93,6 +93,18 @@ const std::vector<Shortcut_cls::Record>& Shortcut_cls::Records()
         {0, "&Animation", "", "", "", "", "", kSeparator},
         {kIdUseTimeRemap, "&Animation", "UseTimeRemap", "Use time-remap",
          "Show the data frames through the time-remap curve", "", "", kCheck},
+        {kIdSnapshot, "&Render", "Snapshot", "&Snapshot", "Write the current frame's scene and render it by Pov-Ray",
+         "F6", "", kNormal},
+        {kIdExportSnapshot, "&Render", "ExportSnapshot", "Export S&napshot",
+         "Write the current frame's .pov and .ini files without rendering", "", "", kNormal},
+        {0, "&Render", "", "", "", "", "", kSeparator},
+        {kIdExportAnim, "&Render", "ExportAnim", "&Export sequence",
+         "Write the .pov and .ini files of every frame and the script RenderAnim.sh", "", "", kNormal},
+        {kIdRenderAnim, "&Render", "RenderAnim", "&Render sequence",
+         "Render every frame by Pov-Ray, one after the other; again to stop", "Ctrl+F6", "", kNormal},
+        {0, "&Render", "", "", "", "", "", kSeparator},
+        {kIdPovSettings, "&Render", "PovSettings", "Ray-tracer se&ttings...",
+         "Pov-Ray path, working directory, image size and quality", "", "", kNormal},
         {kIdAbout, "&Help", "About", "&About...", "About Kivrel Tessan", "F1", "", kNormal},
     };
     return sRecords;

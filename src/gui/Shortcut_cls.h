@@ -37,6 +37,11 @@ enum ShortcutId : int {
     kIdCloseData,
     kIdExportImgSeq,
     kIdExportIsoSeq,
+    kIdSnapshot,
+    kIdExportSnapshot,
+    kIdExportAnim,
+    kIdRenderAnim,
+    kIdPovSettings,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

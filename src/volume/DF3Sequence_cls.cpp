@@ -330,8 +330,9 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
     if (!tex.IsTexObjectGenFinished()) {
         if (!tex.GenerateTexObjects(df3, full))
             return kIdleFailed;
-        // The textures now hold the current contents; processing marked the frame dirty.
-        if (tex.IsTexObjectGenFinished())
+        // The textures now hold (or, while the job runs on in later steps, are being made from)
+        // the current contents; processing marked the frame dirty.
+        if (tex.IsTexObjectGenFinished() || tex.IsTexObjectGenInProcess())
             df3.Clean();
         if (!full)
             return kIdleStep;

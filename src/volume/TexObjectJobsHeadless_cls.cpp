@@ -7,6 +7,9 @@ bool TexObjectJobsHeadless_cls::StartGenerate(DF3_cls& frame, uint32_t& total)
 {
     if (!frame.IsAllocated())
         return false;
+    // The kind is fixed when the job starts, as with OpenGL textures: a job that runs on over
+    // several steps is of the kind the preview asks for now.
+    Set3DTexture(GetPreviewProperty().Is3DTexture());
     total = 1;
     return true;
 }

@@ -43,6 +43,10 @@ bool TexObjectJobs_cls::GenerateTexObjects(DF3_cls& frame, bool full)
         // Textures show the processed voxels: the filter chain runs once per generation.
         frame.ProcessXYZData();
         mCGen.Initialize(total < 1 ? 1 : total);
+        // Processing a large frame takes about as long as making its textures: in idle time
+        // they are two steps, so that neither adds to the other in one pass.
+        if (!full)
+            return true;
     } else {
         mCGen.Initialize(mCGen.GetTotal());
     }

@@ -16,7 +16,8 @@ class TexObjectJobs_cls
 
     // --- jobs (GUI thread; the thread that owns the GL context for the OpenGL implementation) --
     /// One step of generation (all of it with full). The first step of a job runs the frame's
-    /// processing (DF3_cls::ProcessXYZData), so textures always show processed voxels. Generating
+    /// processing (DF3_cls::ProcessXYZData), so textures always show processed voxels; without
+    /// full that is all the first step does. Generating
     /// again after a finished job starts over. False when a unit failed (the job is then dropped).
     bool GenerateTexObjects(DF3_cls& frame, bool full);
     /// One step of filling the generated textures with texels (all of it with full). Without

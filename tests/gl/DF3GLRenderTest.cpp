@@ -405,8 +405,11 @@ TEST_F(GLRender, JobsRunInStepsWithBindProgress)
     TexObjectGL_cls* tex = mpGL->GetCurrentTexObject();
     ASSERT_NE(tex, nullptr);
     tex->SetTimeBudget(0); // one unit per step
+    // The first step runs the processing only; the textures follow one axis per step.
     EXPECT_TRUE(mpGL->GenerateTexObjects(false, false));
     EXPECT_TRUE(tex->IsTexObjectGenInProcess());
+    EXPECT_EQ(tex->GetSliceCount(0), 0);
+    EXPECT_TRUE(mpGL->GenerateTexObjects(false, false));
     EXPECT_EQ(tex->GetSliceCount(0), kN);
     EXPECT_EQ(tex->GetSliceCount(1), 0) << "one axis per step";
     while (!tex->IsTexObjectGenFinished())

@@ -357,7 +357,7 @@ def case_window(binary):
         s = app.state()
         check(s["status0"] == "Powered by wxWidgets" and s["status1"] == "field_1" and s["status2"] == "field_2",
               "status bar texts: %r" % [s.get("status%d" % i) for i in range(3)])
-        check(s["menus"] == "File,Edit,View,Animation,Filter,Help", "menus: %r" % s["menus"])
+        check(s["menus"] == "File,Edit,View,Animation,Render,Filter,Help", "menus: %r" % s["menus"])
         check(s["layout"] == "one", "starts with one view")
         v = app.view(3)
         check(v["name"] == "Perspective" and v["w"] > 400 and v["h"] > 400, "one large perspective view: %r" % v)
@@ -1204,6 +1204,369 @@ def case_stack_series(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+
+# --- rendering -----------------------------------------------------------------------------------
+
+def render_setup(folder, sample_frames, delay, extra=""):
+    """A folder with the series, a stand-in for the ray tracer that logs when each run starts and
+    ends (and waits `delay` seconds before running the real POV-Ray), and a configuration with a
+    tiny, quick picture seen from the perspective view."""
+    paths = write_series(folder, frames=sample_frames)
+    log = os.path.join(folder, "povray.log")
+    wrapper = os.path.join(folder, "slowpov.sh")
+    with open(wrapper, "w") as f:
+        f.write("#!/bin/sh\n"
+                "echo \"start $(date +%%s.%%N) $1\" >> %s\n"
+                "sleep %s\n"
+                "/usr/bin/povray \"$@\" >/dev/null 2>&1; rc=$?\n"
+                "echo \"end $(date +%%s.%%N) $1\" >> %s\n"
+                "exit $rc\n" % (log, delay, log))
+    os.chmod(wrapper, 0o755)
+    os.makedirs(os.path.join(folder, "out"), exist_ok=True)
+    with open(os.path.join(folder, "KivrelConfigure.txt"), "w") as f:
+        f.write("POVRAY_PATH=%s\nWORKING_DIR=%s/POV\nPovOutputDir=%s/out\nPovImageWidth=64\n"
+                "PovImageHeight=48\nPovAntialias=0\nPovRenderCamera=3\nPovWorkThread=1\n%s"
+                % (wrapper, folder, folder, extra))
+    return paths, log
+
+
+def read_runs(log):
+    """(start, end, ini) of every ray-tracer run in the stand-in's log, in start order."""
+    starts, ends = {}, {}
+    if not os.path.exists(log):
+        return []
+    with open(log) as f:
+        for line in f:
+            kind, t, ini = line.split()
+            (starts if kind == "start" else ends)[ini] = float(t)
+    return sorted((starts[i], ends.get(i), i) for i in starts)
+
+
+def images(folder):
+    return sorted(n for n in os.listdir(os.path.join(folder, "out")) if n.endswith(".png"))
+
+
+def watch(app, until, timeout, seen):
+    """Polls the state until `until(state)`, collecting what status field 2, the render button
+    and the gauge showed on the way."""
+    end = time.time() + timeout
+    while time.time() < end:
+        s = app.state()
+        for key in ("status2", "render_button", "gauge"):
+            if key in s and (not seen[key] or seen[key][-1] != s[key]):
+                seen[key].append(s[key])
+        if s and until(s):
+            return s
+        check(app.proc.poll() is None, "the program ended: " + app.stderr())
+        time.sleep(0.05)
+    raise Failure("timed out; seen %r" % seen)
+
+
+def case_render_sequence(binary):
+    """Render sequence from the window: every frame of the 24-frame series becomes one picture,
+    one ray tracer at a time, with "PovRendering i/24" in the status bar, the gauge moving and the
+    render button showing StopAnim in red on white while the sequence runs."""
+    work = tempfile.mkdtemp(prefix="tessan-render-")
+    try:
+        paths, log = render_setup(work, 24, "0.3")
+        app = App(binary, answers="yes", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 never drawn")
+            s = app.state()
+            check(s["render"] == "0 0 0 0 0", "nothing renders at the start: %r" % s["render"])
+            check(s["render_button"].startswith("Render Anim|"), "the button: %r" % s["render_button"])
+            app.key("ctrl+F6")
+            seen = {"status2": [], "render_button": [], "gauge": []}
+            watch(app, lambda s: s["render"].startswith("1 "), 60, seen)
+            s = watch(app, lambda s: s["render"] == "0 24 24 0 0" and s.get("status2") == "not rendering", 120, seen)
+            check("You are goint to render sequence." in app.stderr(), "the question was asked")
+            names = images(work)
+            check(names == ["povanim%04d.png" % i for i in range(24)], "24 pictures: %r" % names)
+            runs = read_runs(log)
+            check(len(runs) == 24, "24 runs: %d" % len(runs))
+            for (s0, e0, ini0), (s1, _, ini1) in zip(runs, runs[1:]):
+                check(e0 is not None and s1 >= e0, "%s started before %s ended" % (ini1, ini0))
+            check([r[2] for r in runs] == [os.path.join(work, "POV", "povanim%04d.ini" % i) for i in range(24)],
+                  "frames in order")
+            shown = [t for t in seen["status2"] if t.startswith("PovRendering ")]
+            numbers = [int(t.split()[1].split("/")[0]) for t in shown]
+            check(len(numbers) >= 5 and all(t.endswith("/24") for t in shown), "status texts: %r" % shown)
+            check(numbers == sorted(numbers) and numbers[-1] == 24, "counting up to 24: %r" % numbers)
+            check(seen["status2"][-1] == "not rendering", "ends with 'not rendering': %r" % seen["status2"])
+            check("StopAnim|#FF0000|#FFFFFF" in seen["render_button"], "StopAnim in red on white: %r"
+                  % seen["render_button"])
+            check(seen["render_button"][-1].startswith("Render Anim|"), "the button comes back")
+            values = [int(g.split()[0]) for g in seen["gauge"] if g.endswith(" 1")]
+            check(len(values) >= 5 and values == sorted(values) and values[-1] >= 90, "gauge: %r" % seen["gauge"])
+            check(s["gauge"].endswith(" 0"), "the gauge goes when done: %r" % s["gauge"])
+            check(s["frame"] == "0", "the clock is back on the frame shown before: %r" % s["frame"])
+            with open(os.path.join(work, "POV", "povanim0007.pov")) as f:
+                scene = f.read()
+            check("density_file df3 \"povanim0007_BOX0.df3\"" in scene or "povanim0007_BOX0.df3" in scene,
+                  "frame 7's scene reads frame 7's data")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_render_stop(binary):
+    """The render button stops a running sequence after the frame being rendered: that picture
+    is finished, no further frame starts."""
+    work = tempfile.mkdtemp(prefix="tessan-stop-")
+    try:
+        paths, log = render_setup(work, 24, "1.0")
+        app = App(binary, answers="yes,yes", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 never drawn")
+            app.key("ctrl+F6")
+            seen = {"status2": [], "render_button": [], "gauge": []}
+            watch(app, lambda s: s.get("status2") == "PovRendering 3/24", 60, seen)
+            check(seen["render_button"][-1] == "StopAnim|#FF0000|#FFFFFF", "StopAnim while rendering")
+            # Pressing the button itself, as a user would.
+            x, y, w, h = [int(v) for v in app.state()["render_button_place"].split()]
+            subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
+            s = watch(app, lambda s: s["render"].startswith("0 ") and s.get("status2") == "not rendering", 30, seen)
+            check("Rendering sequence is running." in app.stderr(), "the stop question was asked")
+            time.sleep(2.5)  # a frame started by mistake would show up in the log by now
+            runs = read_runs(log)
+            stopped_at = int(s["render"].split()[1])
+            check(3 <= len(runs) <= 4 and len(runs) == stopped_at, "runs %d, index %d" % (len(runs), stopped_at))
+            check(all(e is not None for _, e, _ in runs), "the running frame was finished")
+            check(images(work) == ["povanim%04d.png" % i for i in range(len(runs))], "pictures: %r" % images(work))
+            check(app.state()["render_button"].startswith("Render Anim|"), "the button is back")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_snapshot(binary):
+    """Snapshot writes the shown frame's scene and renders one picture of it; with stereo output
+    the "Stereogram Snapshot" choice makes two, one per eye."""
+    work = tempfile.mkdtemp(prefix="tessan-snap-")
+    try:
+        paths, log = render_setup(work, 6, "0")
+        app = App(binary, answers="0", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            app.key("Right")
+            app.key("Right")
+            app.wait_for(lambda s: s["frame"] == "2", "two steps forward")
+            app.key("F6")
+            end = time.time() + 60
+            while time.time() < end and (len(read_runs(log)) < 1 or any(e is None for _, e, _ in read_runs(log))):
+                time.sleep(0.1)
+            check(images(work) == ["povsnap0002.png"], "one picture of frame 2: %r" % images(work))
+            check(sorted(os.listdir(os.path.join(work, "POV"))) == ["povsnap0002.ini", "povsnap0002.pov",
+                                                                     "povsnap0002_BOX0.df3"],
+                  "the snapshot's files: %r" % os.listdir(os.path.join(work, "POV")))
+            check(Picture(os.path.join(work, "out", "povsnap0002.png")).distinct_colours() > 3,
+                  "the picture shows something")
+            s = app.state()
+            check(s["status0"].startswith("Render by Pov-Ray. Output to "), "status: %r" % s["status0"])
+        finally:
+            app.close(keep=True)
+        # Stereo: the choice is asked; answer 0 takes both eyes.
+        with open(os.path.join(work, "KivrelConfigure.txt"), "a") as f:
+            f.write("PovStereoEye=1\n")
+        app = App(binary, answers="0", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            app.key("F6")
+            end = time.time() + 60
+            while time.time() < end and (len(read_runs(log)) < 3 or any(e is None for _, e, _ in read_runs(log))):
+                time.sleep(0.1)
+            check("prompt: Stereogram Snapshot: Rendering with Stereogram." in app.stderr(), "the stereo choice")
+            check(images(work) == ["povsnap0002.png", "povsnapL0000.png", "povsnapR0000.png"],
+                  "one picture per eye: %r" % images(work))
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_pov_settings(binary):
+    """The settings dialog changes the picture width; the exported option files carry it, and
+    Undo brings the old width back for the next export."""
+    work = tempfile.mkdtemp(prefix="tessan-povset-")
+    try:
+        paths, _ = render_setup(work, 6, "0")
+        app = App(binary, answers="yes", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            menu(app, "r", ["Down"] * 4)
+            s = app.wait_for(lambda s: "povdlg.PovImageWidth" in s, "the settings dialog never opened")
+            check("povdlg.PovRenderBlockSize" not in s, "expert settings start hidden")
+            for key in ("POVRAY_PATH", "WORKING_DIR", "PovWorkThread", "PovRemoveFile", "PovImageHeight",
+                        "PovAntialias", "PovOutputType", "PovRadiosity", "PovPhotons", "PovFocalBlur", "PovBGColor",
+                        "PovRenderRegion", "PovShowTweaks"):
+                check("povdlg." + key in s, "the dialog shows %s" % key)
+            x, y, w, h = [int(v) for v in s["povdlg.PovImageWidth"].split()]
+            subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
+            subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+            subprocess.run(["xdotool", "type", "7x"], check=True)
+            x, y, w, h = [int(v) for v in s["povdlg.ok"].split()]
+            subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
+            end = time.time() + 10
+            while "Invalid value: PovImageWidth" not in app.stderr() and time.time() < end:
+                time.sleep(0.1)
+            check("prompt: Error!: Invalid value: PovImageWidth" in app.stderr(), "a bad width is refused")
+            check("povdlg.ok" in app.state(), "the dialog stays open")
+            x, y, w, h = [int(v) for v in s["povdlg.PovImageWidth"].split()]
+            subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
+            subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+            subprocess.run(["xdotool", "type", "72"], check=True)
+            x, y, w, h = [int(v) for v in s["povdlg.ok"].split()]
+            subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
+            s = app.wait_for(lambda s: "povdlg.ok" not in s and s["undo"].startswith("Undo Ray-tracer Settings"),
+                             "OK did not close the dialog as one undo step")
+            # Render > Export sequence.
+            menu(app, "r", ["Down"] * 2)
+            ini = os.path.join(work, "POV", "povanim0005.ini")
+            app.wait_for(lambda s: s["status0"] == "Disk Output Suceed.povanim0005.ini", "the export never ended")
+            with open(ini) as f:
+                text = f.read()
+            check("Width=72\n" in text and "Height=48\n" in text, "the new width is exported: %r" % text)
+            with open(os.path.join(work, "POV", "RenderAnim.sh")) as f:
+                check(f.read().startswith("trap ctrl_c INT\n"), "the render script is written")
+            check(images(work) == [], "exporting renders nothing")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["redo"].startswith("Redo Ray-tracer Settings"), "Undo of the settings")
+            os.remove(ini)
+            menu(app, "r", ["Down"] * 2)
+            end = time.time() + 30
+            while not os.path.exists(ini) and time.time() < end:
+                time.sleep(0.1)
+            time.sleep(0.5)
+            with open(ini) as f:
+                check("Width=64\n" in f.read(), "after Undo the old width is exported")
+            # Redo, quit: the configuration keeps the width for the next start.
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Ray-tracer Settings"), "Redo of the settings")
+            app.key("ctrl+q")
+            check(app.proc.wait(20) == 0, "quit")
+            with open(os.path.join(work, "KivrelConfigure.txt"), encoding="utf-8") as f:
+                conf = f.read()
+            check("PovImageWidth=72\n" in conf and "POVRAY_PATH=" in conf, "settings saved: %r" % conf)
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_colour_map(binary):
+    """Choosing a palette for the slot changes the hue of the preview (colours baked into the
+    textures, so the textures are made again)."""
+    work = tempfile.mkdtemp(prefix="tessan-cmap-")
+    try:
+        # A soft ball of middle density: the palette's hue there is far from white.
+        n = 24
+        body = bytearray(n * n * n)
+        c = (n - 1) / 2.0
+        for z in range(n):
+            for y in range(n):
+                for x in range(n):
+                    if (x - c) ** 2 + (y - c) ** 2 + (z - c) ** 2 < (n * 0.4) ** 2:
+                        body[(z * n + y) * n + x] = 90
+        paths = []
+        for k in range(2):
+            paths.append(os.path.join(work, "ball_%04d.df3" % k))
+            with open(paths[-1], "wb") as f:
+                f.write(n.to_bytes(2, "big") * 3 + bytes(body))
+        with open(os.path.join(work, "KivrelConfigure.txt"), "w") as f:
+            f.write("PreviewTextureType=2\n")
+        app = App(binary, args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("2 0 0 1"), "frame 0 never drawn")
+            check(s["cmap.value"] == "0 0", "white at the start: %r" % s["cmap.value"])
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            before = app.grab("before.png")
+
+            def mean(pic):
+                tot = [0, 0, 0]
+                n = 0
+                for y in range(cy - 20, cy + 20):
+                    for x in range(cx - 20, cx + 20):
+                        p = pic.pixel(x, y)
+                        tot = [a + b for a, b in zip(tot, p)]
+                        n += 1
+                return [t / n for t in tot]
+            m0 = mean(before)
+            check(max(m0) - min(m0) < 25 and max(m0) > 80, "grey/white before: %r" % m0)
+            x, y, w, h = [int(v) for v in s["cmap.choice"].split()]
+            subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "5"], check=True)
+            app.wait_for(lambda s: s["cmap.value"] == "0 1", "the wheel picks palette 1")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("2 0 0 1"), "frame 0 not drawn again")
+            # The textures are made again in idle time; the new colours come within a few passes.
+            end = time.time() + 15
+            m1 = mean(app.grab("after.png"))
+            while not (m1[0] - m1[2] > 60 and m1[0] > 120) and time.time() < end:
+                m1 = mean(app.grab("after.png"))
+            check(m1[0] - m1[2] > 60 and m1[0] > 120, "red hue after: %r (before %r)" % (m1, m0))
+            # Back to white: the hue goes again.
+            subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "4"], check=True)
+            app.wait_for(lambda s: s["cmap.value"] == "0 0", "the wheel goes back to White")
+            end = time.time() + 15
+            m2 = mean(app.grab("white.png"))
+            while max(m2) - min(m2) >= 25 and time.time() < end:
+                m2 = mean(app.grab("white.png"))
+            check(max(m2) - min(m2) < 25, "grey/white again: %r" % m2)
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_screenshot_every(binary):
+    """--screenshot-every shows every frame in turn and saves each; the pictures differ as the
+    frames do."""
+    work = tempfile.mkdtemp(prefix="tessan-every-")
+    try:
+        paths = write_series(work, frames=6)
+        out = os.path.join(work, "shots")
+        env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1")
+        r = subprocess.run([binary, "--size", "640x480", "--screenshot-every", out, paths[0]], cwd=work,
+                           capture_output=True, text=True, timeout=120, env=env)
+        check(r.returncode == 0, "exit code %d: %s" % (r.returncode, r.stderr))
+        expected = [os.path.join(out, "frame_%04d.png" % i) for i in range(6)]
+        check(r.stdout.split() == expected, "printed paths: %r" % r.stdout)
+        pics = [Picture(p) for p in expected]
+        w, bottom = view_box(pics[0])
+        for i in range(5):
+            d = region_difference(pics[i], pics[i + 1], 0, 0, w, bottom)
+            check(d > 0.05, "frames %d and %d look the same (%.3f)" % (i, i + 1, d))
+        check_volume_shown(pics[0], "frame 0")
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_render_error(binary):
+    """A ray tracer that cannot be started stops the sequence after its first frame with the
+    message that says so; nothing further is started."""
+    work = tempfile.mkdtemp(prefix="tessan-rerr-")
+    try:
+        paths, log = render_setup(work, 6, "0", extra="POVRAY_PATH=%s/no-such-povray\n" % work)
+        app = App(binary, answers="yes", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            app.key("ctrl+F6")
+            seen = {"status2": [], "render_button": [], "gauge": []}
+            watch(app, lambda s: "Failed to start or finish Pov-Ray." in app.stderr(), 60, seen)
+            s = watch(app, lambda s: s["render"].startswith("0 ") and s["render"].endswith(" 0 0"), 30, seen)
+            err = app.stderr()
+            check("Animation sequence is automatically stopped." in err, "the sequence is stopped: %r" % err)
+            check(s["render"].split()[1] == "1", "only the first frame was started: %r" % s["render"])
+            time.sleep(1.0)
+            check(app.state()["render"].split()[1] == "1", "nothing started afterwards")
+            check(images(work) == [], "no pictures")
+            check(app.state()["render_button"].startswith("Render Anim|"), "the button is back")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1224,6 +1587,13 @@ CASES = {
     "img_sequence": case_img_sequence,
     "iso_sequence": case_iso_sequence,
     "stack_series": case_stack_series,
+    "render_sequence": case_render_sequence,
+    "render_stop": case_render_stop,
+    "snapshot": case_snapshot,
+    "pov_settings": case_pov_settings,
+    "colour_map": case_colour_map,
+    "screenshot_every": case_screenshot_every,
+    "render_error": case_render_error,
 }
 
 if __name__ == "__main__":

@@ -153,10 +153,11 @@ TEST(DF3SeqCtrl, StagesReturnOneStepAtATime)
     using S = DF3Sequence_cls;
     {
         PreviewGuard p(false, PreviewProperty_cls::kTexAlpha);
-        // header+buffers, body, axis buffers, axis copies, stale textures, generation, binding
+        // header+buffers, body, axis buffers, axis copies, stale textures, processing, generation,
+        // binding
         EXPECT_EQ(StagesOf(fx.seq, 0, false),
                   (std::vector<int>{S::kIdleStep, S::kIdleStep, S::kIdleStep, S::kIdleStep, S::kIdleStep, S::kIdleStep,
-                                    S::kIdleBound, S::kIdleNothing}));
+                                    S::kIdleStep, S::kIdleBound, S::kIdleNothing}));
         DF3_cls& f0 = *fx.seq.GetDF3(0);
         EXPECT_TRUE(f0.IsReadFinished());
         EXPECT_TRUE(f0.IsXYConstructFinished());
@@ -175,13 +176,13 @@ TEST(DF3SeqCtrl, StagesReturnOneStepAtATime)
         PreviewGuard p(true, PreviewProperty_cls::kTexRGBA);
         // A 3D texture needs no axis copies.
         EXPECT_EQ(StagesOf(fx.seq, 2, false), (std::vector<int>{S::kIdleStep, S::kIdleStep, S::kIdleStep, S::kIdleStep,
-                                                                S::kIdleBound, S::kIdleNothing}));
+                                                                S::kIdleStep, S::kIdleBound, S::kIdleNothing}));
         EXPECT_FALSE(fx.seq.GetDF3(2)->IsAllocatedXY());
         EXPECT_TRUE(fx.seq.GetTexJobs(2)->Is3DTexture());
         EXPECT_EQ(fx.seq.GetTexJobs(2)->GetAllocatedTextureKB(), 2u);
         // Frame 0's 2D textures are of the other kind: replaced on the next pass.
         EXPECT_EQ(StagesOf(fx.seq, 0, false),
-                  (std::vector<int>{S::kIdleStep, S::kIdleStep, S::kIdleBound, S::kIdleNothing}));
+                  (std::vector<int>{S::kIdleStep, S::kIdleStep, S::kIdleStep, S::kIdleBound, S::kIdleNothing}));
         EXPECT_TRUE(fx.seq.GetTexJobs(0)->Is3DTexture());
         // Indexes beyond the last frame mean the last frame.
         EXPECT_EQ(fx.seq.IdleProcessesMain(99, false, false), S::kIdleNothing);
@@ -510,7 +511,7 @@ TEST(DF3SeqCtrl, PlaybackPrefetchPreparesTheNextStepOfEverySlot)
     PreviewGuard p(true, PreviewProperty_cls::kTexAlpha);
     EXPECT_EQ(fx.ctrl.PrefetchForPlay(1, [] { return false; }), 0) << "no spare time, no work";
     const int stages = fx.ctrl.PrefetchForPlay(1, [] { return true; });
-    EXPECT_EQ(stages, 2 * 5) << "five stages per frame with a 3D texture";
+    EXPECT_EQ(stages, 2 * 6) << "six stages per frame with a 3D texture";
     EXPECT_TRUE(fx.Bound(1));
     EXPECT_TRUE(fx.ctrl.GetSequence(2).GetTexJobs(1)->IsTexObjectBindFinished());
     EXPECT_FALSE(fx.seq.GetDF3(0)->IsAllocated()) << "only the next step";

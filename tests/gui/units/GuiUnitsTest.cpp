@@ -145,10 +145,12 @@ TEST(Shortcut, BlockRoundTripAndMenuModel)
 
     // The menu model carries the user's keys after a tab; separators have no label.
     const auto model = b.BuildMenuModel();
-    ASSERT_EQ(model.size(), 5u);
+    ASSERT_EQ(model.size(), 6u);
     EXPECT_EQ(model[0].mStrTitle, L"&File");
     EXPECT_EQ(model[1].mStrTitle, L"&Edit");
     EXPECT_EQ(model[3].mStrTitle, L"&Animation");
+    EXPECT_EQ(model[4].mStrTitle, L"&Render");
+    EXPECT_EQ(model[5].mStrTitle, L"&Help");
     bool sawOpen = false, sawRecent = false;
     for (const auto& e : model[0].mvEntries) {
         if (e.miId == kIdOpenProject) {

@@ -1,0 +1,274 @@
+// Sections: construction and hooks; commands; render button; idle step and state.
+#include "gui/RenderMenu_cls.h"
+
+#include "anim/TimeCtrl_cls.h"
+#include "config/Main_cls.h"
+#include "config/TextFormat.h"
+#include "config/Translate.h"
+#include "config/UserPrompt_cls.h"
+#include "filter/FilterCtrl_cls.h"
+#include "gl/DF3GL_cls.h"
+#include "gui/FrameMain_cls.h"
+#include "gui/GLCanvasCtrl_cls.h"
+#include "gui/PovSettingsDialog_cls.h"
+#include "gui/Shortcut_cls.h"
+#include "pov/PovExport_cls.h"
+#include "pov/PovSceneObjects_cls.h"
+#include "volume/DF3SeqCtrl_cls.h"
+#include "volume/DF3Sequence_cls.h"
+#include "volume/DF3_cls.h"
+
+#include <wx/app.h>
+#include <wx/button.h>
+#include <wx/gauge.h>
+#include <wx/statusbr.h>
+#include <wx/utils.h>
+
+#include <algorithm>
+#include <filesystem>
+
+// --- construction and hooks --------------------------------------------------------------------
+
+RenderMenu_cls::RenderMenu_cls(FrameMain_cls* frame, Main_cls* main)
+    : mpFrame(frame), mpMain(main), mpExport(&main->GetPovExport())
+{
+    mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnSnapshot, this, kIdSnapshot);
+    mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnExportSnapshot, this, kIdExportSnapshot);
+    mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnExportAnim, this, kIdExportAnim);
+    mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnRenderAnim, this, kIdRenderAnim);
+    mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnPovSettings, this, kIdPovSettings);
+    InstallHooks();
+}
+
+RenderMenu_cls::~RenderMenu_cls()
+{
+    // The export outlives the window: it must not call back into it.
+    PovRay_cls& pov = mpExport->GetPovRay();
+    pov.SetWakeHook(nullptr);
+    pov.SetRenderButtonHook(nullptr);
+    pov.StopRenderAnim();
+    mpExport->mCameraOfPanel0 = nullptr;
+    mpExport->mDoesFilterExist = nullptr;
+    mpExport->mPrepareFrame = nullptr;
+    mpExport->mUpdateFilterParameters = nullptr;
+    mpExport->mPumpEvents = nullptr;
+    mpExport->mDataBoxes = nullptr;
+    mpExport->mObjects = nullptr;
+    mpExport->mFog = nullptr;
+}
+
+void RenderMenu_cls::InstallHooks()
+{
+    PovRay_cls& pov = mpExport->GetPovRay();
+    // Render threads report from their own thread; waking the idle loop is safe from any thread
+    // and the loop picks the news up in IdleStep.
+    pov.SetWakeHook([] { wxWakeUpIdle(); });
+    pov.SetRenderButtonHook([this](bool rendering) { SetRenderButton(rendering); });
+
+    // The camera of the view panel that "PovRenderCamera=" names (panel 0 unless set).
+    mpExport->mCameraOfPanel0 = [this] {
+        const unsigned chosen = mpExport->GetPovRay().GetRender().GetCamera();
+        const int view = chosen < static_cast<unsigned>(FrameMain_cls::kViewCount) ? static_cast<int>(chosen) : 0;
+        return mpFrame->GetViewCtrl(view).GetCamera();
+    };
+    // The preview draws every slot that holds data, so every such slot is a volume object; the
+    // other kinds are items of the chains.
+    mpExport->mDoesFilterExist = [this](int kind) {
+        DF3SeqCtrl_cls& slots = mpMain->GetSeqCtrl();
+        for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+            DF3Sequence_cls& sequence = slots.GetSequence(slot);
+            if (kind == PovExport_cls::kVolume && sequence.GetFrameCount() > 0)
+                return true;
+            if (sequence.GetFilterCtrl().DoesFilterExist(kind, 0, nullptr))
+                return true;
+        }
+        return false;
+    };
+    mpExport->mPrepareFrame = [this](int frame) { mpFrame->PrepareFrameForExport(frame); };
+    // Every chain's animated settings at the frame's time, for the objects the chains export.
+    mpExport->mUpdateFilterParameters = [this](double time) {
+        for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot)
+            mpMain->GetSeqCtrl().GetSequence(slot).GetFilterCtrl().UpdateParameters(time);
+    };
+    // The gauge and the status texts are drawn between frames; input stays blocked meanwhile.
+    mpExport->mPumpEvents = [this] {
+        if (wxStatusBar* bar = mpFrame->GetStatusBar())
+            bar->Update();
+    };
+    // The chains' other items become scene text from the frame the window brought up; the
+    // volumes stay the window's own boxes, drawn the size the preview shows them.
+    mpSceneObjects = std::make_unique<PovSceneObjects_cls>(&mpMain->GetSeqCtrl(), &mpMain->GetTimeCtrl(),
+                                                           &mpMain->GetColoring(), &mpMain->GetBoxSize());
+    PovExport_cls* exporter = mpExport;
+    mpExport->mObjects = [this, exporter](int frame, double time) {
+        return mpSceneObjects->GetObjects(frame, time, exporter->GetPovRay().GetWorkingDir(),
+                                          exporter->GetCurrentStem());
+    };
+    mpExport->mFog = [this](double time) { return mpSceneObjects->GetFog(time); };
+    mpExport->mDataBoxes = [this](int /*frame*/) {
+        // The frames were brought up by mPrepareFrame for this frame; each slot's current frame
+        // becomes one box the size the preview draws it.
+        std::vector<PovExport_cls::DataBox> boxes;
+        DF3SeqCtrl_cls& slots = mpMain->GetSeqCtrl();
+        const std::array<double, 3> scale = DF3GL_cls::GetBoxScale();
+        for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+            DF3Sequence_cls& sequence = slots.GetSequence(slot);
+            const DF3_cls* df3 = sequence.GetCurrentDF3();
+            if (df3 == nullptr)
+                continue;
+            const uint8_t* voxels = df3->GetXYZData();
+            if (sequence.IsFilterProcessRequired() && df3->IsProcessed() && df3->GetProcessedData() != nullptr)
+                voxels = df3->GetProcessedData();
+            if (voxels == nullptr || df3->GetCurrentTotalSize() == 0)
+                continue;
+            PovExport_cls::DataBox box;
+            box.pVoxels = voxels;
+            box.uX = df3->GetCurrSize(0);
+            box.uY = df3->GetCurrSize(1);
+            box.uZ = df3->GetCurrSize(2);
+            const double longest = std::max({box.uX, box.uY, box.uZ});
+            const unsigned sizes[3] = {box.uX, box.uY, box.uZ};
+            for (int a = 0; a < 3; ++a)
+                box.dSize[a] = scale[static_cast<size_t>(a)] * sizes[a] / longest;
+            if (const DF3GL_cls* gl = mpFrame->GetDF3GL(slot))
+                box.iColorIndex = gl->GetColorIndex();
+            boxes.push_back(box);
+        }
+        return boxes;
+    };
+}
+
+// --- commands ----------------------------------------------------------------------------------
+
+bool RenderMenu_cls::EnsureWorkingDir()
+{
+    const std::filesystem::path dir(mpExport->GetPovRay().GetWorkingDir());
+    std::error_code ec;
+    if (std::filesystem::is_directory(dir, ec))
+        return true;
+    if (std::filesystem::create_directories(dir, ec) && !ec)
+        return true;
+    GetUserPrompt()->Message(TrW("File output failed. Please check the working directory and its permission."),
+                             TrW("Write Error"));
+    return false;
+}
+
+template <typename Fn> bool RenderMenu_cls::RunExport(Fn&& command)
+{
+    // One export at a time: a command chosen again while files are written is ignored.
+    if (mbBusy || mpExport->GetPovRay().IsExporting())
+        return false;
+    if (!EnsureWorkingDir())
+        return false;
+    TimeCtrl_cls& clock = mpMain->GetTimeCtrl();
+    const int shown = clock.GetIndex();
+    mbBusy = true;
+    wxBusyCursor busy;
+    const bool ok = command();
+    mbBusy = false;
+    // The export walks the clock through the frames; the user gets the frame back they were on.
+    if (clock.GetIndex() != shown) {
+        clock.SetIndex(shown);
+        clock.DispatchTimeData();
+    }
+    mpFrame->PrepareFrameForExport(-1);
+    mpFrame->WakeIdle();
+    return ok;
+}
+
+void RenderMenu_cls::OnSnapshot(wxCommandEvent&)
+{
+    RunExport([this] { return mpExport->CommandSnapshot(true); });
+}
+
+void RenderMenu_cls::OnExportSnapshot(wxCommandEvent&)
+{
+    RunExport([this] { return mpExport->CommandSnapshot(false); });
+}
+
+void RenderMenu_cls::OnExportAnim(wxCommandEvent&)
+{
+    RunExport([this] { return mpExport->CommandExportAnim(); });
+}
+
+void RenderMenu_cls::OnRenderAnim(wxCommandEvent&)
+{
+    // While rendering the command only offers to stop, which writes nothing.
+    if (mpExport->GetPovRay().IsRendering()) {
+        mpExport->CommandRenderAnim();
+        return;
+    }
+    if (RunExport([this] { return mpExport->CommandRenderAnim(); }))
+        mpFrame->WakeIdle();
+}
+
+void RenderMenu_cls::OnPovSettings(wxCommandEvent&)
+{
+    PovSettingsDialog_cls dialog(mpFrame, &mpExport->GetPovRay());
+    dialog.ShowModal();
+}
+
+// --- render button -----------------------------------------------------------------------------
+
+wxButton* RenderMenu_cls::CreateRenderButton(wxWindow* parent)
+{
+    mpButton = new wxButton(parent, wxID_ANY, TrW("Render Anim"));
+    mpButton->SetToolTip(TrW("Render every frame by Pov-Ray, one after the other; again to stop"));
+    mpButton->Bind(wxEVT_BUTTON, [this](wxCommandEvent& event) { OnRenderAnim(event); });
+    SetRenderButton(mpExport->GetPovRay().IsRendering());
+    return mpButton;
+}
+
+void RenderMenu_cls::SetRenderButton(bool rendering)
+{
+    if (mpButton == nullptr)
+        return;
+    if (rendering) {
+        mpButton->SetLabel(PovRay_cls::kStopLabel);
+        mpButton->SetBackgroundColour(wxColour(PovRay_cls::kStopBackground));
+        mpButton->SetForegroundColour(wxColour(PovRay_cls::kStopForeground));
+    } else {
+        mpButton->SetLabel(TrW("Render Anim"));
+        mpButton->SetBackgroundColour(wxNullColour);
+        mpButton->SetForegroundColour(wxNullColour);
+    }
+    mpButton->Refresh();
+}
+
+// --- idle step and state -----------------------------------------------------------------------
+
+void RenderMenu_cls::IdleStep()
+{
+    PovRay_cls& pov = mpExport->GetPovRay();
+    pov.ProcessRenderAnim();
+    // The gauge shows the sequence's progress while it renders and goes once the last frame
+    // (or the one running when it was stopped) is done.
+    const bool active = pov.IsRendering() || pov.IsRenderThreadRunning();
+    if (mbSequenceActive && !active)
+        GetUserPrompt()->SetProgress(-1);
+    mbSequenceActive = active;
+}
+
+std::wstring RenderMenu_cls::DescribeState() const
+{
+    const PovRay_cls& pov = mpExport->GetPovRay();
+    std::wstring text =
+        WStrPrintf("render=%d %u %zu %d %d\n", pov.IsRendering() ? 1 : 0, pov.GetRenderIndex(),
+                   pov.GetCommands().size(), pov.IsRenderThreadRunning() ? 1 : 0, pov.CountRunningSnapThreads());
+    if (mpButton != nullptr) {
+        auto hex = [](const wxColour& c) { return WStrPrintf("#%02X%02X%02X", c.Red(), c.Green(), c.Blue()); };
+        // The colours asked for; the theme may paint the button differently.
+        const wxColour bg = mpButton->GetBackgroundColour();
+        const wxColour fg = mpButton->GetForegroundColour();
+        text += L"render_button=" + mpButton->GetLabel().ToStdWstring() + L"|" + hex(bg) + L"|" + hex(fg) + L"\n";
+        const wxPoint at = mpButton->IsShownOnScreen() ? mpButton->GetScreenPosition() : wxPoint(0, 0);
+        text +=
+            WStrPrintf("render_button_place=%d %d %d %d\n", at.x, at.y, mpButton->GetSize().x, mpButton->GetSize().y);
+    }
+    if (wxStatusBar* bar = mpFrame->GetStatusBar()) {
+        for (wxWindow* child : bar->GetChildren())
+            if (auto* gauge = dynamic_cast<wxGauge*>(child))
+                text += WStrPrintf("gauge=%d %d\n", gauge->GetValue(), gauge->IsShown() ? 1 : 0);
+    }
+    return text;
+}
