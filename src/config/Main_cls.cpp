@@ -6,7 +6,9 @@
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "color/Coloring_cls.h"
+#include "config/ImportList_cls.h"
 #include "config/ProjectFile_cls.h"
+#include "config/TexPropertyCtrl_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
@@ -14,6 +16,7 @@
 #include "pov/StereoGram_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
+#include "volume/TreeBoxRule_cls.h"
 
 #include <algorithm>
 #include <cwctype>
@@ -51,6 +54,9 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mpMainParamGroup->AddMember(1, L"BaseAlpha", &one);
     mpMainParamGroup->AddMember(1, L"Brightness", &one);
     mpColoring = std::make_unique<Coloring_cls>();
+    mpTreeBoxRule = std::make_unique<TreeBoxRule_cls>();
+    mpTexProperty = std::make_unique<TexPropertyCtrl_cls>();
+    mpImportList = std::make_unique<ImportList_cls>();
     mpProjectFile = std::make_unique<ProjectFile_cls>(*this);
     // Only density files can be written as ray-tracer media; image stacks would have to be
     // converted first.
@@ -183,6 +189,8 @@ int Main_cls::AddFileSequence(const std::wstring& path, unsigned appendType)
     const int added = sequence.AppendFileSequence(path, true, appendType);
     sequence.SetIndividualFileNames();
     mStrLastDataPath = path;
+    if (added > 0)
+        mpImportList->PushData(path);
     if (sequence.GetFrameCount() > 0)
         mStrDataTitle = sequence.GetInformationText() + L" - " + L"Tessan";
     NotifyDataChanged();

@@ -37,6 +37,7 @@ enum ShortcutId : int {
     kIdCloseData,
     kIdExportImgSeq,
     kIdExportIsoSeq,
+    kIdDrawingBlocks,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 
