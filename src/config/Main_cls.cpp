@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <filesystem>
 #include <unistd.h>
 
 Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
@@ -189,7 +190,9 @@ int Main_cls::AddFileSequence(const std::wstring& path, unsigned appendType)
     const int added = sequence.AppendFileSequence(path, true, appendType);
     sequence.SetIndividualFileNames();
     mStrLastDataPath = path;
-    if (added > 0)
+    // The dialog remembers files that are there; a name typed wrong is not worth offering again.
+    std::error_code ec;
+    if (added > 0 && std::filesystem::is_regular_file(std::filesystem::path(path), ec))
         mpImportList->PushData(path);
     if (sequence.GetFrameCount() > 0)
         mStrDataTitle = sequence.GetInformationText() + L" - " + L"Tessan";

@@ -9,6 +9,7 @@ window reports what its widgets show to TESSAN_STATE_FILE; questions are answere
 TESSAN_PROMPT_ANSWERS. Pictures are grabbed from the X screen with ImageMagick's `import`.
 """
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -928,6 +929,78 @@ def case_filter_menu(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def case_anchor_roundtrip(binary):
+    # A pan moves the anchor that every view orbits around; the project keeps it in its own
+    # block, so an opened project turns around the same point even without the views' own lines.
+    work = tempfile.mkdtemp(prefix="tessan-anchor-")
+    try:
+        first = write_series(work)[0]
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        a = os.path.join(work, "a.vsp")
+        r = subprocess.run([cli, "project", "new", a, "--data", first, "--filter", "volume", "--length", "5"],
+                           capture_output=True, text=True)
+        check(r.returncode == 0, "project new: %s" % r.stderr)
+        app = App(binary, args=[a])
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the project's data is drawn")
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            _, anchor0 = app.camera(3)
+            subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "mousedown", "2", "mousemove", str(cx + 40),
+                            str(cy + 10), "sleep", "0.1", "mousemove", str(cx + 70), str(cy + 30), "sleep", "0.1",
+                            "mouseup", "2"], check=True)
+            app.wait_for(lambda s: s["camera3"].split()[4:7] != ["%.6f" % c for c in anchor0], "middle-drag pans")
+            time.sleep(0.5)
+            _, moved = app.camera(3)
+            for i in range(5):
+                _, other = app.camera(i)
+                check(distance(other, moved) < 1e-6, "view %d orbits the panned anchor: %r vs %r" % (i, other, moved))
+            before = os.path.getmtime(a)
+            time.sleep(1.1)  # the project new above may have written within the same second
+            app.key("ctrl+s")
+            end = time.time() + 20
+            while os.path.getmtime(a) == before and time.time() < end:
+                time.sleep(0.1)
+        finally:
+            app.close()
+        with open(a, encoding="utf-8") as f:
+            lines = f.read().split("\n")
+        check("--AnchorPos" in lines, "the saved project holds the anchor block")
+        at = lines.index("--AnchorPos")
+        check(lines[at + 1].startswith("AnchorPos="), "the anchor line follows its marker: %r" % lines[at + 1])
+        saved = [float(t) for t in lines[at + 1].split("=", 1)[1].split()]
+        check(distance(saved, moved) < 1e-5, "the block holds the moved anchor: %r vs %r" % (saved, moved))
+        # Without the views' own anchor lines the anchor can only come from its block.
+        stripped = [line for line in lines if not re.match(r"^GLView\dCamAnchor=", line)]
+        check(len(stripped) == len(lines) - 5, "five view anchors removed")
+        with open(a, "w", encoding="utf-8") as f:
+            f.write("\n".join(stripped))
+        app = App(binary, args=[a])
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the re-opened project is drawn")
+            time.sleep(0.5)
+            for i in range(5):
+                _, back = app.camera(i)
+                check(distance(back, saved) < 1e-5, "view %d orbits the saved anchor again: %r" % (i, back))
+            # An orbit keeps the eye's distance to the anchor read back.
+            pos1, anchor1 = app.camera(3)
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "mousedown", "1", "mousemove", str(cx + 50),
+                            str(cy), "sleep", "0.1", "mousemove", str(cx + 100), str(cy + 20), "sleep", "0.1",
+                            "mouseup", "1"], check=True)
+            app.wait_for(lambda s: [float(t) for t in s["camera3"].split()[0:3]] != pos1, "left-drag orbits")
+            time.sleep(0.5)
+            pos2, anchor2 = app.camera(3)
+            check(distance(anchor2, saved) < 1e-5, "the orbit keeps the anchor")
+            check(abs(distance(pos2, anchor2) - distance(pos1, anchor1)) < 1e-3,
+                  "the eye turns round the read anchor: %r -> %r" % (pos1, pos2))
+        finally:
+            app.close()
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 def case_project_roundtrip(binary):
     # A project made by the command line, opened by the window, its camera moved and saved; the
     # saved file opened and saved again is the same to the byte, and both draw the same picture.
@@ -1221,6 +1294,7 @@ CASES = {
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
     "project_roundtrip": case_project_roundtrip,
+    "anchor_roundtrip": case_anchor_roundtrip,
     "img_sequence": case_img_sequence,
     "iso_sequence": case_iso_sequence,
     "stack_series": case_stack_series,
