@@ -1183,6 +1183,53 @@ def case_img_sequence(binary):
 
 
 
+def case_names_remembered(binary):
+    """The image-sequence name chosen in the export dialog and the data file opened are remembered
+    in the configuration at quit, and the name read at the next start is saved again."""
+    work = tempfile.mkdtemp(prefix="tessan-names-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        first = os.path.join(work, "d", "demo_0000.df3")
+        out = os.path.join(work, "out")
+        os.mkdir(out)
+        # A taken first name: the export is refused, but the name chosen is still the new base.
+        with open(os.path.join(out, "scan_0000.png"), "wb") as f:
+            f.write(b"taken")
+        app = App(binary, answers="yes", args=[first], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "scan_0000.png"))
+            end = time.time() + 10
+            while "overwrite forbidden" not in app.stderr() and time.time() < end:
+                time.sleep(0.2)
+            check("overwrite forbidden" in app.stderr(), "no refusal: %r" % app.stderr()[-300:])
+            app.key("ctrl+q")
+            check(app.proc.wait(20) == 0, "quit with Yes")
+        finally:
+            app.close(keep=True)
+        conf_path = os.path.join(work, "KivrelConfigure.txt")
+        with open(conf_path, encoding="utf-8") as f:
+            conf = f.read()
+        check("ImgSequenceName=scan\n" in conf, "the chosen base name is saved: %r" % conf[:400])
+        check("ImportListFile0=%s\n" % first in conf and "ImportListFolder=%s\n" % os.path.dirname(first) in conf,
+              "the opened data file and its folder are remembered")
+        # Next start: the configuration is read, and quitting writes the name read back, not the default.
+        app = App(binary, answers="yes", folder=work)
+        try:
+            app.key("ctrl+q")
+            check(app.proc.wait(20) == 0, "quit with Yes")
+        finally:
+            app.close(keep=True)
+        with open(conf_path, encoding="utf-8") as f:
+            conf = f.read()
+        check("ImgSequenceName=scan\n" in conf, "the name read at start is kept: %r" % conf[:400])
+        check("ImportListFile0=%s\n" % first in conf, "the import list is kept")
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 def case_iso_sequence(binary):
     """File > Export > Isosurface sequence writes the chain's isosurface of every frame of the working
     area as numbered mesh2 files with the surfaces the CLI finds for the same files; Stop ends it."""
@@ -1295,6 +1342,7 @@ CASES = {
     "filter_menu": case_filter_menu,
     "project_roundtrip": case_project_roundtrip,
     "anchor_roundtrip": case_anchor_roundtrip,
+    "names_remembered": case_names_remembered,
     "img_sequence": case_img_sequence,
     "iso_sequence": case_iso_sequence,
     "stack_series": case_stack_series,
