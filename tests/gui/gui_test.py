@@ -1230,6 +1230,69 @@ def case_names_remembered(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def case_box_factors(binary):
+    """The volume boxes' colour and alpha factors in a project change what is drawn: a red factor
+    leaves only red, alpha 0 hides the slot; the Drawing Blocks dialog shows and applies them."""
+    work = tempfile.mkdtemp(prefix="tessan-boxes-")
+    try:
+        first = write_series(work)[0]
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        a = os.path.join(work, "a.vsp")
+        r = subprocess.run([cli, "project", "new", a, "--data", first, "--filter", "volume", "--length", "5"],
+                           capture_output=True, text=True)
+        check(r.returncode == 0, "project new: %s" % r.stderr)
+        with open(a, encoding="utf-8") as f:
+            text = f.read()
+        check("TexBoxColorFactor0=1.000000 1.000000 1.000000\n" in text and "TexBoxAlphaFactor0=1.000000\n" in text,
+              "the command line's project holds the neutral factors")
+        pic, _ = shoot(binary, work, "plain", [a])
+        w, bottom = check_volume_shown(pic, "plain")
+        cx, cy = w // 2, bottom // 2
+        variants = {"red": text.replace("TexBoxColorFactor0=1.000000 1.000000 1.000000",
+                                        "TexBoxColorFactor0=1.000000 0.000000 0.000000"),
+                    "hidden": text.replace("TexBoxAlphaFactor0=1.000000", "TexBoxAlphaFactor0=0.000000")}
+        for name, body in variants.items():
+            path = os.path.join(work, name + ".vsp")
+            with open(path, "w", encoding="utf-8") as f:
+                f.write(body)
+            variant, _ = shoot(binary, work, name, [path])
+            px = variant.pixel(cx, cy)
+            if name == "red":
+                plain = pic.pixel(cx, cy)
+                check(px[0] > px[1] + 40 and px[0] > px[2] + 40, "red factor: %r (plain %r)" % (px, plain))
+            else:
+                centre = region_mean_distance(variant, cx - 10, cy - 10, cx + 10, cy + 10)
+                check(centre < 8, "alpha 0 leaves the background (distance %.1f)" % centre)
+        # The dialog: View > Drawing Blocks (fifth entry); slot 1's alpha is eight tabs on.
+        app = App(binary, args=[a], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the project's data is drawn")
+            menu(app, "v", ["Down"] * 4)
+            dialog = find_window_named("Drawing Blocks")
+            time.sleep(0.5)
+            subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+            subprocess.run(["xdotool", "key"] + ["Tab"] * 8 + ["ctrl+a"], check=True)
+            subprocess.run(["xdotool", "type", "0"], check=True)
+            subprocess.run(["xdotool", "key", "Tab"], check=True)
+            time.sleep(0.3)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            time.sleep(0.5)
+            before = os.path.getmtime(a)
+            time.sleep(1.1)
+            app.key("ctrl+s")
+            end = time.time() + 20
+            while os.path.getmtime(a) == before and time.time() < end:
+                time.sleep(0.1)
+        finally:
+            app.close(keep=True)
+        with open(a, encoding="utf-8") as f:
+            saved = f.read()
+        check("TexBoxAlphaFactor0=0.000000\n" in saved, "the dialog set slot 1's alpha: %r"
+              % [l for l in saved.split("\n") if l.startswith("TexBox")])
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 def case_iso_sequence(binary):
     """File > Export > Isosurface sequence writes the chain's isosurface of every frame of the working
     area as numbered mesh2 files with the surfaces the CLI finds for the same files; Stop ends it."""
@@ -1343,6 +1406,7 @@ CASES = {
     "project_roundtrip": case_project_roundtrip,
     "anchor_roundtrip": case_anchor_roundtrip,
     "names_remembered": case_names_remembered,
+    "box_factors": case_box_factors,
     "img_sequence": case_img_sequence,
     "iso_sequence": case_iso_sequence,
     "stack_series": case_stack_series,
