@@ -1,10 +1,8 @@
 // Sections: drop target; construction; idle loop; files (configuration, projects, recent list);
 // view commands; screenshot; quit.
 #include "gui/FrameMain_cls.h"
-#include "gui/DrawingBlockGUI_cls.h"
 #include "gui/ImgSequence_cls.h"
 #include "gui/IsosurfSeqGUI_cls.h"
-#include "pov/ViewAnchor_cls.h"
 
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
@@ -23,6 +21,7 @@
 #include "gl/DF3GL_cls.h"
 #include "gl/DrawingBlock_cls.h"
 #include "gl/TexObjectGL_cls.h"
+#include "gui/DrawingBlockGUI_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
@@ -33,6 +32,7 @@
 #include "gui/SequencePanel_cls.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
+#include "pov/ViewAnchor_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
