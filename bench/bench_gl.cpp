@@ -8,11 +8,13 @@
 #include "config/PreviewProperty_cls.h"
 #include "config/TextFormat.h"
 #include "gl/DF3GL_cls.h"
+#include "gl/DrawingBlock_cls.h"
 #include "gl/GuideGL_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
+#include "volume/TreeBoxRule_cls.h"
 
 #include <GL/gl.h>
 #include <benchmark/benchmark.h>
@@ -24,6 +26,7 @@
 #include <memory>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -163,4 +166,32 @@ BENCHMARK(BM_Draw3DLattice_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime()-
 BENCHMARK(BM_Draw2DStacks_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
 BENCHMARK(BM_Textures3D_RGBA)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Textures2D_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime();
+// Division of a 256^3 volume holding one ball (radius 60) by the block-tree rule: levels from
+// the argument, two workers. The leaf check reads each leaf until its first dense voxel.
+static void BM_MakeChildsByDepth(benchmark::State& state)
+{
+    const uint32_t n = 256;
+    std::vector<uint8_t> voxels(size_t(n) * n * n, 0);
+    for (uint32_t z = 0; z < n; ++z)
+        for (uint32_t y = 0; y < n; ++y)
+            for (uint32_t x = 0; x < n; ++x) {
+                const double dx = x - 90.0, dy = y - 100.0, dz = z - 110.0;
+                if (dx * dx + dy * dy + dz * dz < 60.0 * 60.0)
+                    voxels[(size_t(z) * n + y) * n + x] = 200;
+            }
+    const uint32_t size[3] = {n, n, n};
+    TreeBoxRule_cls rule;
+    rule.SetDepth(static_cast<uint32_t>(state.range(0)));
+    DrawingBlock_cls::SetTreeBoxRule(&rule);
+    DrawingBlock_cls block;
+    block.SetUse8Tree(true);
+    uint64_t key = 0;
+    for (auto _ : state)
+        block.MakeChilds(voxels.data(), size, ++key, 2);
+    state.counters["leaves"] = static_cast<double>(block.GetLeafCount());
+    state.counters["visible"] = static_cast<double>(block.GetVisibleCount());
+    DrawingBlock_cls::SetTreeBoxRule(nullptr);
+}
+
+BENCHMARK(BM_MakeChildsByDepth)->DenseRange(1, 5)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK_MAIN();

@@ -6,7 +6,9 @@
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "color/Coloring_cls.h"
+#include "config/ImportList_cls.h"
 #include "config/ProjectFile_cls.h"
+#include "config/TexPropertyCtrl_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
@@ -14,9 +16,11 @@
 #include "pov/StereoGram_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
+#include "volume/TreeBoxRule_cls.h"
 
 #include <algorithm>
 #include <cwctype>
+#include <filesystem>
 #include <unistd.h>
 
 Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
@@ -53,6 +57,9 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     // One set of colour maps for the preview and the export, so both show the same colours.
     mpColoring = std::make_unique<Coloring_cls>();
     mpPovExport->SetColoring(mpColoring.get());
+    mpTreeBoxRule = std::make_unique<TreeBoxRule_cls>();
+    mpTexProperty = std::make_unique<TexPropertyCtrl_cls>();
+    mpImportList = std::make_unique<ImportList_cls>();
     mpProjectFile = std::make_unique<ProjectFile_cls>(*this);
     // Only density files can be written as ray-tracer media; image stacks would have to be
     // converted first.
@@ -186,6 +193,10 @@ int Main_cls::AddFileSequence(const std::wstring& path, unsigned appendType)
     const int added = sequence.AppendFileSequence(path, true, appendType);
     sequence.SetIndividualFileNames();
     mStrLastDataPath = path;
+    // The dialog remembers files that are there; a name typed wrong is not worth offering again.
+    std::error_code ec;
+    if (added > 0 && std::filesystem::is_regular_file(std::filesystem::path(path), ec))
+        mpImportList->PushData(path);
     if (sequence.GetFrameCount() > 0)
         mStrDataTitle = sequence.GetInformationText() + L" - " + L"Tessan";
     NotifyDataChanged();

@@ -19,6 +19,9 @@ class ParameterGroup_cls;
 class ProjectFile_cls;
 class StereoGram_cls;
 class DF3Sequence_cls;
+class ImportList_cls;
+class TexPropertyCtrl_cls;
+class TreeBoxRule_cls;
 class Parameters_cls;
 class PovExport_cls;
 class TimeCtrl_cls;
@@ -65,6 +68,15 @@ class Main_cls
     ParameterGroup_cls& GetMainParamGroup() { return *mpMainParamGroup; }
     /// The colour maps (palettes and custom maps) that the preview bakes and the export writes.
     Coloring_cls& GetColoring() { return *mpColoring; }
+    /// The rule dividing the drawing blocks into sub-boxes.
+    TreeBoxRule_cls& GetTreeBoxRule() { return *mpTreeBoxRule; }
+    /// The drawing blocks' per-slot texture settings ("--TextureForVolumeBox").
+    TexPropertyCtrl_cls& GetTexProperty() { return *mpTexProperty; }
+    /// The data-open dialog's remembered folder, filter and files.
+    ImportList_cls& GetImportList() { return *mpImportList; }
+    /// Base name of exported image sequences (the window keeps it in "ImgSequenceName=").
+    const std::wstring& GetImgSeqName() const { return mStrImgSeqName; }
+    void SetImgSeqName(const std::wstring& name) { mStrImgSeqName = name; }
     /// Writes and reads the configuration and project files of this controller's objects.
     ProjectFile_cls& GetProjectFile() { return *mpProjectFile; }
     /// The active slot's sequence.
@@ -162,7 +174,11 @@ class Main_cls
     std::unique_ptr<StereoGram_cls> mpStereoGram;
     std::unique_ptr<ParameterGroup_cls> mpHotSpotGroup;
     std::unique_ptr<ParameterGroup_cls> mpMainParamGroup;
+    std::unique_ptr<TreeBoxRule_cls> mpTreeBoxRule;
+    std::unique_ptr<TexPropertyCtrl_cls> mpTexProperty;
+    std::unique_ptr<ImportList_cls> mpImportList;
     std::unique_ptr<ProjectFile_cls> mpProjectFile;
+    std::wstring mStrImgSeqName = L"Image";
     std::wstring mStrLastDataPath;
     std::wstring mStrDataTitle;
     bool mbSnapShotAnswered = false;

@@ -8,10 +8,12 @@
 #include "anim/UndoManager_cls.h"
 #include "color/Coloring_cls.h"
 #include "color/CustomColor_cls.h"
+#include "config/ImportList_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/Main_cls.h"
 #include "config/Preference_cls.h"
 #include "config/PreviewProperty_cls.h"
+#include "config/TexPropertyCtrl_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
@@ -21,6 +23,7 @@
 #include "pov/PovRay_cls.h"
 #include "pov/StereoGram_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
+#include "volume/TreeBoxRule_cls.h"
 
 #include <filesystem>
 #include <fstream>
@@ -82,6 +85,8 @@ std::wstring ProjectFile_cls::BuildText(bool project) const
     text += seqCtrl.SerializeRenderParam();
     text += seqCtrl.SerializeSceneConf();
     text += HookText(kHookWindowItems);
+    // The open dialog's memory goes with the window's settings into both kinds of file.
+    text += mrMain.GetImportList().SerializeConf();
     text += GetPreference().GetConfList().SerializeAll();
     text += mrMain.Serialize();
     text += pov.GetPovRay().SerializeConf(project);
@@ -94,10 +99,10 @@ std::wstring ProjectFile_cls::BuildText(bool project) const
     text += mrMain.GetMainParamGroup().Serialize();
     text += seqCtrl.SerializeAllDF3Sequence();
     text += mrMain.GetTimeCtrl().SerializeParam();
-    text += HookText(kHookTreeBoxRule);
+    text += mrMain.GetTreeBoxRule().SerializeConf();
     // The root drawing block with the textures' settings and the colour maps they are baked with.
     text += HookText(kHookDrawingBlock);
-    text += HookText(kHookTexture);
+    text += mrMain.GetTexProperty().Serialize();
     text += mrMain.GetColoring().GetPCustomColor()->Serialize();
     text += mrMain.GetStereoGram().Serialize();
     text += mrMain.GetHotSpotGroup().Serialize();
@@ -147,19 +152,21 @@ bool ProjectFile_cls::DispatchLine(LineStream_cls& stream, const std::wstring& r
     if (offer([&] { return mrMain.GetTimeCtrl().ReadStrLine(stream, line); }))
         return true;
     taken = seqCtrl.ReadStrLineRenderParam(line) || taken;
-    if (offer([&] { return HookRead(kHookTreeBoxRule, stream, line); }) ||
-        offer([&] { return HookRead(kHookDrawingBlock, stream, line); }) ||
-        offer([&] { return HookRead(kHookTexture, stream, line); }) ||
+    taken = mrMain.GetTreeBoxRule().ReadStrLine(line) || taken;
+    if (offer([&] { return HookRead(kHookDrawingBlock, stream, line); }) ||
+        offer([&] { return mrMain.GetTexProperty().ReadStrLine(stream, line); }) ||
         offer([&] { return mrMain.GetColoring().GetPCustomColor()->ReadStrLine(stream, line); }))
         return true;
     taken = pov.GetPovRay().ReadStrLine(line) || taken;
     taken = mrMain.ReadStrLine(line) || taken;
-    // 3. The window's items, the view anchor, the preferences, the view controllers, the preview
-    //    property, the colour dialog's custom colours; the key assignments' block.
+    // 3. The window's items, the view anchor, the preferences, the import list's defaults, the
+    //    view controllers, the preview property, the colour dialog's custom colours; the key
+    //    assignments' block.
     if (offer([&] { return HookRead(kHookWindowItems, stream, line); }) ||
         offer([&] { return HookRead(kHookViewAnchor, stream, line); }))
         return true;
     taken = GetPreference().GetConfList().ReadStrLineAll(line) || taken;
+    taken = mrMain.GetImportList().ReadStrLine(line) || taken;
     if (offer([&] { return HookRead(kHookViewCtrls, stream, line); }))
         return true;
     taken = GetPreviewProperty().ReadStrLine(line) || taken;

@@ -29,9 +29,7 @@ class ProjectFile_cls
     enum Hook {
         kHookWindowItems = 0, ///< the window's item list and its unsigned item (both kinds)
         kHookViewAnchor,      ///< "--AnchorPos" (project)
-        kHookTreeBoxRule,     ///< the block-tree rule (project)
         kHookDrawingBlock,    ///< the root drawing block (project)
-        kHookTexture,         ///< "--TextureForVolumeBox" (project)
         kHookViewCtrls,       ///< the five "--GLCanvas" view controllers (project)
         kHookCustomColours,   ///< the colour dialog's custom colours (project)
         kHookShortcuts,       ///< "-ShortcutBegin" ... "-ShortcutEnd" (configuration)

@@ -4,6 +4,7 @@
 #include "color/Coloring_cls.h"
 #include "config/Preference_cls.h"
 #include "config/PreviewProperty_cls.h"
+#include "config/TexPropertyCtrl_cls.h"
 #include "gl/Draw3DTexBoxA_cls.h"
 #include "gl/Draw3DTexBoxB_cls.h"
 #include "gl/SliceGeometry_cls.h"
@@ -22,6 +23,7 @@
 
 UserPrompt_cls* DF3GL_cls::msPrompt = nullptr;
 DF3SeqCtrl_cls* DF3GL_cls::msCtrl = nullptr;
+const TexPropertyCtrl_cls* DF3GL_cls::mspTexProperty = nullptr;
 Preference_cls* DF3GL_cls::msPreference = nullptr;
 Coloring_cls* DF3GL_cls::msColoring = nullptr;
 std::array<double, 3> DF3GL_cls::msBoxScale{1.0, 1.0, 1.0};
@@ -115,9 +117,12 @@ void DF3GL_cls::GetCurrentColour(float colour[3], float complement[3]) const
     if (preview.GetTextureType() != PreviewProperty_cls::kTexRGBA)
         GetColoring().CopyRGB(base, miColorLayer, miColorIndex);
     const float lum = preview.GetLuminanceFactor();
+    const int slot = mpSequence->GetSlot();
     std::array<float, 3> c{}, comp{0.0f, 0.0f, 0.0f};
+    // The box's colour factor tints the slice before the complement is taken, so the
+    // absorption pass darkens toward the complement of what is actually drawn.
     for (int i = 0; i < 3; ++i)
-        c[i] = base[i] * lum;
+        c[i] = base[i] * lum * (mspTexProperty != nullptr ? mspTexProperty->GetColorFactor(slot, i) : 1.0f);
     SliceGeometry_cls::ComplementColour(c, comp);
     for (int i = 0; i < 3; ++i) {
         colour[i] = c[i];
@@ -127,9 +132,10 @@ void DF3GL_cls::GetCurrentColour(float colour[3], float complement[3]) const
 
 float DF3GL_cls::GetSliceAlpha() const
 {
+    const float box = mspTexProperty != nullptr ? mspTexProperty->GetAlphaFactor(mpSequence->GetSlot()) : 1.0f;
     if (GetPreviewProperty().GetTextureType() == PreviewProperty_cls::kTexRGBA)
-        return 1.0f;
-    return GetColoring().GetAlphaFactor(miColorLayer, miColorIndex);
+        return box;
+    return GetColoring().GetAlphaFactor(miColorLayer, miColorIndex) * box;
 }
 
 void DF3GL_cls::RequestTextureRebuild()

@@ -22,6 +22,7 @@
 #include <memory>
 
 class Coloring_cls;
+class TexPropertyCtrl_cls;
 class ColorTable_cls;
 class DF3_cls;
 class DF3Sequence_cls;
@@ -65,6 +66,9 @@ class DF3GL_cls
     DF3Sequence_cls* GetSequence() const { return mpSequence; }
     /// The colour maps in use (the installed ones or the private plain set).
     static const Coloring_cls& GetColoring();
+    /// The per-slot colour and alpha factors of the volume boxes (not owned; null: all 1). GUI
+    /// thread, once at start-up.
+    static void SetTexProperty(const TexPropertyCtrl_cls* texProperty) { mspTexProperty = texProperty; }
     /// Texture filter of "PreviewTexFilter=": GL_LINEAR for 1, else GL_NEAREST.
     static int GetGLTexFilter();
     /// Worker count for colour baking ("ThreadNumFilter=").
@@ -85,12 +89,12 @@ class DF3GL_cls
     const DF3_cls* GetColourPlaneFrame(const DF3_cls& frame) const;
     /// Fills the 256-entry table of baked colours for this slot's colour index and layer.
     void BuildColourTable(ColorTable_cls& table) const;
-    /// The slice colour (times "PreviewLuminanceFactor=") and its complement at the same
+    /// The slice colour (times "PreviewLuminanceFactor=" and the slot's colour factor) and its complement at the same
     /// brightness; the complement stays 0 for black. RGBA textures carry their colour, so
     /// their slice colour is white times the luminance factor.
     void GetCurrentColour(float colour[3], float complement[3]) const;
-    /// Alpha of the colour pass: the layer's alpha factor for ALPHA and LUMINANCE_ALPHA
-    /// textures, 1 for RGBA (the table holds it).
+    /// Alpha of the colour pass, times the slot's box alpha factor: the layer's alpha factor for ALPHA and
+    /// LUMINANCE_ALPHA textures, 1 for RGBA (the table holds it).
     float GetSliceAlpha() const;
     /// Marks every frame holding textures dirty, so the idle loop deletes and makes them again
     /// (after a texel-format, colour-map or colour-plane change).
@@ -174,6 +178,7 @@ class DF3GL_cls
     static DF3SeqCtrl_cls* msCtrl;
     static Preference_cls* msPreference;
     static Coloring_cls* msColoring;
+    static const TexPropertyCtrl_cls* mspTexProperty;
     static std::array<double, 3> msBoxScale;
     static DrawCounters msCounters;
 };

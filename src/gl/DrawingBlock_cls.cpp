@@ -19,6 +19,14 @@ double ClampUnit(double v)
 
 } // namespace
 
+const TreeBoxRule_cls* DrawingBlock_cls::mspTreeBoxRule = nullptr;
+
+const TreeBoxRule_cls& DrawingBlock_cls::GetTreeBoxRule()
+{
+    static const TreeBoxRule_cls defaultRule;
+    return mspTreeBoxRule != nullptr ? *mspTreeBoxRule : defaultRule;
+}
+
 DrawingBlock_cls::DrawingBlock_cls()
 {
     mCConfList.Add(&mbUse8Tree, L"DrawingBoxUse8TRee=", L"0");
@@ -71,10 +79,24 @@ bool DrawingBlock_cls::ReadStrLine(const std::wstring& line)
 
 // --- octree -----------------------------------------------------------------------------------
 
+bool DrawingBlock_cls::IsChildsValidFor(uint64_t key) const
+{
+    const TreeBoxRule_cls& rule = GetTreeBoxRule();
+    return mbChildsValid && muChildsKey == key && mpChildsRule == &rule && muChildsRuleSerial == rule.GetSerial();
+}
+
 std::vector<DrawingBlock_cls::Box> DrawingBlock_cls::SplitBox(const Box& box, const uint32_t size[3])
 {
+    const TreeBoxRule_cls& rule = GetTreeBoxRule();
+    return SplitBox(box, size, rule.GetDepth(), rule.GetMinVoxels());
+}
+
+std::vector<DrawingBlock_cls::Box> DrawingBlock_cls::SplitBox(const Box& box, const uint32_t size[3], uint32_t depth,
+                                                              uint32_t minVoxels)
+{
+    const double minHalf = std::max<uint32_t>(minVoxels, 1u);
     std::vector<Box> boxes{box};
-    for (int level = 0; level < kTreeDepth; ++level) {
+    for (uint32_t level = 0; level < depth; ++level) {
         std::vector<Box> next;
         for (const Box& b : boxes) {
             // Per axis: cut in two at a voxel boundary, unless the halves would be too thin.
@@ -83,7 +105,7 @@ std::vector<DrawingBlock_cls::Box> DrawingBlock_cls::SplitBox(const Box& box, co
                 const double n = size[a];
                 const double lo = std::floor(n * b.mvMin[a]), hi = std::floor(n * b.mvMax[a]);
                 const double mid = std::floor((lo + hi) / 2.0);
-                if (hi - lo >= 2.0 * kMinLeafVoxels && n > 0) {
+                if (hi - lo >= 2.0 * minHalf && n > 0) {
                     const double cut = mid / n;
                     parts[a] = {{b.mvMin[a], cut}, {cut, b.mvMax[a]}};
                 } else {
@@ -95,12 +117,16 @@ std::vector<DrawingBlock_cls::Box> DrawingBlock_cls::SplitBox(const Box& box, co
                     for (const auto& pz : parts[2])
                         next.push_back(Box{{px.first, py.first, pz.first}, {px.second, py.second, pz.second}});
         }
+        // Nothing could be cut at this level: deeper levels cannot cut either.
+        const bool same = next.size() == boxes.size();
         boxes = std::move(next);
+        if (same)
+            break;
     }
     return boxes;
 }
 
-bool DrawingBlock_cls::CheckVis(const uint8_t* voxels, const uint32_t size[3], const Box& box)
+bool DrawingBlock_cls::CheckVis(const uint8_t* voxels, const uint32_t size[3], const Box& box, uint8_t emptyLevel)
 {
     if (!voxels)
         return false;
@@ -117,7 +143,7 @@ bool DrawingBlock_cls::CheckVis(const uint8_t* voxels, const uint32_t size[3], c
     for (size_t z = lo[2]; z < hi[2]; ++z)
         for (size_t y = lo[1]; y < hi[1]; ++y) {
             const uint8_t* row = voxels + (y + z * Y) * X;
-            if (std::any_of(row + lo[0], row + hi[0], [](uint8_t v) { return v != 0; }))
+            if (std::any_of(row + lo[0], row + hi[0], [emptyLevel](uint8_t v) { return v > emptyLevel; }))
                 return true;
         }
     return false;
@@ -125,14 +151,16 @@ bool DrawingBlock_cls::CheckVis(const uint8_t* voxels, const uint32_t size[3], c
 
 void DrawingBlock_cls::MakeChilds(const uint8_t* voxels, const uint32_t size[3], uint64_t key, int threads)
 {
-    const std::vector<Box> leaves = SplitBox(GetBox(), size);
+    const TreeBoxRule_cls& rule = GetTreeBoxRule();
+    const uint8_t emptyLevel = rule.GetEmptyLevel();
+    const std::vector<Box> leaves = SplitBox(GetBox(), size, rule.GetDepth(), rule.GetMinVoxels());
     std::vector<uint8_t> visible(leaves.size(), 0);
     MultiThreadCtrl_cls ctrl;
     ctrl.SetThreadNum(std::clamp(threads, 1, MultiThreadCtrl_cls::kMaxSlots));
     // Each worker checks its own range of leaves and writes only their flags.
     ctrl.RunRanges(leaves.size(), [&](size_t begin, size_t end) {
         for (size_t i = begin; i < end; ++i)
-            visible[i] = CheckVis(voxels, size, leaves[i]) ? 1 : 0;
+            visible[i] = CheckVis(voxels, size, leaves[i], emptyLevel) ? 1 : 0;
     });
     mvVisible.clear();
     for (size_t i = 0; i < leaves.size(); ++i)
@@ -140,6 +168,8 @@ void DrawingBlock_cls::MakeChilds(const uint8_t* voxels, const uint32_t size[3],
             mvVisible.push_back(leaves[i]);
     muLeafCount = leaves.size();
     muChildsKey = key;
+    mpChildsRule = &rule;
+    muChildsRuleSerial = rule.GetSerial();
     mbChildsValid = true;
 }
 

@@ -3,16 +3,18 @@
 // box given as fractions 0..1 of the volume per axis, optionally divided as an octree so that
 // sub-boxes holding no density at all are skipped when drawing.
 //
-// The division is a fixed one: the clip box is cut into 2 x 2 x 2 children, each child again,
-// down to kTreeDepth levels (at most 64 leaves) or until a child would be thinner than
-// kMinLeafVoxels voxels along an axis (then that axis is not cut further). A leaf is visible when
-// any voxel inside it is above 0: density 0 gives alpha 0 in every texel format, so skipping it
-// changes nothing in the picture. Leaves are of equal size, so ordering them by the distance of
-// their centres along the view normal is a correct back-to-front order for compositing.
+// The division follows the block-tree rule (TreeBoxRule_cls, linked once for all blocks): the
+// clip box is cut into 2 x 2 x 2 children, each child again, down to the rule's depth or until a
+// child would be thinner than the rule's minimum along an axis (then that axis is not cut
+// further). A leaf is visible when any voxel inside it is above the rule's empty level: with the
+// default level 0 skipping changes nothing in the picture (density 0 gives alpha 0 in every texel
+// format). Leaves of one level are of equal size, so ordering them by the distance of their
+// centres along the view normal is a correct back-to-front order for compositing.
 //
 // Sections: settings and text form; octree; boxes for drawing and copying.
 #include "config/ConfItemList_cls.h"
 #include "pov/Camera_cls.h"
+#include "volume/TreeBoxRule_cls.h"
 
 #include <array>
 #include <cstdint>
@@ -28,10 +30,11 @@ class DrawingBlock_cls
         std::array<double, 3> mvMax{1.0, 1.0, 1.0};
         bool operator==(const Box&) const = default;
     };
-    /// Levels of the octree division.
-    static constexpr int kTreeDepth = 2;
-    /// A child is not cut along an axis where it would hold fewer voxels than this.
-    static constexpr uint32_t kMinLeafVoxels = 4;
+    /// The rule every block divides by (not owned; null: a built-in default rule). Set once at
+    /// start-up, GUI thread.
+    static void SetTreeBoxRule(const TreeBoxRule_cls* rule) { mspTreeBoxRule = rule; }
+    /// The rule in use.
+    static const TreeBoxRule_cls& GetTreeBoxRule();
 
     /// The whole volume, no octree. Keys: "DrawingBoxUse8TRee=", "DrawingBoxUse8TReeForCopy=",
     /// "DrawingBoxMinX=" ... "DrawingBoxMaxZ=".
@@ -63,14 +66,18 @@ class DrawingBlock_cls
     /// division is made once per contents (IsChildsValidFor). Leaves are checked on `threads`
     /// workers. Any thread, but not at the same time as drawing from this block.
     void MakeChilds(const uint8_t* voxels, const uint32_t size[3], uint64_t key, int threads);
-    /// True when MakeChilds ran for `key` and the box has not changed since.
-    bool IsChildsValidFor(uint64_t key) const { return mbChildsValid && muChildsKey == key; }
+    /// True when MakeChilds ran for `key` and neither the box nor the rule changed since.
+    bool IsChildsValidFor(uint64_t key) const;
     /// Drops the division (the next drawing makes it again).
     void ClearChilds() { mbChildsValid = false; }
-    /// The leaves of the division of `box` (visible or not), in no particular order.
+    /// The leaves of the division of `box` (visible or not) under the rule in use, in no
+    /// particular order.
     static std::vector<Box> SplitBox(const Box& box, const uint32_t size[3]);
-    /// True when a voxel inside the box (voxel ranges floor(N*min) .. floor(N*max)-1) is above 0.
-    static bool CheckVis(const uint8_t* voxels, const uint32_t size[3], const Box& box);
+    /// The same for an explicit depth and thinnest half (voxels, at least 1).
+    static std::vector<Box> SplitBox(const Box& box, const uint32_t size[3], uint32_t depth, uint32_t minVoxels);
+    /// True when a voxel inside the box (voxel ranges floor(N*min) .. floor(N*max)-1) is above
+    /// `emptyLevel`.
+    static bool CheckVis(const uint8_t* voxels, const uint32_t size[3], const Box& box, uint8_t emptyLevel = 0);
     /// Number of leaves the division made and of those found visible.
     size_t GetLeafCount() const { return muLeafCount; }
     size_t GetVisibleCount() const { return mvVisible.size(); }
@@ -93,5 +100,8 @@ class DrawingBlock_cls
     std::vector<Box> mvVisible;
     size_t muLeafCount = 0;
     uint64_t muChildsKey = 0;
+    const TreeBoxRule_cls* mpChildsRule = nullptr;
+    uint64_t muChildsRuleSerial = 0;
     bool mbChildsValid = false;
+    static const TreeBoxRule_cls* mspTreeBoxRule;
 };

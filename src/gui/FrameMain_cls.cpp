@@ -9,6 +9,7 @@
 #include "anim/UndoManager_cls.h"
 #include "color/Coloring_cls.h"
 #include "config/GlobalFlags.h"
+#include "config/ImportList_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/Main_cls.h"
 #include "config/Preference_cls.h"
@@ -19,8 +20,10 @@
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
 #include "gl/DF3GL_cls.h"
+#include "gl/DrawingBlock_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "gui/ColorMapChooser_cls.h"
+#include "gui/DrawingBlockGUI_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
@@ -35,6 +38,7 @@
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
 #include "pov/PovExport_cls.h"
+#include "pov/ViewAnchor_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -210,6 +214,8 @@ wxEND_EVENT_TABLE()
         companions[static_cast<size_t>(slot)] = mvpDF3GL[static_cast<size_t>(slot)].get();
     }
     DF3GL_cls::InitializeStaticMembers(mpPrompt.get(), &seqCtrl, &GetPreference(), &mpMain->GetColoring());
+    DF3GL_cls::SetTexProperty(&mpMain->GetTexProperty());
+    DrawingBlock_cls::SetTreeBoxRule(&mpMain->GetTreeBoxRule());
     {
         // The colour map of the active slot and the render button go below the preview settings.
         wxSizer* panelSizer = mpControlPanel->GetSizer();
@@ -260,6 +266,7 @@ wxEND_EVENT_TABLE()
         mStrStateFile = stateFile;
     mpImgSequence = std::make_unique<ImgSequence_cls>(this, mpMain);
     mpIsosurfSeqGUI = std::make_unique<IsosurfSeqGUI_cls>(this, mpMain);
+    mpDrawingBlockGUI = std::make_unique<DrawingBlockGUI_cls>(this, mpMain);
 }
 
 FrameMain_cls::~FrameMain_cls()
@@ -314,7 +321,20 @@ MainGLCanvas_cls* FrameMain_cls::GetExportCanvas()
 
 std::wstring FrameMain_cls::GetImgSeqName() const
 {
-    return mStrItemImgSeqName.Get();
+    return mpMain->GetImgSeqName();
+}
+
+DrawingBlock_cls& FrameMain_cls::GetDrawingBlock(int slot)
+{
+    return mvpDF3GL[static_cast<size_t>(std::clamp(slot, 0, 3))]->GetDrawingBlock();
+}
+
+void FrameMain_cls::SetViewAnchor(const Vec3d& anchor)
+{
+    MainGLCanvas_cls::GetAnchor().Set(anchor);
+    // Every view orbits around the same point; the eyes stay where they are.
+    for (auto& ctrl : mvViewCtrl)
+        ctrl->GetCamera().SetAnchor(MainGLCanvas_cls::GetAnchor().Get());
 }
 
 int FrameMain_cls::GetCurrentFrame() const
@@ -509,6 +529,9 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
         dragged = true;
         MainGLCanvas_cls* canvas = mvCanvas[static_cast<size_t>(i)];
         if (ctrl.ProcessDrag(canvas->GetClientSize().y)) {
+            // A pan moved this view's anchor: the others turn around the new point as well.
+            if (ctrl.GetCamera().GetAnchor() != MainGLCanvas_cls::GetAnchor().Get())
+                SetViewAnchor(ctrl.GetCamera().GetAnchor());
             canvas->Refresh(false);
             canvas->Update();
             if (i == miActiveView)
@@ -883,23 +906,33 @@ void FrameMain_cls::OnDataChanged()
     WakeIdle();
 }
 
+void FrameMain_cls::SetImportFilter(wxFileDialog& dialog) const
+{
+    // One filter per "|"-separated pair of the wildcard text.
+    const std::wstring& wildcard = mCStartup.mStrDataWildcard;
+    const unsigned parts = static_cast<unsigned>(std::count(wildcard.begin(), wildcard.end(), L'|'));
+    dialog.SetFilterIndex(static_cast<int>(mpMain->GetImportList().GetFilterIndex((parts + 1) / 2)));
+}
+
 void FrameMain_cls::OnOpenData(wxCommandEvent&)
 {
-    const std::wstring last = mpMain->GetLastDataPath();
-    const std::wstring folder = last.empty() ? L"" : std::filesystem::path(last).parent_path().wstring();
-    wxFileDialog dialog(this, TrW("Coose first file"), folder, "", mCStartup.mStrDataWildcard,
-                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
-    if (dialog.ShowModal() == wxID_OK)
+    wxFileDialog dialog(this, TrW("Coose first file"), mpMain->GetImportList().GetFolder(), "",
+                        mCStartup.mStrDataWildcard, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+    SetImportFilter(dialog);
+    const int answer = dialog.ShowModal();
+    mpMain->GetImportList().SetFilterIndex(static_cast<unsigned>(std::max(dialog.GetFilterIndex(), 0)));
+    if (answer == wxID_OK)
         OpenDataFile(dialog.GetPath().ToStdWstring());
 }
 
 void FrameMain_cls::OnAppendData(wxCommandEvent&)
 {
-    const std::wstring last = mpMain->GetLastDataPath();
-    const std::wstring folder = last.empty() ? L"" : std::filesystem::path(last).parent_path().wstring();
-    wxFileDialog dialog(this, TrW("Coose first file"), folder, "", mCStartup.mStrDataWildcard,
-                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
-    if (dialog.ShowModal() != wxID_OK)
+    wxFileDialog dialog(this, TrW("Coose first file"), mpMain->GetImportList().GetFolder(), "",
+                        mCStartup.mStrDataWildcard, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+    SetImportFilter(dialog);
+    const int answer = dialog.ShowModal();
+    mpMain->GetImportList().SetFilterIndex(static_cast<unsigned>(std::max(dialog.GetFilterIndex(), 0)));
+    if (answer != wxID_OK)
         return;
     MakeContextCurrent();
     mpMain->AppendData(dialog.GetPath().ToStdWstring());
@@ -945,6 +978,8 @@ void FrameMain_cls::InstallProjectHooks()
                            // width when the window size differs next time.
                            miItemSashPos.Set(mpSplitter->GetSashPosition() - mpSplitter->GetClientSize().x);
                        }
+                       // The controller's image-sequence name is kept among the window's settings.
+                       mStrItemImgSeqName.Set(mpMain->GetImgSeqName());
                        // Each slot's colour-map choice travels with the window's items.
                        if (mpColorChooser == nullptr)
                            return mCConfList.SerializeAll();
@@ -956,6 +991,10 @@ void FrameMain_cls::InstallProjectHooks()
                        return (mpColorChooser != nullptr && mpColorChooser->GetConfList().ReadStrLineAll(line)) ||
                               window;
                    }});
+    file.SetHooks(ProjectFile_cls::kHookViewAnchor, {[] { return MainGLCanvas_cls::SerializeAnchor(); },
+                                                     [](LineStream_cls& stream, const std::wstring& line) {
+                                                         return MainGLCanvas_cls::ReadAnchor(stream, line);
+                                                     }});
     file.SetHooks(ProjectFile_cls::kHookViewCtrls, {[this] {
                                                         std::wstring text;
                                                         for (const auto& ctrl : mvViewCtrl)
@@ -1040,6 +1079,12 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
 
 void FrameMain_cls::RefreshAfterRead()
 {
+    // The anchor block comes before the view controllers' own anchors: it wins at the end.
+    ViewAnchor_cls& anchor = MainGLCanvas_cls::GetAnchor();
+    if (anchor.WasRead())
+        SetViewAnchor(anchor.Get());
+    anchor.ClearReadFlag();
+    mpMain->SetImgSeqName(mStrItemImgSeqName.Get());
     // Settings that drive the layout.
     if (muItemLayout.Get() > 1)
         muItemLayout.Set(0);
@@ -1268,6 +1313,7 @@ void FrameMain_cls::OnResetCamera(wxCommandEvent&)
 {
     for (auto& ctrl : mvViewCtrl)
         ctrl->ResetCamera();
+    SetViewAnchor({0.0, 0.0, 0.0});
     RefreshViews();
     UpdateCameraInfo();
 }

@@ -5,6 +5,7 @@
 // dragging (and, with the data slots, loading and playback).
 #include "config/ConfItemList_cls.h"
 #include "gui/Shortcut_cls.h"
+#include "pov/Camera_cls.h"
 
 #include <wx/colourdata.h>
 #include <wx/frame.h>
@@ -17,6 +18,7 @@
 
 class ColorMapChooser_cls;
 class DF3GL_cls;
+class DrawingBlockGUI_cls;
 class ImgSequence_cls;
 class IsosurfSeqGUI_cls;
 class IdleBenchLog_cls;
@@ -109,6 +111,12 @@ class FrameMain_cls : public wxFrame
     /// full (voxels processed, textures bound) and the views repainted, as the export needs it.
     void PrepareFrameForExport(int frame);
 
+    /// Sets the view anchor shared by all views and gives it to every view's camera.
+    void SetViewAnchor(const Vec3d& anchor);
+    /// The drawing block of `slot` (0..3).
+    class DrawingBlock_cls& GetDrawingBlock(int slot);
+    /// Asks every view to repaint (settings that change the drawing).
+    void RepaintViews() { RefreshViews(); }
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
@@ -177,6 +185,8 @@ class FrameMain_cls : public wxFrame
     void OnAnimCommand(wxCommandEvent& event);
     void OnUseTimeRemap(wxCommandEvent& event);
     void OnOpenData(wxCommandEvent& event);
+    /// Preselects the data-open dialog's file type remembered by the import list.
+    void SetImportFilter(class wxFileDialog& dialog) const;
     void OnAppendData(wxCommandEvent& event);
     void OnCloseData(wxCommandEvent& event);
     /// The controller opened, appended or closed data: title, views, loading.
@@ -278,6 +288,7 @@ class FrameMain_cls : public wxFrame
     unsigned muTextureSettings = 0; ///< texel format * 2 + linear filter, as the textures were made
     // The sequence exports (File > Export), each with its own menu and idle handlers.
     std::unique_ptr<ImgSequence_cls> mpImgSequence;
+    std::unique_ptr<DrawingBlockGUI_cls> mpDrawingBlockGUI;
     std::unique_ptr<IsosurfSeqGUI_cls> mpIsosurfSeqGUI;
     std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
     std::unique_ptr<RenderMenu_cls> mpRenderMenu;

@@ -21,6 +21,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <cwctype>
 #include <filesystem>
 #include <system_error>
 
@@ -66,6 +67,16 @@ std::wstring ImgSequence_cls::PatternFromName(const std::wstring& chosen, const 
     return escape(folder + stem) + WStrPrintf("%%0%dd", static_cast<int>(std::max<size_t>(4, digits))) + escape(ext);
 }
 
+std::wstring ImgSequence_cls::BaseNameFromPath(const std::wstring& chosen)
+{
+    std::wstring stem = std::filesystem::path(chosen).stem().wstring();
+    while (!stem.empty() && std::iswdigit(stem.back()))
+        stem.pop_back();
+    while (!stem.empty() && (stem.back() == L'_' || stem.back() == L'-' || stem.back() == L'.'))
+        stem.pop_back();
+    return stem;
+}
+
 void ImgSequence_cls::BuildExportSubmenu(wxMenuBar* bar)
 {
     const int file = bar ? bar->FindMenu(TrW("&File")) : wxNOT_FOUND;
@@ -104,7 +115,13 @@ void ImgSequence_cls::OnMenu(wxCommandEvent&)
                         wxFD_SAVE);
     if (dialog.ShowModal() != wxID_OK)
         return;
-    Start(PatternFromName(dialog.GetPath().ToStdWstring(), L".png"));
+    // The name chosen becomes the controller's base name: the next export offers it again, and
+    // a saved project remembers it.
+    const std::wstring chosen = dialog.GetPath().ToStdWstring();
+    const std::wstring chosenBase = BaseNameFromPath(chosen);
+    if (!chosenBase.empty())
+        mpMain->SetImgSeqName(chosenBase);
+    Start(PatternFromName(chosen, L".png"));
 }
 
 // --- start ------------------------------------------------------------------------------------

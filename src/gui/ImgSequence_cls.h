@@ -32,6 +32,9 @@ class ImgSequence_cls : public wxEvtHandler
     /// become the number, "%" is kept literally; without an extension `defaultExt` is added.
     /// "/a/shot_0000.png" -> "/a/shot_%04d.png", "/a/shot.png" -> "/a/shot_%04d.png".
     static std::wstring PatternFromName(const std::wstring& chosen, const std::wstring& defaultExt);
+    /// The base name a chosen file name stands for: its stem without the trailing number and
+    /// the separator before it ("/a/shot_0007.png" -> "shot").
+    static std::wstring BaseNameFromPath(const std::wstring& chosen);
     /// Moves the sequence-export entries of the File menu into its "Export" submenu.
     static void BuildExportSubmenu(class wxMenuBar* bar);
 

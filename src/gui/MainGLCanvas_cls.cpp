@@ -5,6 +5,7 @@
 #include "gl/GuideGL_cls.h"
 #include "gui/FrameMain_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "pov/ViewAnchor_cls.h"
 
 #include <wx/dcclient.h>
 #include <wx/dcmemory.h>
@@ -46,6 +47,22 @@ void MainGLCanvas_cls::ReleaseContext()
 {
     delete msContext;
     msContext = nullptr;
+}
+
+ViewAnchor_cls& MainGLCanvas_cls::GetAnchor()
+{
+    static ViewAnchor_cls anchor;
+    return anchor;
+}
+
+std::wstring MainGLCanvas_cls::SerializeAnchor()
+{
+    return GetAnchor().SerializeAnchor();
+}
+
+bool MainGLCanvas_cls::ReadAnchor(LineStream_cls& stream, const std::wstring& line)
+{
+    return GetAnchor().ReadStrLine(stream, line);
 }
 
 bool MainGLCanvas_cls::MakeContextCurrent()

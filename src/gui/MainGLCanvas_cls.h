@@ -11,6 +11,8 @@
 
 class GLCanvasCtrl_cls;
 class FrameMain_cls;
+class LineStream_cls;
+class ViewAnchor_cls;
 
 class MainGLCanvas_cls : public wxGLCanvas
 {
@@ -34,6 +36,13 @@ class MainGLCanvas_cls : public wxGLCanvas
     bool MakeContextCurrent();
     /// Frees the shared context (when the last canvas is gone).
     static void ReleaseContext();
+
+    /// The view anchor shared by every canvas: the point all views orbit around. GUI thread.
+    static ViewAnchor_cls& GetAnchor();
+    /// The anchor's project block ("--AnchorPos").
+    static std::wstring SerializeAnchor();
+    /// Reads the anchor's block or line; false for any other line.
+    static bool ReadAnchor(LineStream_cls& stream, const std::wstring& line);
 
   private:
     void OnPaint(wxPaintEvent& event);

@@ -81,6 +81,8 @@ const std::vector<Shortcut_cls::Record>& Shortcut_cls::Records()
          "", kNormal},
         {kIdExtraView, "&View", "ExtraView", "&Extra View Window", "Show the separate view window", "Ctrl+E", "",
          kCheck},
+        {kIdDrawingBlocks, "&View", "DrawingBlocks", "Drawing &Blocks...",
+         "Sub-box division and per-slot colour and alpha of the volume boxes", "", "", kNormal},
         {kIdToolTip, "&View", "ToolTip", "Show &Tool Tips", "Show tool tips on the controls", "", "", kCheck},
         {kIdPlay, "&Animation", "Play", "&Play / Pause", "Play from the current frame, or stop playing", "Space", "",
          kNormal},

@@ -42,6 +42,7 @@ enum ShortcutId : int {
     kIdExportAnim,
     kIdRenderAnim,
     kIdPovSettings,
+    kIdDrawingBlocks,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

@@ -7,6 +7,7 @@
 #include "color/ColorTable_cls.h"
 #include "color/Coloring_cls.h"
 #include "config/PreviewProperty_cls.h"
+#include "config/TexPropertyCtrl_cls.h"
 #include "config/TextFormat.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/Draw3DTexBoxA_cls.h"
@@ -458,6 +459,27 @@ TEST_F(GLRender, CamerafacingSlicesAreCachedPerView)
     Render();
     EXPECT_EQ(Draw3DTexBoxA_cls::GetRecalcCount(), before + 2);
     EXPECT_FALSE(Draw3DTexBoxA_cls::GetSlices().empty());
+}
+
+TEST_F(GLRender, VolumeBoxFactorsTintAndHideTheDrawnVolume)
+{
+    Open([](int, int, int) { return uint8_t(200); });
+    Load(Path::k3DCamera, 0);
+    const auto plain = Render();
+    TexPropertyCtrl_cls tex;
+    DF3GL_cls::SetTexProperty(&tex);
+    tex.SetColorFactor(0, 1.0f, 0.0f, 0.0f);
+    const auto red = Render();
+    tex.SetAlphaFactor(0, 0.0f);
+    const auto hidden = Render();
+    DF3GL_cls::SetTexProperty(nullptr);
+    const uint8_t* p = Pixel(plain, kW / 2, kH / 2);
+    const uint8_t* r = Pixel(red, kW / 2, kH / 2);
+    ASSERT_GT(p[1], 100);
+    EXPECT_NEAR(r[0], p[0], 2);
+    EXPECT_EQ(r[1], 0);
+    EXPECT_EQ(r[2], 0);
+    EXPECT_EQ(Sum(hidden), 0.0) << "alpha factor 0 draws nothing";
 }
 
 TEST(DF3GLColour, ComplementAndSliceColourFollowTheColourIndex)

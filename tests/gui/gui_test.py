@@ -9,6 +9,7 @@ window reports what its widgets show to TESSAN_STATE_FILE; questions are answere
 TESSAN_PROMPT_ANSWERS. Pictures are grabbed from the X screen with ImageMagick's `import`.
 """
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -928,6 +929,78 @@ def case_filter_menu(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def case_anchor_roundtrip(binary):
+    # A pan moves the anchor that every view orbits around; the project keeps it in its own
+    # block, so an opened project turns around the same point even without the views' own lines.
+    work = tempfile.mkdtemp(prefix="tessan-anchor-")
+    try:
+        first = write_series(work)[0]
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        a = os.path.join(work, "a.vsp")
+        r = subprocess.run([cli, "project", "new", a, "--data", first, "--filter", "volume", "--length", "5"],
+                           capture_output=True, text=True)
+        check(r.returncode == 0, "project new: %s" % r.stderr)
+        app = App(binary, args=[a])
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the project's data is drawn")
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            _, anchor0 = app.camera(3)
+            subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "mousedown", "2", "mousemove", str(cx + 40),
+                            str(cy + 10), "sleep", "0.1", "mousemove", str(cx + 70), str(cy + 30), "sleep", "0.1",
+                            "mouseup", "2"], check=True)
+            app.wait_for(lambda s: s["camera3"].split()[4:7] != ["%.6f" % c for c in anchor0], "middle-drag pans")
+            time.sleep(0.5)
+            _, moved = app.camera(3)
+            for i in range(5):
+                _, other = app.camera(i)
+                check(distance(other, moved) < 1e-6, "view %d orbits the panned anchor: %r vs %r" % (i, other, moved))
+            before = os.path.getmtime(a)
+            time.sleep(1.1)  # the project new above may have written within the same second
+            app.key("ctrl+s")
+            end = time.time() + 20
+            while os.path.getmtime(a) == before and time.time() < end:
+                time.sleep(0.1)
+        finally:
+            app.close()
+        with open(a, encoding="utf-8") as f:
+            lines = f.read().split("\n")
+        check("--AnchorPos" in lines, "the saved project holds the anchor block")
+        at = lines.index("--AnchorPos")
+        check(lines[at + 1].startswith("AnchorPos="), "the anchor line follows its marker: %r" % lines[at + 1])
+        saved = [float(t) for t in lines[at + 1].split("=", 1)[1].split()]
+        check(distance(saved, moved) < 1e-5, "the block holds the moved anchor: %r vs %r" % (saved, moved))
+        # Without the views' own anchor lines the anchor can only come from its block.
+        stripped = [line for line in lines if not re.match(r"^GLView\dCamAnchor=", line)]
+        check(len(stripped) == len(lines) - 5, "five view anchors removed")
+        with open(a, "w", encoding="utf-8") as f:
+            f.write("\n".join(stripped))
+        app = App(binary, args=[a])
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the re-opened project is drawn")
+            time.sleep(0.5)
+            for i in range(5):
+                _, back = app.camera(i)
+                check(distance(back, saved) < 1e-5, "view %d orbits the saved anchor again: %r" % (i, back))
+            # An orbit keeps the eye's distance to the anchor read back.
+            pos1, anchor1 = app.camera(3)
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            subprocess.run(["xdotool", "mousemove", str(cx), str(cy), "mousedown", "1", "mousemove", str(cx + 50),
+                            str(cy), "sleep", "0.1", "mousemove", str(cx + 100), str(cy + 20), "sleep", "0.1",
+                            "mouseup", "1"], check=True)
+            app.wait_for(lambda s: [float(t) for t in s["camera3"].split()[0:3]] != pos1, "left-drag orbits")
+            time.sleep(0.5)
+            pos2, anchor2 = app.camera(3)
+            check(distance(anchor2, saved) < 1e-5, "the orbit keeps the anchor")
+            check(abs(distance(pos2, anchor2) - distance(pos1, anchor1)) < 1e-3,
+                  "the eye turns round the read anchor: %r -> %r" % (pos1, pos2))
+        finally:
+            app.close()
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 def case_project_roundtrip(binary):
     # A project made by the command line, opened by the window, its camera moved and saved; the
     # saved file opened and saved again is the same to the byte, and both draw the same picture.
@@ -1108,6 +1181,116 @@ def case_img_sequence(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+
+def case_names_remembered(binary):
+    """The image-sequence name chosen in the export dialog and the data file opened are remembered
+    in the configuration at quit, and the name read at the next start is saved again."""
+    work = tempfile.mkdtemp(prefix="tessan-names-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", os.path.join(work, "d")], check=True, capture_output=True)
+        first = os.path.join(work, "d", "demo_0000.df3")
+        out = os.path.join(work, "out")
+        os.mkdir(out)
+        # A taken first name: the export is refused, but the name chosen is still the new base.
+        with open(os.path.join(out, "scan_0000.png"), "wb") as f:
+            f.write(b"taken")
+        app = App(binary, answers="yes", args=[first], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
+            menu(app, "f", ["Down"] * 6 + ["Right"])
+            save_as("Export image sequence", os.path.join(out, "scan_0000.png"))
+            end = time.time() + 10
+            while "overwrite forbidden" not in app.stderr() and time.time() < end:
+                time.sleep(0.2)
+            check("overwrite forbidden" in app.stderr(), "no refusal: %r" % app.stderr()[-300:])
+            app.key("ctrl+q")
+            check(app.proc.wait(20) == 0, "quit with Yes")
+        finally:
+            app.close(keep=True)
+        conf_path = os.path.join(work, "KivrelConfigure.txt")
+        with open(conf_path, encoding="utf-8") as f:
+            conf = f.read()
+        check("ImgSequenceName=scan\n" in conf, "the chosen base name is saved: %r" % conf[:400])
+        check("ImportListFile0=%s\n" % first in conf and "ImportListFolder=%s\n" % os.path.dirname(first) in conf,
+              "the opened data file and its folder are remembered")
+        # Next start: the configuration is read, and quitting writes the name read back, not the default.
+        app = App(binary, answers="yes", folder=work)
+        try:
+            app.key("ctrl+q")
+            check(app.proc.wait(20) == 0, "quit with Yes")
+        finally:
+            app.close(keep=True)
+        with open(conf_path, encoding="utf-8") as f:
+            conf = f.read()
+        check("ImgSequenceName=scan\n" in conf, "the name read at start is kept: %r" % conf[:400])
+        check("ImportListFile0=%s\n" % first in conf, "the import list is kept")
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_box_factors(binary):
+    """The volume boxes' colour and alpha factors in a project change what is drawn: a red factor
+    leaves only red, alpha 0 hides the slot; the Drawing Blocks dialog shows and applies them."""
+    work = tempfile.mkdtemp(prefix="tessan-boxes-")
+    try:
+        first = write_series(work)[0]
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        a = os.path.join(work, "a.vsp")
+        r = subprocess.run([cli, "project", "new", a, "--data", first, "--filter", "volume", "--length", "5"],
+                           capture_output=True, text=True)
+        check(r.returncode == 0, "project new: %s" % r.stderr)
+        with open(a, encoding="utf-8") as f:
+            text = f.read()
+        check("TexBoxColorFactor0=1.000000 1.000000 1.000000\n" in text and "TexBoxAlphaFactor0=1.000000\n" in text,
+              "the command line's project holds the neutral factors")
+        pic, _ = shoot(binary, work, "plain", [a])
+        w, bottom = check_volume_shown(pic, "plain")
+        cx, cy = w // 2, bottom // 2
+        variants = {"red": text.replace("TexBoxColorFactor0=1.000000 1.000000 1.000000",
+                                        "TexBoxColorFactor0=1.000000 0.000000 0.000000"),
+                    "hidden": text.replace("TexBoxAlphaFactor0=1.000000", "TexBoxAlphaFactor0=0.000000")}
+        for name, body in variants.items():
+            path = os.path.join(work, name + ".vsp")
+            with open(path, "w", encoding="utf-8") as f:
+                f.write(body)
+            variant, _ = shoot(binary, work, name, [path])
+            px = variant.pixel(cx, cy)
+            if name == "red":
+                plain = pic.pixel(cx, cy)
+                check(px[0] > px[1] + 40 and px[0] > px[2] + 40, "red factor: %r (plain %r)" % (px, plain))
+            else:
+                centre = region_mean_distance(variant, cx - 10, cy - 10, cx + 10, cy + 10)
+                check(centre < 8, "alpha 0 leaves the background (distance %.1f)" % centre)
+        # The dialog: View > Drawing Blocks (fifth entry); slot 1's alpha is eight tabs on.
+        app = App(binary, args=[a], folder=work)
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the project's data is drawn")
+            menu(app, "v", ["Down"] * 4)
+            dialog = find_window_named("Drawing Blocks")
+            time.sleep(0.5)
+            subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+            subprocess.run(["xdotool", "key"] + ["Tab"] * 8 + ["ctrl+a"], check=True)
+            subprocess.run(["xdotool", "type", "0"], check=True)
+            subprocess.run(["xdotool", "key", "Tab"], check=True)
+            time.sleep(0.3)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            time.sleep(0.5)
+            before = os.path.getmtime(a)
+            time.sleep(1.1)
+            app.key("ctrl+s")
+            end = time.time() + 20
+            while os.path.getmtime(a) == before and time.time() < end:
+                time.sleep(0.1)
+        finally:
+            app.close(keep=True)
+        with open(a, encoding="utf-8") as f:
+            saved = f.read()
+        check("TexBoxAlphaFactor0=0.000000\n" in saved, "the dialog set slot 1's alpha: %r"
+              % [l for l in saved.split("\n") if l.startswith("TexBox")])
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
 
 
 def case_iso_sequence(binary):
@@ -1584,6 +1767,9 @@ CASES = {
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
     "project_roundtrip": case_project_roundtrip,
+    "anchor_roundtrip": case_anchor_roundtrip,
+    "names_remembered": case_names_remembered,
+    "box_factors": case_box_factors,
     "img_sequence": case_img_sequence,
     "iso_sequence": case_iso_sequence,
     "stack_series": case_stack_series,
