@@ -25,6 +25,7 @@
 #include "gui/MyApp.h"
 #include "gui/PreviewPropertyGUI_cls.h"
 #include "gui/SequencePanel_cls.h"
+#include "gui/StereoViewGUI_cls.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
@@ -166,6 +167,7 @@ wxEND_EVENT_TABLE()
     mpSplitter->SetSashGravity(1.0);
     BuildViews();
     BuildControlPanel();
+    mpStereoGUI = std::make_unique<StereoViewGUI_cls>(this, mpMain);
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
     mpTimeLine = new TimeLineGUI_cls(this, &mpMain->GetTimeCtrl());
     mpTimeLine->SetParameterSets({{L"BoxSize", &mpMain->GetBoxSize()},
@@ -847,6 +849,8 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
 
 void FrameMain_cls::RefreshAfterRead()
 {
+    if (mpStereoGUI != nullptr)
+        mpStereoGUI->UpdateMenu();
     // Settings that drive the layout.
     if (muItemLayout.Get() > 1)
         muItemLayout.Set(0);
@@ -1371,10 +1375,23 @@ bool FrameMain_cls::ScreenshotReady()
     return ++miScreenshotIdlePasses > 3;
 }
 
+void FrameMain_cls::SetViewShot(const std::wstring& path, int scale, bool offscreen)
+{
+    mStrScreenshotPath = path;
+    mpStereoGUI->SetViewShot(path, scale, offscreen);
+}
+
 void FrameMain_cls::TakeScreenshot()
 {
     const std::wstring path = mStrScreenshotPath;
     mStrScreenshotPath.clear();
+    if (mpStereoGUI->HasViewShot()) {
+        const bool saved = mpStereoGUI->TakeViewShot();
+        wxGetApp().SetExitCode(saved ? 0 : 1);
+        Destroy();
+        wxGetApp().ExitMainLoop();
+        return;
+    }
     const wxSize size = GetClientSize();
     wxImage image;
     {

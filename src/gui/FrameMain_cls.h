@@ -21,6 +21,7 @@ class MainGLCanvas_cls;
 class Parameters_cls;
 class PreviewPropertyGUI_cls;
 class SequencePanel_cls;
+class StereoViewGUI_cls;
 class TimeCtrl_cls;
 class TimeLineGUI_cls;
 class GLCanvasCtrl_cls;
@@ -81,6 +82,20 @@ class FrameMain_cls : public wxFrame
     /// --screenshot: once every visible view has been drawn, save the client area to `path` as
     /// PNG and exit (exit code 0, or 1 with a message when it cannot be saved).
     void SetScreenshotPath(const std::wstring& path) { mStrScreenshotPath = path; }
+    /// --view-shot: as the screenshot, but only the active view, drawn off-screen at `scale`
+    /// times its size when scale > 1 or `offscreen`.
+    void SetViewShot(const std::wstring& path, int scale, bool offscreen);
+    /// The stereogram, off-screen picture and camera-path commands.
+    StereoViewGUI_cls& GetStereoGUI() { return *mpStereoGUI; }
+    /// The canvas of view i (0..4), null before the views are built.
+    MainGLCanvas_cls* GetCanvas(int i) const
+    {
+        return i >= 0 && i < kViewCount ? mvCanvas[static_cast<size_t>(i)] : nullptr;
+    }
+    /// The view the View menu's camera commands act on.
+    int GetActiveView() const { return miActiveView; }
+    /// Shows or hides the extra view window (and checks its menu entry).
+    void ShowExtraView(bool shown) { SetExtraViewShown(shown); }
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
@@ -190,6 +205,7 @@ class FrameMain_cls : public wxFrame
     StartupData mCStartup;
     std::unique_ptr<Shortcut_cls> mpShortcut;
     std::unique_ptr<WxUserPrompt_cls> mpPrompt;
+    std::unique_ptr<StereoViewGUI_cls> mpStereoGUI;
     int miTimeListener = 0;
     int miUndoListener = 0;
     std::wstring mStrBaseTitle;

@@ -4,6 +4,8 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "gui/FrameMain_cls.h"
+#include "gui/StereoViewGUI_cls.h"
+#include "pov/StereoGram_cls.h"
 
 #include <wx/display.h>
 #include <wx/filename.h>
@@ -52,8 +54,15 @@ bool MyApp::OnInit()
         frame->SetClientSize(msCommandLine.GetWidth(), msCommandLine.GetHeight());
     if (!msCommandLine.GetScreenshotPath().empty())
         frame->SetScreenshotPath(Widen(msCommandLine.GetScreenshotPath()));
+    if (!msCommandLine.GetViewShotPath().empty())
+        frame->SetViewShot(Widen(msCommandLine.GetViewShotPath()), msCommandLine.GetViewScale(),
+                           msCommandLine.IsOffscreen());
     frame->Show(true);
     SetTopWindow(frame);
+    if (msCommandLine.GetStereoMode() > 0) {
+        mpMain->GetStereoGram().SetMode(static_cast<unsigned>(msCommandLine.GetStereoMode()));
+        frame->GetStereoGUI().SetStereoView(true);
+    }
     if (!msCommandLine.GetFile().empty()) {
         const std::wstring file = Widen(msCommandLine.GetFile());
         const int startFrame = msCommandLine.GetFrame();

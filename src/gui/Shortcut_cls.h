@@ -35,6 +35,11 @@ enum ShortcutId : int {
     kIdOpenData,
     kIdAppendData,
     kIdCloseData,
+    kIdStereoView,
+    kIdStereoSettings,
+    kIdSaveViewImage,
+    kIdUseCameraPath,
+    kIdShowCameraPath,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

@@ -7,6 +7,7 @@
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
 #include "pov/PovVolume_cls.h"
+#include "pov/StereoGram_cls.h"
 
 #include <algorithm>
 #include <cmath>
@@ -211,6 +212,8 @@ bool PovExport_cls::CommandSnapshot(bool render)
 Camera_cls PovExport_cls::GetCameraForEye(unsigned eye) const
 {
     Camera_cls camera = mCameraOfPanel0 ? mCameraOfPanel0() : mCSavedCamera;
+    if ((eye == 1 || eye == 2) && mpStereo != nullptr)
+        return mpStereo->MakeEyeCamera(camera, eye);
     if (eye == 1 || eye == 2) {
         // Eyes apart by a thirtieth of the viewing distance, both looking at the same point.
         const double half = camera.Distance() / 60.0 * (eye == 1 ? -1.0 : 1.0);

@@ -89,7 +89,39 @@ double StereoGram_cls::GetToeInAngle(unsigned eye) const
 int StereoGram_cls::GetHalfForEye(unsigned eye) const
 {
     const int natural = eye == 2 ? 1 : 0;
+    // Over-under has no crossed variant: the left eye's picture is always on top.
     return GetMode() == kModeCrossed ? 1 - natural : natural;
+}
+
+bool StereoGram_cls::IsSplit() const
+{
+    const Mode mode = GetMode();
+    return mode == kModeParallel || mode == kModeCrossed || mode == kModeOverUnder;
+}
+
+Camera_cls StereoGram_cls::MakeEyeCamera(const Camera_cls& mono, unsigned eye) const
+{
+    Camera_cls camera = mono;
+    if (eye != 1 && eye != 2)
+        return camera;
+    const Vec3d p = mono.GetPosition();
+    const Vec3d d = mono.Direction();
+    const Vec3d r = mono.Right();
+    const double offset = GetEyeOffset(eye);
+    const Vec3d eyePos = {p[0] + r[0] * offset, p[1] + r[1] * offset, p[2] + r[2] * offset};
+    const double conv = GetConvergence();
+    Vec3d target = {p[0] + d[0] * conv, p[1] + d[1] * conv, p[2] + d[2] * conv};
+    if (mono.GetProjection() == Camera_cls::kOrthographic) {
+        // An orthographic view's scale follows the look-at distance: keep the mono distance along
+        // the turned line of sight so that both eyes show the scene at the preview's size.
+        const Vec3d v = {target[0] - eyePos[0], target[1] - eyePos[1], target[2] - eyePos[2]};
+        const double len = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
+        const double k = mono.Distance() / len;
+        target = {eyePos[0] + v[0] * k, eyePos[1] + v[1] * k, eyePos[2] + v[2] * k};
+    }
+    if (!camera.Set(eyePos, target, mono.GetSky()))
+        return mono;
+    return camera;
 }
 
 std::wstring StereoGram_cls::Serialize() const

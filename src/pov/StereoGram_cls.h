@@ -4,6 +4,7 @@
 // each eye's sideways offset and toe-in angle; the settings travel in project text as the
 // "--StereoGram" block.
 #include "config/ConfItemList_cls.h"
+#include "pov/Camera_cls.h"
 
 #include <string>
 
@@ -13,10 +14,11 @@ class StereoGram_cls
 {
   public:
     /// How the pair is shown: off, side by side for parallel viewing, side by side crossed,
-    /// red-cyan anaglyph.
-    enum Mode : unsigned { kModeOff = 0, kModeParallel = 1, kModeCrossed = 2, kModeAnaglyph = 3 };
+    /// red-cyan anaglyph, left eye above the right one. New codes are only ever appended, so
+    /// older project files keep their meaning.
+    enum Mode : unsigned { kModeOff = 0, kModeParallel = 1, kModeCrossed = 2, kModeAnaglyph = 3, kModeOverUnder = 4 };
     /// Highest mode code; larger codes read from a file fall back to off.
-    static constexpr unsigned kModeLast = kModeAnaglyph;
+    static constexpr unsigned kModeLast = kModeOverUnder;
 
     /// Defaults: eye separation 0.065, convergence distance 3 (world units), mode off.
     StereoGram_cls();
@@ -42,9 +44,17 @@ class StereoGram_cls
     /// Angle (radians) by which eye 1 or 2 turns inward to meet the other at the convergence
     /// distance (positive for the left eye, turning right); 0 for eye 0.
     double GetToeInAngle(unsigned eye) const;
-    /// Which half of a side-by-side picture shows eye 1 or 2: 0 left half, 1 right half
-    /// (crossed viewing swaps them).
+    /// Which half of a split picture shows eye 1 or 2: 0 the left (over-under: upper) half, 1
+    /// the right (lower) half; crossed viewing swaps them.
     int GetHalfForEye(unsigned eye) const;
+    /// True for the modes that split the picture into two halves (parallel, crossed,
+    /// over-under).
+    bool IsSplit() const;
+    /// The camera of eye 1 (left) or 2 (right) made from the mono camera: moved along the
+    /// camera's right axis by GetEyeOffset and turned inward so that both eyes look at the point
+    /// the convergence distance ahead of the mono eye. Eye 0 (or a degenerate result) gives the
+    /// mono camera unchanged. Preview and ray-tracer export both use it, so their pairs match.
+    Camera_cls MakeEyeCamera(const Camera_cls& mono, unsigned eye) const;
 
     /// "--StereoGram", the settings, "--StereoGramEnd".
     std::wstring Serialize() const;
