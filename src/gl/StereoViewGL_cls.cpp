@@ -58,4 +58,6 @@ void StereoViewGL_cls::Draw(const StereoGram_cls& stereo, const Camera_cls& mono
     }
     GuideGL_cls::SetViewportOrigin(oldX, oldY);
     glPopAttrib();
+    // What is drawn over the pair (labels) covers the whole view, as after a mono draw.
+    glViewport(oldX, oldY, width, height);
 }

@@ -25,6 +25,6 @@ class StereoViewGL_cls
     /// stereogram's mode; the whole framebuffer for the anaglyph, for eye 0 or with stereo off.
     static Rect EyeRect(const StereoGram_cls& stereo, unsigned eye, int width, int height);
     /// Draws the view for `mono` as the stereogram's mode says. Leaves the viewport origin,
-    /// scissor test and colour mask as it found them.
+    /// scissor test and colour mask as it found them, and the viewport on the whole view.
     static void Draw(const StereoGram_cls& stereo, const Camera_cls& mono, int width, int height, const DrawFunc& draw);
 };

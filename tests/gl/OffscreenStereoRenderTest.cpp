@@ -274,6 +274,7 @@ TEST(StereoView, SplitLayoutsPutEachEyeInItsHalf)
          {StereoGram_cls::kModeParallel, StereoGram_cls::kModeCrossed, StereoGram_cls::kModeOverUnder}) {
         SCOPED_TRACE(mode);
         stereo.SetMode(mode);
+        glViewport(0, 0, 7, 7); // whatever the last drawing left
         StereoViewGL_cls::Draw(stereo, mono, kW, kH,
                                [&](const Camera_cls& c, int w, int h) { DrawSquare(c, w, h, centre, 0.1); });
         const std::vector<uint8_t> rgb = ctx.ReadRGB();
@@ -302,6 +303,11 @@ TEST(StereoView, SplitLayoutsPutEachEyeInItsHalf)
         EXPECT_EQ(ox, 0);
         EXPECT_EQ(oy, 0);
         EXPECT_FALSE(glIsEnabled(GL_SCISSOR_TEST));
+        // Labels drawn afterwards cover the whole view.
+        GLint viewport[4] = {-1, -1, -1, -1};
+        glGetIntegerv(GL_VIEWPORT, viewport);
+        EXPECT_EQ(viewport[2], kW);
+        EXPECT_EQ(viewport[3], kH);
     }
 }
 
