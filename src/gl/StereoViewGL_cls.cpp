@@ -25,7 +25,7 @@ StereoViewGL_cls::Rect StereoViewGL_cls::EyeRect(const StereoGram_cls& stereo, u
 }
 
 void StereoViewGL_cls::Draw(const StereoGram_cls& stereo, const Camera_cls& mono, int width, int height,
-                            const DrawFunc& draw)
+                            const DrawFunc& draw, double time)
 {
     if (!stereo.IsActive() || width <= 0 || height <= 0) {
         draw(mono, width, height);
@@ -36,7 +36,7 @@ void StereoViewGL_cls::Draw(const StereoGram_cls& stereo, const Camera_cls& mono
     glPushAttrib(GL_SCISSOR_BIT | GL_COLOR_BUFFER_BIT | GL_VIEWPORT_BIT);
     const bool anaglyph = stereo.GetMode() == StereoGram_cls::kModeAnaglyph;
     for (unsigned eye = 1; eye <= 2; ++eye) {
-        const Camera_cls camera = stereo.MakeEyeCamera(mono, eye);
+        const Camera_cls camera = stereo.MakeEyeCamera(mono, eye, time);
         if (anaglyph) {
             // Each eye writes only its own channels; the depth buffer is cleared between them by
             // the view's own clear, so the second eye hides nothing of the first.

@@ -26,5 +26,7 @@ class StereoViewGL_cls
     static Rect EyeRect(const StereoGram_cls& stereo, unsigned eye, int width, int height);
     /// Draws the view for `mono` as the stereogram's mode says. Leaves the viewport origin,
     /// scissor test and colour mask as it found them, and the viewport on the whole view.
-    static void Draw(const StereoGram_cls& stereo, const Camera_cls& mono, int width, int height, const DrawFunc& draw);
+    /// time: normalised time of the frame for an animated eye geometry (-1: current time).
+    static void Draw(const StereoGram_cls& stereo, const Camera_cls& mono, int width, int height, const DrawFunc& draw,
+                     double time = -1.0);
 };

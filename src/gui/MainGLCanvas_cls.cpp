@@ -111,7 +111,7 @@ void MainGLCanvas_cls::DrawView(int width, int height)
         });
     };
     if (mpStereo != nullptr)
-        StereoViewGL_cls::Draw(*mpStereo, mpCtrl->GetCamera(), width, height, drawOne);
+        StereoViewGL_cls::Draw(*mpStereo, mpCtrl->GetCamera(), width, height, drawOne, time);
     else
         drawOne(mpCtrl->GetCamera(), width, height);
     const double scale = GuideGL_cls::GetPixelScale();

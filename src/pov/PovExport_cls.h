@@ -128,8 +128,8 @@ class PovExport_cls
                                 const Camera_cls& camera, const std::wstring& stem);
 
     /// The camera for eye (0 mono, 1 left, 2 right): panel 0's camera shifted sideways (by the
-    /// stereogram's eye geometry when one is set).
-    Camera_cls GetCameraForEye(unsigned eye) const;
+    /// stereogram's eye geometry at normalised time `time` when one is set; -1: current time).
+    Camera_cls GetCameraForEye(unsigned eye, double time = -1.0) const;
     /// True when the box lies (at least partly) inside the camera's view cone.
     bool IsBoxVisible(const DataBox& box, const Camera_cls& camera) const;
 

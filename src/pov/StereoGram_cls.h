@@ -6,9 +6,11 @@
 #include "config/ConfItemList_cls.h"
 #include "pov/Camera_cls.h"
 
+#include <memory>
 #include <string>
 
 class LineStream_cls;
+class Parameters_cls;
 
 class StereoGram_cls
 {
@@ -22,6 +24,7 @@ class StereoGram_cls
 
     /// Defaults: eye separation 0.065, convergence distance 3 (world units), mode off.
     StereoGram_cls();
+    ~StereoGram_cls();
     StereoGram_cls(const StereoGram_cls&) = delete;
     StereoGram_cls& operator=(const StereoGram_cls&) = delete;
 
@@ -37,6 +40,14 @@ class StereoGram_cls
     void SetMode(unsigned mode);
     /// True when a stereo pair is to be made at all.
     bool IsActive() const { return GetMode() != kModeOff; }
+
+    /// The key-framed eye separation (value 0) and convergence distance (value 1). While it is
+    /// animated, the eye cameras follow its keys; otherwise the two settings above hold, and
+    /// setting them also sets its values. Listed on the time line like every parameter set.
+    Parameters_cls& GetParam() { return *mpParam; }
+    /// Separation and convergence at normalised time `time` (-1: the current time): from the
+    /// keys while animated (made valid), else the fixed settings.
+    void GetGeometryAt(double time, double& separation, double& convergence) const;
 
     /// Sideways shift of eye 1 (left) or 2 (right) along the camera's right axis: minus or plus
     /// half the separation; 0 for eye 0 (mono).
@@ -54,9 +65,10 @@ class StereoGram_cls
     /// camera's right axis by GetEyeOffset and turned inward so that both eyes look at the point
     /// the convergence distance ahead of the mono eye. Eye 0 (or a degenerate result) gives the
     /// mono camera unchanged. Preview and ray-tracer export both use it, so their pairs match.
-    Camera_cls MakeEyeCamera(const Camera_cls& mono, unsigned eye) const;
+    /// time: normalised time of the frame (-1: the current time), used while animated.
+    Camera_cls MakeEyeCamera(const Camera_cls& mono, unsigned eye, double time = -1.0) const;
 
-    /// "--StereoGram", the settings, "--StereoGramEnd".
+    /// "--StereoGram", the settings, the key-framed set when animated, "--StereoGramEnd".
     std::wstring Serialize() const;
     /// Reads the block when `firstLine` is "--StereoGram"; true then. Values out of range are
     /// made valid.
@@ -70,4 +82,5 @@ class StereoGram_cls
     ConfItemDOUBLE_cls mdItemSeparation;
     ConfItemDOUBLE_cls mdItemConvergence;
     ConfItemUINT_cls muItemMode;
+    std::unique_ptr<Parameters_cls> mpParam;
 };

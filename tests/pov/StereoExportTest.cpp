@@ -1,7 +1,9 @@
 // The stereo pair in the ray-tracer export: the left and right scenes use the stereogram's eye
 // cameras, so they differ only in where the eye stands (by exactly the eye separation), both
 // render, and each picture shows the volume where its eye camera projects it.
+#include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
+#include "anim/UndoManager_cls.h"
 #include "config/RecordingPrompt_cls.h"
 #include "config/TextFormat.h"
 #include "pov/PovExport_cls.h"
@@ -45,6 +47,14 @@ std::vector<std::string> CameraLines(const std::string& scene)
     for (std::string line; std::getline(in, line);)
         lines.push_back(line);
     return lines;
+}
+
+// "0005" for frame 5, as the anim pattern numbers its files.
+std::string FrameDigits(int frame)
+{
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "%04d", frame);
+    return buf;
 }
 
 // The vector after `key` ("location", "look_at") in the camera lines.
@@ -159,6 +169,33 @@ TEST_F(StereoExportFixture, BothEyesRenderWithTheBallWhereTheirCamerasProjectIt)
     }
     // In front of the convergence point: the left eye sees the ball further right.
     EXPECT_GT(centroid[0] - centroid[1], 2.0);
+}
+
+TEST_F(StereoExportFixture, AnimatedSeparationIsTakenAtEachFramesTime)
+{
+    UndoManager_cls undo;
+    Parameters_cls& keys = mStereo.GetParam();
+    keys.SetUndoManager(&undo);
+    ASSERT_TRUE(keys.SetTimeDependent(true, false));
+    const double k0[2] = {0.1, 3.0}, k1[2] = {0.3, 3.0};
+    ASSERT_TRUE(keys.ExecCommandSetKey(0.0, k0, 0, nullptr, nullptr));
+    ASSERT_TRUE(keys.ExecCommandSetKey(1.0, k1, 0, nullptr, nullptr));
+    mClock.SetWA(0, 10);
+    unsigned first = 9, last = 9;
+    ASSERT_TRUE(mExport.OutputPovRayIOAnim(&first, &last, false));
+    for (int frame : {0, 5, 10}) {
+        SCOPED_TRACE(frame);
+        const std::string stem = FrameDigits(frame);
+        Vec3d l{}, r{};
+        ASSERT_TRUE(VectorOf(CameraLines(ReadFileText(mDir.File("povanimL" + stem + ".pov"))), "location", l));
+        ASSERT_TRUE(VectorOf(CameraLines(ReadFileText(mDir.File("povanimR" + stem + ".pov"))), "location", r));
+        double expected[2] = {0, 0};
+        keys.Evaluate(mClock.GetDoubleIndex(frame), 0.0, expected);
+        EXPECT_NEAR(r[0] - l[0], expected[0], 1e-8);
+    }
+    double atEnd[2] = {0, 0};
+    keys.Evaluate(mClock.GetDoubleIndex(10), 0.0, atEnd);
+    EXPECT_NEAR(atEnd[0], 0.3, 1e-9);
 }
 
 } // namespace

@@ -1,4 +1,6 @@
 // Stereo pair settings: eye geometry, presentation, and the block in project text.
+#include "anim/Parameters_cls.h"
+#include "anim/UndoManager_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/TextFormat.h"
 #include "pov/StereoGram_cls.h"
@@ -153,6 +155,60 @@ TEST(StereoGramTest, OverUnderModeAndOlderModeCodes)
     EXPECT_FALSE(copy.IsSplit()); // anaglyph draws both eyes over the whole view
     ASSERT_TRUE(ReadBlock(copy, L"--StereoGram\nStereoGramMode=5\n--StereoGramEnd\n"));
     EXPECT_EQ(copy.GetMode(), StereoGram_cls::kModeOff);
+}
+
+TEST(StereoGramTest, AnimatedEyeGeometryFollowsItsKeysAndTravelsInTheBlock)
+{
+    UndoManager_cls undo;
+    StereoGram_cls stereo;
+    stereo.GetParam().SetUndoManager(&undo);
+    stereo.SetEyeSeparation(0.05);
+    stereo.SetConvergence(2.0);
+    // Not animated: the set carries the fixed values, the block stays the short one.
+    EXPECT_DOUBLE_EQ(stereo.GetParam().GetPCurrentValue()[0], 0.05);
+    EXPECT_DOUBLE_EQ(stereo.GetParam().GetPCurrentValue()[1], 2.0);
+    const std::wstring still = stereo.Serialize();
+    EXPECT_EQ(still.find(L"Parameter_"), std::wstring::npos);
+
+    ASSERT_TRUE(stereo.GetParam().SetTimeDependent(true, false));
+    const double k0[2] = {0.1, 2.0}, k1[2] = {0.3, 4.0};
+    ASSERT_TRUE(stereo.GetParam().ExecCommandSetKey(0.0, k0, 0, nullptr, nullptr));
+    ASSERT_TRUE(stereo.GetParam().ExecCommandSetKey(1.0, k1, 0, nullptr, nullptr));
+    Camera_cls mono;
+    ASSERT_TRUE(mono.Set({0, 0, 3}, {0, 0, 0}, {0, 1, 0}));
+    for (double t : {0.0, 0.5, 1.0}) {
+        double v[2] = {0, 0};
+        stereo.GetParam().Evaluate(t, 0.0, v);
+        double sep = 0, conv = 0;
+        stereo.GetGeometryAt(t, sep, conv);
+        EXPECT_DOUBLE_EQ(sep, v[0]);
+        EXPECT_DOUBLE_EQ(conv, v[1]);
+        const Vec3d apart =
+            Minus(stereo.MakeEyeCamera(mono, 2, t).GetPosition(), stereo.MakeEyeCamera(mono, 1, t).GetPosition());
+        EXPECT_NEAR(std::sqrt(Dot(apart, apart)), v[0], 1e-12) << t;
+        EXPECT_NEAR(stereo.MakeEyeCamera(mono, 1, t).GetLookAt()[2], 3.0 - v[1], 1e-12) << t;
+    }
+    double sep0 = 0, sep1 = 0, conv = 0;
+    stereo.GetGeometryAt(0.0, sep0, conv);
+    stereo.GetGeometryAt(1.0, sep1, conv);
+    EXPECT_NEAR(sep0, 0.1, 1e-12);
+    EXPECT_NEAR(sep1, 0.3, 1e-12);
+
+    // The keys travel inside the block and come back the same.
+    const std::wstring text = stereo.Serialize();
+    EXPECT_NE(text.find(L"Parameter_StereoGram"), std::wstring::npos);
+    EXPECT_EQ(text.rfind(L"--StereoGramEnd\n"), text.size() - 16);
+    StereoGram_cls copy;
+    ASSERT_TRUE(ReadBlock(copy, text + L"--NextBlock\n"));
+    EXPECT_EQ(copy.Serialize(), text);
+    double csep = 0, cconv = 0;
+    copy.GetGeometryAt(1.0, csep, cconv);
+    EXPECT_NEAR(csep, 0.3, 1e-12);
+    EXPECT_NEAR(cconv, 4.0, 1e-12);
+
+    // Back to defaults: not animated, the short block again.
+    copy.SetToDefault();
+    EXPECT_EQ(copy.Serialize(), StereoGram_cls().Serialize());
 }
 
 } // namespace
