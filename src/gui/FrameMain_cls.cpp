@@ -38,6 +38,7 @@
 #include <wx/choice.h>
 #include <wx/dcmemory.h>
 #include <wx/dcscreen.h>
+#include <wx/display.h>
 #include <wx/dnd.h>
 #include <wx/filedlg.h>
 #include <wx/filename.h>
@@ -1385,6 +1386,16 @@ void FrameMain_cls::TakeScreenshot()
 {
     const std::wstring path = mStrScreenshotPath;
     mStrScreenshotPath.clear();
+    // Parts of a window beyond the screen cannot be grabbed, and a window manager may not let
+    // it grow that far at all.
+    const wxSize client = GetClientSize();
+    const wxRect screen = wxDisplay(0u).GetGeometry();
+    const int fitWidth = std::min(client.x, screen.width), fitHeight = std::min(client.y, screen.height);
+    if (!mpStereoGUI->HasViewShot() && (miScreenshotWidth > fitWidth || miScreenshotHeight > fitHeight)) {
+        std::fprintf(stderr, "tessan: the window cannot show %dx%d here; saving the active view drawn off-screen\n",
+                     miScreenshotWidth, miScreenshotHeight);
+        mpStereoGUI->SetViewShotSize(path, miScreenshotWidth, miScreenshotHeight);
+    }
     if (mpStereoGUI->HasViewShot()) {
         const bool saved = mpStereoGUI->TakeViewShot();
         wxGetApp().SetExitCode(saved ? 0 : 1);

@@ -82,6 +82,13 @@ class FrameMain_cls : public wxFrame
     /// --screenshot: once every visible view has been drawn, save the client area to `path` as
     /// PNG and exit (exit code 0, or 1 with a message when it cannot be saved).
     void SetScreenshotPath(const std::wstring& path) { mStrScreenshotPath = path; }
+    /// The client size --size asked for: when the window could not become that large, the
+    /// screenshot is the active view drawn off-screen at that size instead.
+    void SetScreenshotSize(int width, int height)
+    {
+        miScreenshotWidth = width;
+        miScreenshotHeight = height;
+    }
     /// --view-shot: as the screenshot, but only the active view, drawn off-screen at `scale`
     /// times its size when scale > 1 or `offscreen`.
     void SetViewShot(const std::wstring& path, int scale, bool offscreen);
@@ -255,6 +262,8 @@ class FrameMain_cls : public wxFrame
     std::wstring mStrScreenshotPath;
     int miScreenshotIdlePasses = 0;
     int miScreenshotDataPasses = 0;
+    int miScreenshotWidth = 0;
+    int miScreenshotHeight = 0;
     unsigned muTextureSettings = 0; ///< texel format * 2 + linear filter, as the textures were made
     std::string mStrStateFile;      ///< TESSAN_STATE_FILE: where the visible state is reported
     std::wstring mStrLastState;     ///< the last report written

@@ -52,8 +52,10 @@ bool MyApp::OnInit()
     auto* frame = new FrameMain_cls(mpMain->GetTitle(), mpMain.get(), area.x, area.y, area.width, area.height);
     if (msCommandLine.GetWidth() > 0 && msCommandLine.GetHeight() > 0)
         frame->SetClientSize(msCommandLine.GetWidth(), msCommandLine.GetHeight());
-    if (!msCommandLine.GetScreenshotPath().empty())
+    if (!msCommandLine.GetScreenshotPath().empty()) {
         frame->SetScreenshotPath(Widen(msCommandLine.GetScreenshotPath()));
+        frame->SetScreenshotSize(msCommandLine.GetWidth(), msCommandLine.GetHeight());
+    }
     if (!msCommandLine.GetViewShotPath().empty())
         frame->SetViewShot(Widen(msCommandLine.GetViewShotPath()), msCommandLine.GetViewScale(),
                            msCommandLine.IsOffscreen());

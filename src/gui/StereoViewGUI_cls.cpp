@@ -212,6 +212,13 @@ void StereoViewGUI_cls::SetViewShot(const std::wstring& path, int scale, bool of
     mbViewShotOffscreen = offscreen;
 }
 
+void StereoViewGUI_cls::SetViewShotSize(const std::wstring& path, int width, int height)
+{
+    SetViewShot(path, 1, true);
+    miViewShotWidth = width;
+    miViewShotHeight = height;
+}
+
 bool StereoViewGUI_cls::TakeViewShot()
 {
     const std::wstring path = mStrViewShot;
@@ -222,8 +229,10 @@ bool StereoViewGUI_cls::TakeViewShot()
     if (canvas != nullptr) {
         const wxSize size = canvas->GetPixelSize();
         if (miViewShotScale > 1 || mbViewShotOffscreen) {
+            const int width = miViewShotWidth > 0 ? miViewShotWidth : size.x * miViewShotScale;
+            const int height = miViewShotHeight > 0 ? miViewShotHeight : size.y * miViewShotScale;
             std::wstring error;
-            drawn = canvas->RenderToImage(size.x * miViewShotScale, size.y * miViewShotScale, image, &error);
+            drawn = canvas->RenderToImage(width, height, image, &error);
             if (!drawn)
                 std::fprintf(stderr, "tessan: %s\n", Narrow(error).c_str());
         } else {

@@ -30,6 +30,9 @@ class StereoViewGUI_cls : public wxEvtHandler
     /// shown) saved as PNG to `path`; scale > 1 or `offscreen` draws it off-screen at scale
     /// times its size on screen.
     void SetViewShot(const std::wstring& path, int scale, bool offscreen);
+    /// As SetViewShot, at a fixed size (always off-screen): the screenshot asked larger than
+    /// the screen lets the window become.
+    void SetViewShotSize(const std::wstring& path, int width, int height);
     bool HasViewShot() const { return !mStrViewShot.empty(); }
     /// Takes the single-view picture; prints the path (true) or a message to stderr (false).
     bool TakeViewShot();
@@ -52,4 +55,6 @@ class StereoViewGUI_cls : public wxEvtHandler
     std::wstring mStrViewShot;
     int miViewShotScale = 1;
     bool mbViewShotOffscreen = false;
+    int miViewShotWidth = 0; ///< fixed size, 0: scale times the view's size
+    int miViewShotHeight = 0;
 };

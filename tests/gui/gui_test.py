@@ -1058,6 +1058,18 @@ def case_offscreen_shot(binary):
         mean = total / n
         check(mean < 6.0, "off-screen picture scaled down differs from the on-screen one (mean %.2f)" % mean)
         check(far < n // 50, "%d of %d pixels differ strongly" % (far, n))
+        # A screenshot larger than the screen (1280x1024) is the active view drawn off-screen at
+        # the size asked for.
+        out = os.path.join(work, "huge.png")
+        r = subprocess.run([binary, "--size", "1600x1200", "--screenshot", out, first], cwd=work,
+                           capture_output=True, text=True, timeout=120,
+                           env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
+        check(r.returncode == 0 and r.stdout.strip() == out, "large screenshot: %d %r" % (r.returncode, r.stderr))
+        check("off-screen" in r.stderr, "the substitution is not reported: %r" % r.stderr)
+        huge = Picture(out)
+        check((huge.width, huge.height) == (1600, 1200), "large screenshot is %dx%d" % (huge.width, huge.height))
+        check(distance(huge.pixel(800, 5), BACKGROUND) < 20 and distance(huge.pixel(800, 600), BACKGROUND) > 60,
+              "the large screenshot is not the view with the volume in the middle")
         # A different view is really a different picture by this measure.
         other = view_shot(binary, work, "frame4", ["--frame", "4", first])
         moved = sum(distance(other.pixel(x, y), small.pixel(x, y))
