@@ -1,16 +1,16 @@
 #include "gui/MainGLCanvas_cls.h"
 
-#include "config/TextFormat.h"
-#include "config/Translate.h"
 #include "anim/CameraPathCtrl_cls.h"
 #include "anim/TimeCtrl_cls.h"
+#include "config/TextFormat.h"
+#include "config/Translate.h"
 #include "gl/CameraPathGL_cls.h"
 #include "gl/GuideGL_cls.h"
 #include "gl/OffscreenFBO_cls.h"
 #include "gl/StereoViewGL_cls.h"
-#include "pov/StereoGram_cls.h"
 #include "gui/FrameMain_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "pov/StereoGram_cls.h"
 
 #include <wx/dcclient.h>
 #include <wx/dcmemory.h>
@@ -94,11 +94,12 @@ void MainGLCanvas_cls::DrawView(int width, int height)
     const double time = mpFrame->GetTimeCtrl().GetDoubleIndex();
     // With the path in use, view 0 travels with the active path camera (during playback and
     // when the time is set by hand alike), so the export, which asks view 0, follows too.
-    if (mpCameraPath != nullptr && mpCameraPath->IsUsePath() && mpCtrl->GetIndex() == 0)
-        CameraPathGL_cls::MakeCamera(*mpCameraPath, mpCameraPath->GetActiveCamera(), time, mpCtrl->GetCamera());
+    if (mpCameraPath != nullptr && mpCameraPath->IsUsePath() && mpCtrl->GetIndex() == 0 &&
+        CameraPathGL_cls::MakeCamera(*mpCameraPath, mpCameraPath->GetActiveCamera(), time, mpCtrl->GetCamera()))
+        mpCtrl->GetCamera().SetProjection(Camera_cls::kPerspective); // a path camera is a real camera
     const bool looksThrough = mpCameraPath != nullptr && mpCameraPath->IsUsePath() && mpCtrl->GetIndex() == 0;
-    const bool showPath = mpCameraPath != nullptr && mpCameraPath->IsShowPath() &&
-                          mpCameraPath->GetCameraNumber() > 0 && !looksThrough;
+    const bool showPath =
+        mpCameraPath != nullptr && mpCameraPath->IsShowPath() && mpCameraPath->GetCameraNumber() > 0 && !looksThrough;
     const std::array<double, 3> extent = mpFrame->GetVolumeExtent();
     auto drawOne = [&](const Camera_cls& camera, int w, int h) {
         // The volumes of every slot holding data, between the guide box and the axis triad;
