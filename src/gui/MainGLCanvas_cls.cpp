@@ -108,7 +108,7 @@ void MainGLCanvas_cls::DrawView(int width, int height)
             mpFrame->DrawVolumes();
             if (showPath)
                 CameraPathGL_cls::Draw(*mpCameraPath, time, static_cast<double>(w) / std::max(h, 1),
-                                       0.08 * std::max(extent[0], std::max(extent[1], extent[2])));
+                                       0.15 * std::max(extent[0], std::max(extent[1], extent[2])));
         });
     };
     if (mpStereo != nullptr)

@@ -1107,6 +1107,40 @@ def case_stereo_anaglyph(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+def write_path_project(folder, name, use, show):
+    """A project with the four views and one path camera standing right of the box at
+    (2.5, 0.3, 0), looking at the centre."""
+    path = os.path.join(folder, name)
+    with open(path, "w") as f:
+        f.write("FrameMainViewLayout=1\nCameraPathShow=%d\n--CameraPath\nCameraPathUse=%d\nCameraPathActive=0\n"
+                "--MultiParameter:CamPath\nMultiParamItemNum=1\nParameter_CamPath\ndimension 6\ntimeDepend 0\n"
+                "visible 1\nshow 1\nselectable 1\nitemnum 1\n"
+                "0 6 1 2.5 0.3 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0\n--CameraPathEnd\n" % (show, use))
+    return path
+
+
+def case_camera_path(binary):
+    work = tempfile.mkdtemp(prefix="tessan-campath-")
+    try:
+        first = write_series(work)[0]
+        frustum = (255, 89, 51)  # the active path camera's colour
+        plain, _ = shoot(binary, work, "plain", [write_path_project(work, "plain.vsp", 0, 0)])
+        shown, _ = shoot(binary, work, "shown", [write_path_project(work, "shown.vsp", 0, 1)])
+        check(plain.count(frustum, tolerance=20) == 0, "a path is drawn while hidden")
+        n = shown.count(frustum, tolerance=20)
+        check(n > 15, "the path camera is not drawn in the views (%d pixels)" % n)
+        # Looking through the path: view 0 (top left) shows the box from the camera's place, a
+        # different picture from its own top view; the other views stay as they were.
+        through, _ = shoot(binary, work, "through", [write_path_project(work, "through.vsp", 1, 0)])
+        w, h = through.width, through.height
+        top_left = region_difference(plain, through, 0, 0, w // 4, h // 2 - 10)
+        check(top_left > 3.0, "view 0 does not follow the path camera (%.2f)" % top_left)
+        check(through.count(BOX, 0, 0, w // 4, h // 2 - 10) > 40, "view 0 shows no box through the path camera")
+        del first
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1126,6 +1160,7 @@ CASES = {
     "project_roundtrip": case_project_roundtrip,
     "offscreen_shot": case_offscreen_shot,
     "stereo_anaglyph": case_stereo_anaglyph,
+    "camera_path": case_camera_path,
 }
 
 if __name__ == "__main__":
