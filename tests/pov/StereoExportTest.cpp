@@ -198,4 +198,21 @@ TEST_F(StereoExportFixture, AnimatedSeparationIsTakenAtEachFramesTime)
     EXPECT_NEAR(atEnd[0], 0.3, 1e-9);
 }
 
+TEST_F(StereoExportFixture, StereoSnapshotUsesTheSameEyesAsTheSequence)
+{
+    mClock.SetIndex(3);
+    mPrompt.QueueAnswer(0); // "0: Take two stereogram snapshots."
+    ASSERT_TRUE(mExport.CommandSnapshot(false));
+    Vec3d l{}, r{}, mono{};
+    ASSERT_TRUE(VectorOf(CameraLines(ReadFileText(mDir.File("povsnapL0003.pov"))), "location", l));
+    ASSERT_TRUE(VectorOf(CameraLines(ReadFileText(mDir.File("povsnapR0003.pov"))), "location", r));
+    EXPECT_NEAR(r[0] - l[0], 0.4, 1e-8);
+    // "1: Take only one snapshot." is the mono camera.
+    mPrompt.QueueAnswer(1);
+    ASSERT_TRUE(mExport.CommandSnapshot(false));
+    ASSERT_TRUE(VectorOf(CameraLines(ReadFileText(mDir.File("povsnap0003.pov"))), "location", mono));
+    EXPECT_NEAR(mono[0], 0.0, 1e-12);
+    EXPECT_NEAR(0.5 * (l[0] + r[0]), mono[0], 1e-8);
+}
+
 } // namespace
