@@ -10,7 +10,10 @@
 #include "gl/DF3GL_cls.h"
 #include "gl/DrawingBlock_cls.h"
 #include "gl/GuideGL_cls.h"
+#include "gl/OffscreenFBO_cls.h"
+#include "gl/StereoViewGL_cls.h"
 #include "gl/TexObjectGL_cls.h"
+#include "pov/StereoGram_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -158,8 +161,55 @@ void BM_Textures2D_Alpha(benchmark::State& state)
     RunTextures(state, false, 0);
 }
 
+// The same frame drawn off-screen at 3840x2160 and read back (what "Save View as Image" and
+// --view-scale do), and as a red/cyan pair at the window size.
+void BM_OffscreenUHD_DrawAndRead(benchmark::State& state)
+{
+    Scene& scene = GetScene();
+    if (!scene.mCContext.IsValid() || !scene.Load(true, 1, 0)) {
+        state.SkipWithError("no OSMesa context or textures");
+        return;
+    }
+    std::vector<uint8_t> rgb;
+    for (auto _ : state) {
+        OffscreenFBO_cls fbo;
+        if (!fbo.Create(3840, 2160)) {
+            state.SkipWithError("no framebuffer object");
+            return;
+        }
+        GuideGL_cls::Clear(0, 0, 0);
+        GuideGL_cls::LoadCamera(scene.mCCamera, 3840, 2160);
+        scene.mpGL->DrawData();
+        fbo.ReadRGB(rgb);
+    }
+    state.counters["Mpixel/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * 3840.0 * 2160.0 / 1e6,
+                                                    benchmark::Counter::kIsRate);
+}
+
+void BM_AnaglyphPair800(benchmark::State& state)
+{
+    Scene& scene = GetScene();
+    if (!scene.mCContext.IsValid() || !scene.Load(true, 1, 0)) {
+        state.SkipWithError("no OSMesa context or textures");
+        return;
+    }
+    StereoGram_cls stereo;
+    stereo.SetMode(StereoGram_cls::kModeAnaglyph);
+    for (auto _ : state) {
+        StereoViewGL_cls::Draw(stereo, scene.mCCamera, kW, kH, [&](const Camera_cls& camera, int w, int h) {
+            GuideGL_cls::Clear(0, 0, 0);
+            GuideGL_cls::LoadCamera(camera, w, h);
+            scene.mpGL->DrawData();
+        });
+        glFinish();
+    }
+    state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
 } // namespace
 
+BENCHMARK(BM_OffscreenUHD_DrawAndRead)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK(BM_AnaglyphPair800)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
 BENCHMARK(BM_Draw3DCameraFacing128_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
 BENCHMARK(BM_Draw3DCameraFacing128_RGBA)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);
 BENCHMARK(BM_Draw3DLattice_Alpha)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(6);

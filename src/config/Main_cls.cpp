@@ -47,6 +47,8 @@ Main_cls::Main_cls(const std::wstring& appDir) : mStrAppDir(appDir)
     mpPovExport = std::make_unique<PovExport_cls>(mpTimeCtrl.get());
     mpCameraPath = std::make_unique<CameraPathCtrl_cls>();
     mpStereoGram = std::make_unique<StereoGram_cls>();
+    // The export's left and right scenes use the preview's eye geometry.
+    mpPovExport->SetStereoGram(mpStereoGram.get());
     mpHotSpotGroup = std::make_unique<ParameterGroup_cls>(L"HotSpot");
     const double hotSpot[4] = {0.0, 0.0, 0.0, 0.1};
     mpHotSpotGroup->AddMember(4, L"HSpot", hotSpot);

@@ -3,13 +3,44 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+
+namespace
+{
+// GUI-thread state like the GL context itself.
+int GViewportX = 0;
+int GViewportY = 0;
+double GPixelScale = 1.0;
+} // namespace
+
+void GuideGL_cls::SetViewportOrigin(int x, int y)
+{
+    GViewportX = x;
+    GViewportY = y;
+}
+
+void GuideGL_cls::GetViewportOrigin(int& x, int& y)
+{
+    x = GViewportX;
+    y = GViewportY;
+}
+
+void GuideGL_cls::SetPixelScale(double scale)
+{
+    GPixelScale = std::isfinite(scale) && scale > 0.0 ? scale : 1.0;
+}
+
+double GuideGL_cls::GetPixelScale()
+{
+    return GPixelScale;
+}
 
 void GuideGL_cls::LoadCamera(const Camera_cls& camera, int width, int height)
 {
     width = std::max(width, 1);
     height = std::max(height, 1);
-    glViewport(0, 0, width, height);
+    glViewport(GViewportX, GViewportY, width, height);
     glMatrixMode(GL_PROJECTION);
     const Mat4d p = camera.ProjectionMatrix(static_cast<double>(width) / height);
     glLoadMatrixd(p.data());
@@ -28,7 +59,7 @@ void GuideGL_cls::DrawBoundingBox(const Vec3d& lo, const Vec3d& hi, const float 
 {
     glDisable(GL_TEXTURE_2D);
     glDisable(GL_LIGHTING);
-    glLineWidth(1.0f);
+    glLineWidth(static_cast<float>(GPixelScale));
     glColor3fv(rgb);
     glBegin(GL_LINES);
     for (int axis = 0; axis < 3; ++axis) {
@@ -50,11 +81,12 @@ void GuideGL_cls::DrawAxisTriad(const Camera_cls& camera, int width, int height,
 {
     // A small square viewport in the corner with the camera's rotation only: the triad turns
     // with the scene but keeps its size and place whatever the zoom and pan.
-    const int box = std::min({sizePx * 3, width, height});
+    const int scaledSize = static_cast<int>(std::lround(sizePx * GPixelScale));
+    const int box = std::min({scaledSize * 3, width, height});
     if (box <= 0)
         return;
     glPushAttrib(GL_VIEWPORT_BIT | GL_ENABLE_BIT | GL_LINE_BIT | GL_CURRENT_BIT);
-    glViewport(0, 0, box, box);
+    glViewport(GViewportX, GViewportY, box, box);
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_TEXTURE_2D);
     glDisable(GL_LIGHTING);
@@ -67,7 +99,7 @@ void GuideGL_cls::DrawAxisTriad(const Camera_cls& camera, int width, int height,
     Mat4d v = camera.ViewMatrix();
     v[12] = v[13] = v[14] = 0.0;
     glLoadMatrixd(v.data());
-    glLineWidth(2.0f);
+    glLineWidth(static_cast<float>(2.0 * GPixelScale));
     glBegin(GL_LINES);
     const float colours[3][3] = {{1.0f, 0.2f, 0.2f}, {0.2f, 1.0f, 0.2f}, {0.3f, 0.5f, 1.0f}};
     for (int axis = 0; axis < 3; ++axis) {
@@ -105,7 +137,7 @@ void GuideGL_cls::DrawImageAt(const std::vector<uint8_t>& rgba, int imageWidth, 
     // glDrawPixels fills rows upward from the raster position: start at the image's bottom row
     // and zoom -1 in y so the rows given top-down land the right way up.
     glRasterPos2i(x, viewHeight - y);
-    glPixelZoom(1.0f, -1.0f);
+    glPixelZoom(static_cast<float>(GPixelScale), static_cast<float>(-GPixelScale));
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     glDrawPixels(imageWidth, imageHeight, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
     glPixelZoom(1.0f, 1.0f);

@@ -30,4 +30,12 @@ class GuideGL_cls
     static std::vector<uint8_t> ReadPixelsRGB(int width, int height);
     /// The GL version of the current context (0, 0 when it cannot be read).
     static void GetGLVersion(int& major, int& minor);
+    /// Where the view's lower-left corner lies in the framebuffer (a stereo pair draws each eye
+    /// into its half). LoadCamera and DrawAxisTriad place their viewports relative to it.
+    static void SetViewportOrigin(int x, int y);
+    static void GetViewportOrigin(int& x, int& y);
+    /// Factor applied to sizes given in screen pixels (triad arm, label images) so that a view
+    /// drawn larger than the screen, e.g. into an off-screen buffer, keeps the same picture.
+    static void SetPixelScale(double scale);
+    static double GetPixelScale();
 };

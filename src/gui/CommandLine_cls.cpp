@@ -66,6 +66,35 @@ CommandLine_cls::Action CommandLine_cls::Parse(int argc, const char* const* argv
                 return kUsageError;
             }
             miQuitAfter = static_cast<int>(ParseLong(text));
+        } else if (name == "--view-shot") {
+            if (!value(mStrViewShot)) {
+                mStrError = "option --view-shot needs a file name";
+                return kUsageError;
+            }
+        } else if (name == "--view-scale") {
+            std::string text;
+            const bool digits = value(text) && !text.empty() && text.size() < 3 &&
+                                text.find_first_not_of("0123456789") == std::string::npos;
+            const long scale = digits ? ParseLong(text) : 0;
+            if (scale < 1 || scale > 16) {
+                mStrError = "option --view-scale needs a whole number from 1 to 16";
+                return kUsageError;
+            }
+            miViewScale = static_cast<int>(scale);
+        } else if (arg == "--offscreen") {
+            mbOffscreen = true;
+        } else if (name == "--stereo") {
+            std::string text;
+            const char* const modes[] = {"off", "parallel", "crossed", "anaglyph", "overunder"};
+            miStereoMode = -1;
+            if (value(text))
+                for (int m = 0; m < 5; ++m)
+                    if (text == modes[m])
+                        miStereoMode = m;
+            if (miStereoMode < 0) {
+                mStrError = "option --stereo needs off, parallel, crossed, anaglyph or overunder";
+                return kUsageError;
+            }
         } else if (arg.size() > 1 && arg[0] == '-') {
             mStrError = "unknown option '" + arg + "'";
             return kUsageError;
@@ -112,6 +141,14 @@ std::string CommandLine_cls::HelpText()
            "      --screenshot-every DIR\n"
            "                       show every frame of the working area in turn, save each as\n"
            "                       DIR/frame_NNNN.png (the paths are printed) and exit\n"
+           "      --view-shot OUT.png\n"
+           "                       as --screenshot, but only the active view (the stereogram\n"
+           "                       view when shown)\n"
+           "      --view-scale N   draw the --view-shot picture off-screen at N times the\n"
+           "                       view's size (1 to 16)\n"
+           "      --offscreen      draw the --view-shot picture off-screen also at scale 1\n"
+           "      --stereo MODE    show the stereogram view at start: off, parallel, crossed,\n"
+           "                       anaglyph or overunder\n"
            "  -h, --help           show this help and exit\n"
            "      --version        show the version and exit\n"
            "\n"

@@ -43,6 +43,15 @@ class CommandLine_cls
     /// --quit-after S: seconds after start-up when a benchmark run ends (0: not given).
     int GetQuitAfter() const { return miQuitAfter; }
 
+    /// Where --view-shot saves the active view (empty: none).
+    const std::string& GetViewShotPath() const { return mStrViewShot; }
+    /// --view-scale: the view picture at this many times the view's size (1..16, default 1).
+    int GetViewScale() const { return miViewScale; }
+    /// --offscreen: draw the view picture off-screen even at scale 1.
+    bool IsOffscreen() const { return mbOffscreen; }
+    /// --stereo: the stereogram mode to show at start (-1: not given).
+    int GetStereoMode() const { return miStereoMode; }
+
     /// Parses "WxH" (both 64..16384); false leaves width and height untouched.
     static bool ParseSize(const std::string& text, int& width, int& height);
 
@@ -57,4 +66,8 @@ class CommandLine_cls
     std::string mStrScreenshotEvery;
     std::string mStrBenchLog;
     int miQuitAfter = 0;
+    std::string mStrViewShot;
+    int miViewScale = 1;
+    bool mbOffscreen = false;
+    int miStereoMode = -1;
 };

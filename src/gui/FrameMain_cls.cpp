@@ -35,6 +35,7 @@
 #include "gui/PreviewPropertyGUI_cls.h"
 #include "gui/RenderMenu_cls.h"
 #include "gui/SequencePanel_cls.h"
+#include "gui/StereoViewGUI_cls.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
 #include "pov/PovExport_cls.h"
@@ -49,6 +50,7 @@
 #include <wx/choice.h>
 #include <wx/dcmemory.h>
 #include <wx/dcscreen.h>
+#include <wx/display.h>
 #include <wx/dnd.h>
 #include <wx/filedlg.h>
 #include <wx/filename.h>
@@ -180,6 +182,7 @@ wxEND_EVENT_TABLE()
     mpRenderMenu = std::make_unique<RenderMenu_cls>(this, mpMain);
     BuildViews();
     BuildControlPanel();
+    mpStereoGUI = std::make_unique<StereoViewGUI_cls>(this, mpMain);
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
     mpTimeLine = new TimeLineGUI_cls(this, &mpMain->GetTimeCtrl());
     mpTimeLine->SetParameterSets({{L"BoxSize", &mpMain->GetBoxSize()},
@@ -1085,6 +1088,8 @@ void FrameMain_cls::RefreshAfterRead()
         SetViewAnchor(anchor.Get());
     anchor.ClearReadFlag();
     mpMain->SetImgSeqName(mStrItemImgSeqName.Get());
+    if (mpStereoGUI != nullptr)
+        mpStereoGUI->UpdateMenu();
     // Settings that drive the layout.
     if (muItemLayout.Get() > 1)
         muItemLayout.Set(0);
@@ -1614,10 +1619,33 @@ bool FrameMain_cls::ScreenshotReady()
     return ++miScreenshotIdlePasses > 3;
 }
 
+void FrameMain_cls::SetViewShot(const std::wstring& path, int scale, bool offscreen)
+{
+    mStrScreenshotPath = path;
+    mpStereoGUI->SetViewShot(path, scale, offscreen);
+}
+
 void FrameMain_cls::TakeScreenshot()
 {
     const std::wstring path = mStrScreenshotPath;
     mStrScreenshotPath.clear();
+    // Parts of a window beyond the screen cannot be grabbed, and a window manager may not let
+    // it grow that far at all.
+    const wxSize client = GetClientSize();
+    const wxRect screen = wxDisplay(0u).GetGeometry();
+    const int fitWidth = std::min(client.x, screen.width), fitHeight = std::min(client.y, screen.height);
+    if (!mpStereoGUI->HasViewShot() && (miScreenshotWidth > fitWidth || miScreenshotHeight > fitHeight)) {
+        std::fprintf(stderr, "tessan: the window cannot show %dx%d here; saving the active view drawn off-screen\n",
+                     miScreenshotWidth, miScreenshotHeight);
+        mpStereoGUI->SetViewShotSize(path, miScreenshotWidth, miScreenshotHeight);
+    }
+    if (mpStereoGUI->HasViewShot()) {
+        const bool saved = mpStereoGUI->TakeViewShot();
+        wxGetApp().SetExitCode(saved ? 0 : 1);
+        Destroy();
+        wxGetApp().ExitMainLoop();
+        return;
+    }
     const bool saved = SaveScreenshot(path);
     wxGetApp().SetExitCode(saved ? 0 : 1);
     // Leaves without the quit question and without touching the configuration.

@@ -28,6 +28,7 @@ class MainGLCanvas_cls;
 class Parameters_cls;
 class PreviewPropertyGUI_cls;
 class SequencePanel_cls;
+class StereoViewGUI_cls;
 class TimeCtrl_cls;
 class TimeLineGUI_cls;
 class GLCanvasCtrl_cls;
@@ -117,6 +118,27 @@ class FrameMain_cls : public wxFrame
     class DrawingBlock_cls& GetDrawingBlock(int slot);
     /// Asks every view to repaint (settings that change the drawing).
     void RepaintViews() { RefreshViews(); }
+    /// The client size --size asked for: when the window could not become that large, the
+    /// screenshot is the active view drawn off-screen at that size instead.
+    void SetScreenshotSize(int width, int height)
+    {
+        miScreenshotWidth = width;
+        miScreenshotHeight = height;
+    }
+    /// --view-shot: as the screenshot, but only the active view, drawn off-screen at `scale`
+    /// times its size when scale > 1 or `offscreen`.
+    void SetViewShot(const std::wstring& path, int scale, bool offscreen);
+    /// The stereogram, off-screen picture and camera-path commands.
+    StereoViewGUI_cls& GetStereoGUI() { return *mpStereoGUI; }
+    /// The canvas of view i (0..4), null before the views are built.
+    MainGLCanvas_cls* GetCanvas(int i) const
+    {
+        return i >= 0 && i < kViewCount ? mvCanvas[static_cast<size_t>(i)] : nullptr;
+    }
+    /// The view the View menu's camera commands act on.
+    int GetActiveView() const { return miActiveView; }
+    /// Shows or hides the extra view window (and checks its menu entry).
+    void ShowExtraView(bool shown) { SetExtraViewShown(shown); }
     /// Opens the file named on the command line (a project, or data when the slots exist).
     void OpenAtStart(const std::wstring& path);
 
@@ -236,6 +258,7 @@ class FrameMain_cls : public wxFrame
     StartupData mCStartup;
     std::unique_ptr<Shortcut_cls> mpShortcut;
     std::unique_ptr<WxUserPrompt_cls> mpPrompt;
+    std::unique_ptr<StereoViewGUI_cls> mpStereoGUI;
     int miTimeListener = 0;
     int miUndoListener = 0;
     std::wstring mStrBaseTitle;
@@ -285,6 +308,8 @@ class FrameMain_cls : public wxFrame
     std::wstring mStrScreenshotPath;
     int miScreenshotIdlePasses = 0;
     int miScreenshotDataPasses = 0;
+    int miScreenshotWidth = 0;
+    int miScreenshotHeight = 0;
     unsigned muTextureSettings = 0; ///< texel format * 2 + linear filter, as the textures were made
     // The sequence exports (File > Export), each with its own menu and idle handlers.
     std::unique_ptr<ImgSequence_cls> mpImgSequence;

@@ -99,8 +99,15 @@ void GLCanvasCtrl_cls::Wheel(int rotation, int delta)
 void GLCanvasCtrl_cls::Draw(int width, int height, const std::array<double, 3>& boxExtent,
                             const std::function<void()>& drawData) const
 {
+    DrawWithCamera(mCCamera, width, height, boxExtent, drawData);
+}
+
+void GLCanvasCtrl_cls::DrawWithCamera(const Camera_cls& camera, int width, int height,
+                                      const std::array<double, 3>& boxExtent,
+                                      const std::function<void()>& drawData) const
+{
     GuideGL_cls::Clear(0.12f, 0.12f, 0.16f);
-    GuideGL_cls::LoadCamera(mCCamera, width, height);
+    GuideGL_cls::LoadCamera(camera, width, height);
     // The volume is drawn in the unit cube centred on the origin, shaped by the data's aspect
     // and the box size; the guide box follows it so that it frames what is drawn.
     static const float kBoxColour[3] = {0.85f, 0.85f, 0.85f};
@@ -108,7 +115,7 @@ void GLCanvasCtrl_cls::Draw(int width, int height, const std::array<double, 3>& 
     GuideGL_cls::DrawBoundingBox({-hx, -hy, -hz}, {hx, hy, hz}, kBoxColour);
     if (drawData)
         drawData();
-    GuideGL_cls::DrawAxisTriad(mCCamera, width, height, 30);
+    GuideGL_cls::DrawAxisTriad(camera, width, height, 30);
 }
 
 std::wstring GLCanvasCtrl_cls::SerializeConf() const

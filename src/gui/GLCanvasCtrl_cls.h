@@ -56,6 +56,9 @@ class GLCanvasCtrl_cls
     /// then drawData (the volumes), then the axis triad.
     void Draw(int width, int height, const std::array<double, 3>& boxExtent = {1.0, 1.0, 1.0},
               const std::function<void()>& drawData = {}) const;
+    /// As Draw, through another camera (one eye of a stereo pair).
+    void DrawWithCamera(const Camera_cls& camera, int width, int height, const std::array<double, 3>& boxExtent,
+                        const std::function<void()>& drawData) const;
 
     // --- configuration ---------------------------------------------------------------------
     /// "--GLCanvas" followed by the view's lines (keys start with "GLView" + index).

@@ -1,15 +1,24 @@
 #include "gui/MainGLCanvas_cls.h"
 
+#include "anim/CameraPathCtrl_cls.h"
+#include "anim/TimeCtrl_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
+#include "gl/CameraPathGL_cls.h"
 #include "gl/GuideGL_cls.h"
+#include "gl/OffscreenFBO_cls.h"
+#include "gl/StereoViewGL_cls.h"
 #include "gui/FrameMain_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
 #include "pov/ViewAnchor_cls.h"
+#include "pov/StereoGram_cls.h"
 
 #include <wx/dcclient.h>
 #include <wx/dcmemory.h>
+#include <wx/image.h>
 #include <wx/settings.h>
+
+#include <algorithm>
 
 wxGLContext* MainGLCanvas_cls::msContext = nullptr;
 int MainGLCanvas_cls::msGLMajor = 0;
@@ -92,12 +101,73 @@ bool MainGLCanvas_cls::Render(int& width, int& height)
     SetCurrent(*msContext);
     if (msGLMajor == 0)
         GuideGL_cls::GetGLVersion(msGLMajor, msGLMinor);
+    DrawView(width, height);
+    return true;
+}
+
+void MainGLCanvas_cls::DrawView(int width, int height)
+{
     glEnable(GL_DEPTH_TEST);
-    // The volumes of every slot holding data, between the guide box and the axis triad.
-    mpCtrl->Draw(width, height, mpFrame->GetVolumeExtent(), [this] { mpFrame->DrawVolumes(); });
-    DrawLabel(mpCtrl->GetViewName(), 6, 4, false, width, height);
-    DrawLabel(WStrPrintf("%s %d", Tr("Frame").c_str(), mpFrame->GetCurrentFrame()), width - 6, height - 20, true, width,
-              height);
+    const double time = mpFrame->GetTimeCtrl().GetDoubleIndex();
+    // With the path in use, view 0 travels with the active path camera (during playback and
+    // when the time is set by hand alike), so the export, which asks view 0, follows too.
+    if (mpCameraPath != nullptr && mpCameraPath->IsUsePath() && mpCtrl->GetIndex() == 0 &&
+        CameraPathGL_cls::MakeCamera(*mpCameraPath, mpCameraPath->GetActiveCamera(), time, mpCtrl->GetCamera()))
+        mpCtrl->GetCamera().SetProjection(Camera_cls::kPerspective); // a path camera is a real camera
+    const bool looksThrough = mpCameraPath != nullptr && mpCameraPath->IsUsePath() && mpCtrl->GetIndex() == 0;
+    const bool showPath =
+        mpCameraPath != nullptr && mpCameraPath->IsShowPath() && mpCameraPath->GetCameraNumber() > 0 && !looksThrough;
+    const std::array<double, 3> extent = mpFrame->GetVolumeExtent();
+    auto drawOne = [&](const Camera_cls& camera, int w, int h) {
+        // The volumes of every slot holding data, between the guide box and the axis triad;
+        // the path over them, but not in the view that looks through it.
+        mpCtrl->DrawWithCamera(camera, w, h, extent, [&] {
+            mpFrame->DrawVolumes();
+            if (showPath)
+                CameraPathGL_cls::Draw(*mpCameraPath, time, static_cast<double>(w) / std::max(h, 1),
+                                       0.15 * std::max(extent[0], std::max(extent[1], extent[2])));
+        });
+    };
+    if (mpStereo != nullptr)
+        StereoViewGL_cls::Draw(*mpStereo, mpCtrl->GetCamera(), width, height, drawOne, time);
+    else
+        drawOne(mpCtrl->GetCamera(), width, height);
+    const double scale = GuideGL_cls::GetPixelScale();
+    const int margin = static_cast<int>(6 * scale);
+    DrawLabel(mpCtrl->GetViewName(), margin, static_cast<int>(4 * scale), false, width, height);
+    DrawLabel(WStrPrintf("%s %d", Tr("Frame").c_str(), mpFrame->GetCurrentFrame()), width - margin,
+              height - static_cast<int>(20 * scale), true, width, height);
+}
+
+wxSize MainGLCanvas_cls::GetPixelSize() const
+{
+    return GetClientSize() * GetContentScaleFactor();
+}
+
+bool MainGLCanvas_cls::RenderToImage(int width, int height, wxImage& image, std::wstring* error)
+{
+    auto fail = [error](const std::wstring& text) {
+        if (error != nullptr)
+            *error = text;
+        return false;
+    };
+    if (msContext == nullptr || miPaintCount == 0 || !SetCurrent(*msContext))
+        return fail(TrW("The view has not been drawn yet."));
+    const wxSize screen = GetPixelSize();
+    OffscreenFBO_cls fbo;
+    if (!fbo.Create(width, height))
+        return fail(fbo.GetErrorText());
+    // Screen-pixel sizes follow the height, so the picture is the on-screen one, only finer.
+    GuideGL_cls::SetPixelScale(screen.y > 0 ? static_cast<double>(height) / screen.y : 1.0);
+    DrawView(width, height);
+    GuideGL_cls::SetPixelScale(1.0);
+    std::vector<uint8_t> rgb;
+    const bool read = fbo.ReadRGB(rgb);
+    fbo.Release();
+    if (!read)
+        return fail(TrW("Cannot read the off-screen image."));
+    image.Create(width, height, false);
+    std::copy(rgb.begin(), rgb.end(), image.GetData());
     return true;
 }
 
@@ -206,6 +276,7 @@ const MainGLCanvas_cls::TextImage& MainGLCanvas_cls::GetTextImage(const std::wst
 void MainGLCanvas_cls::DrawLabel(const std::wstring& text, int x, int y, bool alignRight, int viewWidth, int viewHeight)
 {
     const TextImage& img = GetTextImage(text);
-    GuideGL_cls::DrawImageAt(img.mvRGBA, img.miWidth, img.miHeight, alignRight ? x - img.miWidth : x, y, viewWidth,
+    const int shownWidth = static_cast<int>(img.miWidth * GuideGL_cls::GetPixelScale());
+    GuideGL_cls::DrawImageAt(img.mvRGBA, img.miWidth, img.miHeight, alignRight ? x - shownWidth : x, y, viewWidth,
                              viewHeight);
 }

@@ -9,10 +9,13 @@
 #include <string>
 #include <vector>
 
+class CameraPathCtrl_cls;
 class GLCanvasCtrl_cls;
 class FrameMain_cls;
 class LineStream_cls;
 class ViewAnchor_cls;
+class StereoGram_cls;
+class wxImage;
 
 class MainGLCanvas_cls : public wxGLCanvas
 {
@@ -36,6 +39,20 @@ class MainGLCanvas_cls : public wxGLCanvas
     bool MakeContextCurrent();
     /// Frees the shared context (when the last canvas is gone).
     static void ReleaseContext();
+    /// Draws the view as a stereo pair in the stereogram's mode (null or mode off: mono). Not
+    /// owned.
+    void SetStereoGram(const StereoGram_cls* stereo) { mpStereo = stereo; }
+    const StereoGram_cls* GetStereoGram() const { return mpStereo; }
+    /// The camera path drawn in this view when it is to be shown; with "use path" on, view 0
+    /// looks through the active path camera. Not owned; null: no path.
+    void SetCameraPath(CameraPathCtrl_cls* path) { mpCameraPath = path; }
+    /// Draws the view off-screen at width x height pixels (any size up to the driver's limit,
+    /// also larger than the window) with the same picture as on screen: sizes in screen pixels
+    /// (guides, labels) grow with the height. False, with a message in `error`, when the canvas
+    /// cannot draw or the driver has no framebuffer objects.
+    bool RenderToImage(int width, int height, wxImage& image, std::wstring* error = nullptr);
+    /// The size the view has on screen, in pixels.
+    wxSize GetPixelSize() const;
 
     /// The view anchor shared by every canvas: the point all views orbit around. GUI thread.
     static ViewAnchor_cls& GetAnchor();
@@ -50,6 +67,8 @@ class MainGLCanvas_cls : public wxGLCanvas
     void OnMouse(wxMouseEvent& event);
     void OnCaptureLost(wxMouseCaptureLostEvent& event);
     bool Render(int& width, int& height);
+    /// Everything of one paint into the current framebuffer of width x height pixels.
+    void DrawView(int width, int height);
     void DrawLabel(const std::wstring& text, int x, int y, bool alignRight, int viewWidth, int viewHeight);
 
     struct TextImage {
@@ -61,6 +80,8 @@ class MainGLCanvas_cls : public wxGLCanvas
     GLCanvasCtrl_cls* mpCtrl;
     FrameMain_cls* mpFrame;
     int miPaintCount = 0;
+    const StereoGram_cls* mpStereo = nullptr;
+    CameraPathCtrl_cls* mpCameraPath = nullptr;
     std::map<std::wstring, TextImage> mCTextCache;
     static wxGLContext* msContext;
     static int msGLMajor, msGLMinor;

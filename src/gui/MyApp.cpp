@@ -4,6 +4,8 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "gui/FrameMain_cls.h"
+#include "gui/StereoViewGUI_cls.h"
+#include "pov/StereoGram_cls.h"
 
 #include <wx/display.h>
 #include <wx/filename.h>
@@ -50,8 +52,13 @@ bool MyApp::OnInit()
     auto* frame = new FrameMain_cls(mpMain->GetTitle(), mpMain.get(), area.x, area.y, area.width, area.height);
     if (msCommandLine.GetWidth() > 0 && msCommandLine.GetHeight() > 0)
         frame->SetClientSize(msCommandLine.GetWidth(), msCommandLine.GetHeight());
-    if (!msCommandLine.GetScreenshotPath().empty())
+    if (!msCommandLine.GetScreenshotPath().empty()) {
         frame->SetScreenshotPath(Widen(msCommandLine.GetScreenshotPath()));
+        frame->SetScreenshotSize(msCommandLine.GetWidth(), msCommandLine.GetHeight());
+    }
+    if (!msCommandLine.GetViewShotPath().empty())
+        frame->SetViewShot(Widen(msCommandLine.GetViewShotPath()), msCommandLine.GetViewScale(),
+                           msCommandLine.IsOffscreen());
     if (!msCommandLine.GetScreenshotEvery().empty())
         frame->SetScreenshotEvery(Widen(msCommandLine.GetScreenshotEvery()));
     frame->SetPlayAtStart(msCommandLine.GetPlay());
@@ -59,6 +66,10 @@ bool MyApp::OnInit()
         frame->SetBenchLog(msCommandLine.GetBenchLog(), msCommandLine.GetQuitAfter());
     frame->Show(true);
     SetTopWindow(frame);
+    if (msCommandLine.GetStereoMode() > 0) {
+        mpMain->GetStereoGram().SetMode(static_cast<unsigned>(msCommandLine.GetStereoMode()));
+        frame->GetStereoGUI().SetStereoView(true);
+    }
     if (!msCommandLine.GetFile().empty()) {
         const std::wstring file = Widen(msCommandLine.GetFile());
         const int startFrame = msCommandLine.GetFrame();

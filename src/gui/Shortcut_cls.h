@@ -43,6 +43,11 @@ enum ShortcutId : int {
     kIdRenderAnim,
     kIdPovSettings,
     kIdDrawingBlocks,
+    kIdStereoView,
+    kIdStereoSettings,
+    kIdSaveViewImage,
+    kIdUseCameraPath,
+    kIdShowCameraPath,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

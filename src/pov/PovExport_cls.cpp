@@ -7,6 +7,7 @@
 #include "config/Translate.h"
 #include "config/UserPrompt_cls.h"
 #include "filter/PovVolume_cls.h"
+#include "pov/StereoGram_cls.h"
 
 #include <algorithm>
 #include <cmath>
@@ -208,9 +209,11 @@ bool PovExport_cls::CommandSnapshot(bool render)
 
 // ---- one frame ---------------------------------------------------------------------------------
 
-Camera_cls PovExport_cls::GetCameraForEye(unsigned eye) const
+Camera_cls PovExport_cls::GetCameraForEye(unsigned eye, double time) const
 {
     Camera_cls camera = mCameraOfPanel0 ? mCameraOfPanel0() : mCSavedCamera;
+    if ((eye == 1 || eye == 2) && mpStereo != nullptr)
+        return mpStereo->MakeEyeCamera(camera, eye, time);
     if (eye == 1 || eye == 2) {
         // Eyes apart by a thirtieth of the viewing distance, both looking at the same point.
         const double half = camera.Distance() / 60.0 * (eye == 1 ? -1.0 : 1.0);
@@ -233,7 +236,7 @@ bool PovExport_cls::OutputPovRayIO(const std::wstring& stem, int frame, unsigned
         mPumpEvents();
     if (mPrepareFrame)
         mPrepareFrame(frame);
-    const Camera_cls camera = GetCameraForEye(eye);
+    const Camera_cls camera = GetCameraForEye(eye, mpClock->GetDoubleIndex(frame));
     if (!OutputPovRayMain(file, povPath, frame, camera, stem))
         return false;
     file.close();

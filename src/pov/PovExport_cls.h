@@ -18,6 +18,7 @@
 #include <vector>
 
 class Coloring_cls;
+class StereoGram_cls;
 class TimeCtrl_cls;
 class UserPrompt_cls;
 
@@ -70,6 +71,9 @@ class PovExport_cls
     void SetPrompt(UserPrompt_cls* prompt);
     /// Colour maps of the data boxes (not owned; null: grey ramp).
     void SetColoring(Coloring_cls* coloring) { mpColoring = coloring; }
+    /// The stereo pair settings whose eye geometry the left and right scenes use, the same as
+    /// the preview's (not owned; null: eyes a thirtieth of the viewing distance apart).
+    void SetStereoGram(const StereoGram_cls* stereo) { mpStereo = stereo; }
 
     std::function<bool()> mIsAllDataDF3;              ///< default: true
     std::function<bool(int kind)> mDoesFilterExist;   ///< default: kind 4 when boxes exist
@@ -130,8 +134,9 @@ class PovExport_cls
     bool OutputPovStrObjDensity(std::wstring& out, std::wstring& members, const std::vector<DataBox>& boxes,
                                 const Camera_cls& camera, const std::wstring& stem);
 
-    /// The camera for eye (0 mono, 1 left, 2 right): panel 0's camera shifted sideways.
-    Camera_cls GetCameraForEye(unsigned eye) const;
+    /// The camera for eye (0 mono, 1 left, 2 right): panel 0's camera shifted sideways (by the
+    /// stereogram's eye geometry at normalised time `time` when one is set; -1: current time).
+    Camera_cls GetCameraForEye(unsigned eye, double time = -1.0) const;
     /// True when the box lies (at least partly) inside the camera's view cone.
     bool IsBoxVisible(const DataBox& box, const Camera_cls& camera) const;
 
@@ -144,6 +149,7 @@ class PovExport_cls
     LightSRC_cls mCLights;
     Camera_cls mCSavedCamera;
     Coloring_cls* mpColoring = nullptr;
+    const StereoGram_cls* mpStereo = nullptr;
     UserPrompt_cls* mpPrompt = nullptr;
     std::wstring mStrLastStem;
     std::wstring mStrCurrentStem;

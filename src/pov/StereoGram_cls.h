@@ -4,22 +4,27 @@
 // each eye's sideways offset and toe-in angle; the settings travel in project text as the
 // "--StereoGram" block.
 #include "config/ConfItemList_cls.h"
+#include "pov/Camera_cls.h"
 
+#include <memory>
 #include <string>
 
 class LineStream_cls;
+class Parameters_cls;
 
 class StereoGram_cls
 {
   public:
     /// How the pair is shown: off, side by side for parallel viewing, side by side crossed,
-    /// red-cyan anaglyph.
-    enum Mode : unsigned { kModeOff = 0, kModeParallel = 1, kModeCrossed = 2, kModeAnaglyph = 3 };
+    /// red-cyan anaglyph, left eye above the right one. New codes are only ever appended, so
+    /// older project files keep their meaning.
+    enum Mode : unsigned { kModeOff = 0, kModeParallel = 1, kModeCrossed = 2, kModeAnaglyph = 3, kModeOverUnder = 4 };
     /// Highest mode code; larger codes read from a file fall back to off.
-    static constexpr unsigned kModeLast = kModeAnaglyph;
+    static constexpr unsigned kModeLast = kModeOverUnder;
 
     /// Defaults: eye separation 0.065, convergence distance 3 (world units), mode off.
     StereoGram_cls();
+    ~StereoGram_cls();
     StereoGram_cls(const StereoGram_cls&) = delete;
     StereoGram_cls& operator=(const StereoGram_cls&) = delete;
 
@@ -36,17 +41,34 @@ class StereoGram_cls
     /// True when a stereo pair is to be made at all.
     bool IsActive() const { return GetMode() != kModeOff; }
 
+    /// The key-framed eye separation (value 0) and convergence distance (value 1). While it is
+    /// animated, the eye cameras follow its keys; otherwise the two settings above hold, and
+    /// setting them also sets its values. Listed on the time line like every parameter set.
+    Parameters_cls& GetParam() { return *mpParam; }
+    /// Separation and convergence at normalised time `time` (-1: the current time): from the
+    /// keys while animated (made valid), else the fixed settings.
+    void GetGeometryAt(double time, double& separation, double& convergence) const;
+
     /// Sideways shift of eye 1 (left) or 2 (right) along the camera's right axis: minus or plus
     /// half the separation; 0 for eye 0 (mono).
     double GetEyeOffset(unsigned eye) const;
     /// Angle (radians) by which eye 1 or 2 turns inward to meet the other at the convergence
     /// distance (positive for the left eye, turning right); 0 for eye 0.
     double GetToeInAngle(unsigned eye) const;
-    /// Which half of a side-by-side picture shows eye 1 or 2: 0 left half, 1 right half
-    /// (crossed viewing swaps them).
+    /// Which half of a split picture shows eye 1 or 2: 0 the left (over-under: upper) half, 1
+    /// the right (lower) half; crossed viewing swaps them.
     int GetHalfForEye(unsigned eye) const;
+    /// True for the modes that split the picture into two halves (parallel, crossed,
+    /// over-under).
+    bool IsSplit() const;
+    /// The camera of eye 1 (left) or 2 (right) made from the mono camera: moved along the
+    /// camera's right axis by GetEyeOffset and turned inward so that both eyes look at the point
+    /// the convergence distance ahead of the mono eye. Eye 0 (or a degenerate result) gives the
+    /// mono camera unchanged. Preview and ray-tracer export both use it, so their pairs match.
+    /// time: normalised time of the frame (-1: the current time), used while animated.
+    Camera_cls MakeEyeCamera(const Camera_cls& mono, unsigned eye, double time = -1.0) const;
 
-    /// "--StereoGram", the settings, "--StereoGramEnd".
+    /// "--StereoGram", the settings, the key-framed set when animated, "--StereoGramEnd".
     std::wstring Serialize() const;
     /// Reads the block when `firstLine` is "--StereoGram"; true then. Values out of range are
     /// made valid.
@@ -60,4 +82,5 @@ class StereoGram_cls
     ConfItemDOUBLE_cls mdItemSeparation;
     ConfItemDOUBLE_cls mdItemConvergence;
     ConfItemUINT_cls muItemMode;
+    std::unique_ptr<Parameters_cls> mpParam;
 };

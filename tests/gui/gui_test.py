@@ -1750,6 +1750,151 @@ def case_render_error(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+def view_shot(binary, work, name, args):
+    """Runs the window with --view-shot; returns the picture of the active view."""
+    out = os.path.join(work, name + ".png")
+    env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1")
+    r = subprocess.run([binary, "--size", "640x480", "--view-shot", out, *args], cwd=work, capture_output=True,
+                       text=True, timeout=120, env=env)
+    check(r.returncode == 0, "view shot exit code %d: %s" % (r.returncode, r.stderr))
+    check(r.stdout.strip() == out, "the path is printed: %r" % r.stdout)
+    return Picture(out)
+
+
+def halved(pic):
+    """The picture scaled down 2:1 by averaging 2x2 blocks, as rows of (r, g, b)."""
+    w, h = pic.width // 2, pic.height // 2
+    out = []
+    for y in range(h):
+        row = []
+        for x in range(w):
+            acc = [0, 0, 0]
+            for dy in (0, 1):
+                for dx in (0, 1):
+                    p = pic.pixel(2 * x + dx, 2 * y + dy)
+                    for c in range(3):
+                        acc[c] += p[c]
+            row.append(tuple((a + 2) // 4 for a in acc))
+        out.append(row)
+    return out
+
+
+def channel_centroid_x(pic, channel, threshold=100):
+    """Mean x of the pixels whose channel is bright (the volume's picture in that channel)."""
+    total, n = 0.0, 0
+    for y in range(pic.height):
+        for x in range(pic.width):
+            if pic.pixel(x, y)[channel] > threshold:
+                total += x
+                n += 1
+    return total / n if n else None, n
+
+
+def case_offscreen_shot(binary):
+    work = tempfile.mkdtemp(prefix="tessan-offscreen-")
+    try:
+        first = write_series(work)[0]
+        small = view_shot(binary, work, "screen", [first])
+        check(small.width > 200 and small.height > 150, "view picture %dx%d" % (small.width, small.height))
+        check(small.distinct_colours() > 20, "the view picture is blank")
+        big = view_shot(binary, work, "double", ["--view-scale", "2", first])
+        check((big.width, big.height) == (2 * small.width, 2 * small.height),
+              "off-screen picture %dx%d for a %dx%d view" % (big.width, big.height, small.width, small.height))
+        down = halved(big)
+        total, far, n = 0.0, 0, 0
+        for y in range(small.height):
+            for x in range(small.width):
+                d = distance(down[y][x], small.pixel(x, y))
+                total += d
+                far += d > 80
+                n += 1
+        mean = total / n
+        check(mean < 6.0, "off-screen picture scaled down differs from the on-screen one (mean %.2f)" % mean)
+        check(far < n // 50, "%d of %d pixels differ strongly" % (far, n))
+        # A screenshot larger than the screen (1280x1024) is the active view drawn off-screen at
+        # the size asked for.
+        out = os.path.join(work, "huge.png")
+        r = subprocess.run([binary, "--size", "1600x1200", "--screenshot", out, first], cwd=work,
+                           capture_output=True, text=True, timeout=120,
+                           env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
+        check(r.returncode == 0 and r.stdout.strip() == out, "large screenshot: %d %r" % (r.returncode, r.stderr))
+        check("off-screen" in r.stderr, "the substitution is not reported: %r" % r.stderr)
+        huge = Picture(out)
+        check((huge.width, huge.height) == (1600, 1200), "large screenshot is %dx%d" % (huge.width, huge.height))
+        check(distance(huge.pixel(800, 5), BACKGROUND) < 20 and distance(huge.pixel(800, 600), BACKGROUND) > 60,
+              "the large screenshot is not the view with the volume in the middle")
+        # A different view is really a different picture by this measure.
+        other = view_shot(binary, work, "frame4", ["--frame", "4", first])
+        moved = sum(distance(other.pixel(x, y), small.pixel(x, y))
+                    for y in range(0, small.height, 2) for x in range(0, small.width, 2)) / (n / 4)
+        check(moved > mean, "the comparison cannot tell frames apart (%.2f vs %.2f)" % (moved, mean))
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_stereo_anaglyph(binary):
+    work = tempfile.mkdtemp(prefix="tessan-stereo-")
+    try:
+        first = write_series(work)[0]
+        mono = view_shot(binary, work, "mono", ["--stereo", "off", first])
+        pic = view_shot(binary, work, "anaglyph", ["--stereo", "anaglyph", first])
+        check(pic.distinct_colours() > 10, "the anaglyph is blank")
+        # Red is the left eye, green and blue the right one: the two pictures are the volume
+        # seen from two places, so the channels differ where the mono picture has none.
+        diff_rg = sum(abs(pic.pixel(x, y)[0] - pic.pixel(x, y)[1])
+                      for y in range(0, pic.height, 2) for x in range(0, pic.width, 2))
+        diff_mono = sum(abs(mono.pixel(x, y)[0] - mono.pixel(x, y)[1])
+                        for y in range(0, mono.height, 2) for x in range(0, mono.width, 2))
+        check(diff_rg > 2 * diff_mono + 1000, "red and cyan alike (%d vs mono %d)" % (diff_rg, diff_mono))
+        rx, rn = channel_centroid_x(pic, 0)
+        gx, gn = channel_centroid_x(pic, 1)
+        check(rn > 100 and gn > 100, "the volume is missing in a channel (%d red, %d green)" % (rn, gn))
+        check(abs(rx - gx) > 0.5, "the eyes see the volume at the same place (%.2f, %.2f)" % (rx, gx))
+        # Side by side: each half holds a picture of the volume.
+        pair = view_shot(binary, work, "parallel", ["--stereo", "parallel", first])
+        half = pair.width // 2
+        left = region_mean_distance(pair, half // 2 - 8, pair.height // 2 - 8, half // 2 + 8, pair.height // 2 + 8)
+        right = region_mean_distance(pair, half + half // 2 - 8, pair.height // 2 - 8, half + half // 2 + 8,
+                                     pair.height // 2 + 8)
+        check(left > 40 and right > 40, "a half of the pair shows no volume (%.1f, %.1f)" % (left, right))
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def write_path_project(folder, name, use, show):
+    """A project with the four views and one path camera standing right of the box at
+    (2.5, 0.3, 0), looking at the centre."""
+    path = os.path.join(folder, name)
+    with open(path, "w") as f:
+        f.write("FrameMainViewLayout=1\nCameraPathShow=%d\n--CameraPath\nCameraPathUse=%d\nCameraPathActive=0\n"
+                "--MultiParameter:CamPath\nMultiParamItemNum=1\nParameter_CamPath\ndimension 6\ntimeDepend 0\n"
+                "visible 1\nshow 1\nselectable 1\nitemnum 1\n"
+                "0 6 1 2.5 0.3 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0\n--CameraPathEnd\n" % (show, use))
+    return path
+
+
+def case_camera_path(binary):
+    work = tempfile.mkdtemp(prefix="tessan-campath-")
+    try:
+        first = write_series(work)[0]
+        frustum = (255, 89, 51)  # the active path camera's colour
+        plain, _ = shoot(binary, work, "plain", [write_path_project(work, "plain.vsp", 0, 0)])
+        shown, _ = shoot(binary, work, "shown", [write_path_project(work, "shown.vsp", 0, 1)])
+        check(plain.count(frustum, tolerance=20) == 0, "a path is drawn while hidden")
+        n = shown.count(frustum, tolerance=20)
+        check(n > 15, "the path camera is not drawn in the views (%d pixels)" % n)
+        # Looking through the path: view 0 (top left) shows the box from the camera's place, a
+        # different picture from its own top view; the other views stay as they were.
+        through, _ = shoot(binary, work, "through", [write_path_project(work, "through.vsp", 1, 0)])
+        w, h = through.width, through.height
+        top_left = region_difference(plain, through, 0, 0, w // 4, h // 2 - 10)
+        check(top_left > 3.0, "view 0 does not follow the path camera (%.2f)" % top_left)
+        check(through.count(BOX, 0, 0, w // 4, h // 2 - 10) > 40, "view 0 shows no box through the path camera")
+        del first
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1780,6 +1925,9 @@ CASES = {
     "colour_map": case_colour_map,
     "screenshot_every": case_screenshot_every,
     "render_error": case_render_error,
+    "offscreen_shot": case_offscreen_shot,
+    "stereo_anaglyph": case_stereo_anaglyph,
+    "camera_path": case_camera_path,
 }
 
 if __name__ == "__main__":
