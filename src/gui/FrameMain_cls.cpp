@@ -14,14 +14,18 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
+#include "filter/FilterWithParameter_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/TexObjectGL_cls.h"
+#include "gui/FilterChainGUI_cls.h"
+#include "gui/FilterPanels_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
 #include "gui/KeyTrackCanvas_cls.h"
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
+#include "gui/PreferencesDialog_cls.h"
 #include "gui/PreviewPropertyGUI_cls.h"
 #include "gui/SequencePanel_cls.h"
 #include "gui/TimeLineGUI_cls.h"
@@ -42,6 +46,7 @@
 #include <wx/gauge.h>
 #include <wx/log.h>
 #include <wx/menu.h>
+#include <wx/notebook.h>
 #include <wx/panel.h>
 #include <wx/scrolwin.h>
 #include <wx/sizer.h>
@@ -122,6 +127,7 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame)
     EVT_MENU(kIdUndo, FrameMain_cls::OnUndo)
     EVT_MENU_RANGE(kIdFilterAddFirst, kIdFilterAddLast, FrameMain_cls::OnFilterAdd)
     EVT_MENU(kIdRedo, FrameMain_cls::OnRedo)
+    EVT_MENU(kIdPreferences, FrameMain_cls::OnPreferences)
     EVT_MENU(kIdAddKey, FrameMain_cls::OnKeyCommand)
     EVT_MENU(kIdDeleteKeys, FrameMain_cls::OnKeyCommand)
     EVT_MENU(kIdCopyKeys, FrameMain_cls::OnKeyCommand)
@@ -172,9 +178,21 @@ wxEND_EVENT_TABLE()
     BuildControlPanel();
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
     mpTimeLine = new TimeLineGUI_cls(this, &mpMain->GetTimeCtrl());
-    mpTimeLine->SetParameterSets({{L"BoxSize", &mpMain->GetBoxSize()},
-                                  {L"BoxRotate", &mpMain->GetBoxRotate()},
-                                  {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}});
+    SetFilterSetOnTimeLine(nullptr, L"");
+    // A filter panel's "Show Keys on Time Line" puts the item's set beside the scene's sets.
+    FilterWithParameter_cls::SetTimeLineConnector([this](Parameters_cls* set) {
+        for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+            FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetSequence(slot).GetFilterCtrl();
+            for (int i = 0; i < chain.GetItemNum(); ++i) {
+                auto* item = dynamic_cast<FilterWithParameter_cls*>(chain.GetPFilterBase(i));
+                if (item && &item->GetParameters() == set) {
+                    mpTLChain = &chain;
+                    SetFilterSetOnTimeLine(set, item->GetIdTag());
+                    return;
+                }
+            }
+        }
+    });
     mpTimeLine->SetPlayStateListener([this] {
         UpdateAnimationMenu();
         WakeIdle();
@@ -218,10 +236,18 @@ wxEND_EVENT_TABLE()
     UpdateRecentMenu();
 
     // The views show the clock's frame; the menus and the title follow the history.
-    miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
+    miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) {
+        RefreshViews();
+        // Animated filter values follow the clock in their panels.
+        if (mpFilterPanels != nullptr && !mpMain->GetTimeCtrl().IsPlaying()) {
+            UpdateChainParameters();
+            mpFilterPanels->UpdateFromChains();
+        }
+    });
     miUndoListener = GetUndoManager().AddListener([this](uint32_t) {
         UpdateEditMenu();
         UpdateTitle();
+        ValidateTimeLineSet();
         if (mpTimeLine != nullptr)
             mpTimeLine->RefreshKeys();
     });
@@ -237,6 +263,7 @@ wxEND_EVENT_TABLE()
 
 FrameMain_cls::~FrameMain_cls()
 {
+    FilterWithParameter_cls::SetTimeLineConnector(nullptr);
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     mpMain->SetDataChangedHook(nullptr);
@@ -344,7 +371,9 @@ void FrameMain_cls::BuildControlPanel()
         grid->Add(button, 1, wxEXPAND);
     }
     sizer->Add(grid, 0, wxEXPAND | wxALL, 6);
-    mpPreviewGUI = new PreviewPropertyGUI_cls(mpControlPanel, &GetPreviewProperty());
+    // The pages: preview settings, data slots, and the filter chains of the slots.
+    auto* book = new wxNotebook(mpControlPanel, wxID_ANY);
+    mpPreviewGUI = new PreviewPropertyGUI_cls(book, &GetPreviewProperty());
     // Each change takes effect at once: the views redraw with the new settings.
     mpPreviewGUI->SetChangeListener([this] {
         // A new texel format or texture filter is baked into the textures: make them again.
@@ -362,9 +391,14 @@ void FrameMain_cls::BuildControlPanel()
     });
     muTextureSettings =
         GetPreviewProperty().GetTextureType() * 2u + (GetPreviewProperty().IsTexFilterLinear() ? 1u : 0u);
-    sizer->Add(mpPreviewGUI, 0, wxEXPAND | wxALL, 4);
-    mpSequencePanel = new SequencePanel_cls(mpControlPanel, &mpMain->GetSeqCtrl());
-    sizer->Add(mpSequencePanel, 0, wxEXPAND | wxALL, 4);
+    book->AddPage(mpPreviewGUI, TrW("Preview Property"));
+    mpSequencePanel = new SequencePanel_cls(book, &mpMain->GetSeqCtrl());
+    book->AddPage(mpSequencePanel, TrW("Data Slots"));
+    mpFilterPanels = new FilterPanels_cls(book, &mpMain->GetSeqCtrl());
+    mpFilterPanels->SetEditedFunc([this] { OnFilterChainChanged(); });
+    mpFilterPanels->SetChainChangedFunc([this] { ValidateTimeLineSet(); });
+    book->AddPage(mpFilterPanels, TrW("Filter Chain"));
+    sizer->Add(book, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
 }
@@ -1151,8 +1185,65 @@ void FrameMain_cls::OnFilterChainChanged()
                 frame->SetDirty();
     }
     std::fill(mvFailedCurrent.begin(), mvFailedCurrent.end(), false);
+    // The panels show the values at the current time (undo of a key changes them).
+    UpdateChainParameters();
+    if (mpFilterPanels != nullptr) {
+        mpFilterPanels->FollowActiveSlot();
+        mpFilterPanels->UpdateFromChains();
+    }
+    ValidateTimeLineSet();
     RefreshViews();
     WakeIdle();
+    WriteStateReport();
+}
+
+void FrameMain_cls::UpdateChainParameters()
+{
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot)
+        mpMain->GetSeqCtrl().GetSequence(slot).GetFilterCtrl().UpdateParameters(-1.0);
+}
+
+void FrameMain_cls::SetFilterSetOnTimeLine(Parameters_cls* set, const std::wstring& tag)
+{
+    std::vector<TimeLineGUI_cls::NamedSet> sets = {{L"BoxSize", &mpMain->GetBoxSize()},
+                                                   {L"BoxRotate", &mpMain->GetBoxRotate()},
+                                                   {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}};
+    mStrTLTag = set ? tag : L"";
+    if (!set)
+        mpTLChain = nullptr;
+    const std::wstring name = set ? L"Filter " + set->GetName() : L"";
+    if (set)
+        sets.emplace_back(name, set);
+    mpTimeLine->SetParameterSets(std::move(sets));
+    if (set)
+        mpTimeLine->SelectSet(name);
+    WriteStateReport();
+}
+
+void FrameMain_cls::ValidateTimeLineSet()
+{
+    // The time line must never show the set of an item that left its chain (removed, undone):
+    // the item may be gone, or wait in the history where its keys mean nothing to the user.
+    if (mStrTLTag.empty() || mpTimeLine == nullptr)
+        return;
+    FilterBase_cls* item = FilterCtrl_cls::IsLive(mpTLChain) ? mpTLChain->GetPFromTag(mStrTLTag) : nullptr;
+    if (dynamic_cast<FilterWithParameter_cls*>(item) == nullptr)
+        SetFilterSetOnTimeLine(nullptr, L"");
+}
+
+void FrameMain_cls::OnPreferences(wxCommandEvent&)
+{
+    PreferencesDialog_cls dialog(this, &GetPreference().GetConfList(), mpShortcut.get());
+    if (dialog.ShowModal() != wxID_OK || !dialog.Apply())
+        return;
+    // The menus show the new keys at once; the configuration keeps them at quit.
+    if (wxMenuBar* bar = GetMenuBar())
+        for (const Shortcut_cls::Menu& m : mpShortcut->BuildMenuModel())
+            for (const Shortcut_cls::MenuEntry& e : m.mvEntries)
+                if (e.miId != 0 && e.meKind != Shortcut_cls::kSeparator && e.meKind != Shortcut_cls::kRecentSubmenu)
+                    if (wxMenuItem* item = bar->FindItem(e.miId))
+                        item->SetItemLabel(e.mStrLabel);
+    UpdateEditMenu();
     WriteStateReport();
 }
 
@@ -1490,6 +1581,10 @@ void FrameMain_cls::WriteStateReport()
         text += L"\n";
     }
     text += mpTimeLine->DescribeWidgetPlaces();
+    text += L"pref=" + GetPreference().GetConfList().SerializeAll();
+    text += L"pref.keys=" + mpShortcut->GetKey("Preferences") + L"|" + mpShortcut->GetKey("Undo") + L"\n";
+    text += mpFilterPanels->DescribeWidgets();
+    text += mpFilterPanels->DescribeWidgetPlaces();
     text += mpPreviewGUI->DescribeWidgets();
     text += mpPreviewGUI->DescribeWidgetPlaces();
     text += DescribeSlots();

@@ -15,6 +15,8 @@
 #include <vector>
 
 class DF3GL_cls;
+class FilterCtrl_cls;
+class FilterPanels_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -129,6 +131,14 @@ class FrameMain_cls : public wxFrame
     void OnFilterAdd(wxCommandEvent& event);
     /// Frames to be processed again and the views redrawn after the chain changed.
     void OnFilterChainChanged();
+    /// Evaluates every chain's animated values at the current time (the panels show them).
+    void UpdateChainParameters();
+    /// The time line's sets: the scene's sets and, when given, a filter item's set (shown).
+    void SetFilterSetOnTimeLine(Parameters_cls* set, const std::wstring& tag);
+    /// Takes a filter item's set off the time line when the item left its chain.
+    void ValidateTimeLineSet();
+    /// Edit > Preferences.
+    void OnPreferences(wxCommandEvent& event);
     /// The Filter menu, built from the chain's menu table, inserted before Help.
     void AppendFilterMenu(class wxMenuBar* bar);
     void OnKeyCommand(wxCommandEvent& event);
@@ -200,6 +210,9 @@ class FrameMain_cls : public wxFrame
     TimeLineGUI_cls* mpTimeLine = nullptr;
     PreviewPropertyGUI_cls* mpPreviewGUI = nullptr;
     SequencePanel_cls* mpSequencePanel = nullptr;
+    FilterPanels_cls* mpFilterPanels = nullptr;
+    FilterCtrl_cls* mpTLChain = nullptr; ///< chain of the filter item whose set the time line shows
+    std::wstring mStrTLTag;              ///< that item's tag ("" when none)
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
     // The drawing companions of the four data slots (their textures live in the shared context).

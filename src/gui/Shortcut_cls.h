@@ -35,6 +35,7 @@ enum ShortcutId : int {
     kIdOpenData,
     kIdAppendData,
     kIdCloseData,
+    kIdPreferences,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

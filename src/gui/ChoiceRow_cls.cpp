@@ -1,0 +1,44 @@
+#include "gui/ChoiceRow_cls.h"
+
+#include <algorithm>
+
+#include <wx/choice.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
+
+ChoiceRow_cls::ChoiceRow_cls(wxWindow* parent, const std::wstring& label, const std::vector<std::wstring>& texts,
+                             const std::vector<int>& values)
+    : wxPanel(parent, wxID_ANY), mviValue(values)
+{
+    if (mviValue.size() != texts.size()) {
+        mviValue.resize(texts.size());
+        for (size_t i = 0; i < texts.size(); ++i)
+            mviValue[i] = static_cast<int>(i);
+    }
+    auto* sizer = new wxBoxSizer(wxHORIZONTAL);
+    sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(110, -1)), 0,
+               wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
+    mpChoice = new wxChoice(this, wxID_ANY);
+    for (const std::wstring& t : texts)
+        mpChoice->Append(t);
+    sizer->Add(mpChoice, 1, wxALIGN_CENTER_VERTICAL);
+    SetSizer(sizer);
+    mpChoice->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) {
+        const int sel = mpChoice->GetSelection();
+        if (sel < 0 || sel >= static_cast<int>(mviValue.size()))
+            return;
+        const int value = mviValue[static_cast<size_t>(sel)];
+        if (value == miValue)
+            return;
+        miValue = value;
+        if (mOnChange)
+            mOnChange(value);
+    });
+}
+
+void ChoiceRow_cls::SetValue(int value)
+{
+    miValue = value;
+    const auto at = std::find(mviValue.begin(), mviValue.end(), value);
+    mpChoice->SetSelection(at == mviValue.end() ? wxNOT_FOUND : static_cast<int>(at - mviValue.begin()));
+}
