@@ -1,5 +1,7 @@
 #include "gui/ChoiceRow_cls.h"
 
+#include "gui/NumInput_cls.h"
+
 #include <algorithm>
 
 #include <wx/choice.h>
@@ -16,7 +18,7 @@ ChoiceRow_cls::ChoiceRow_cls(wxWindow* parent, const std::wstring& label, const 
             mviValue[i] = static_cast<int>(i);
     }
     auto* sizer = new wxBoxSizer(wxHORIZONTAL);
-    sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(110, -1)), 0,
+    sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1)), 0,
                wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
     mpChoice = new wxChoice(this, wxID_ANY);
     for (const std::wstring& t : texts)

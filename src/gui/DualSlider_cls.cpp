@@ -28,7 +28,7 @@ DualSlider_cls::DualSlider_cls(wxWindow* parent, const std::wstring& label, doub
 
 wxSize DualSlider_cls::DoGetBestClientSize() const
 {
-    return wxSize(200, kTrackY + kThumbRadius + 4);
+    return wxSize(180, kTrackY + kThumbRadius + 4);
 }
 
 void DualSlider_cls::SetValues(double low, double high)

@@ -164,10 +164,9 @@ void FilterChainGUI_cls::ShowItemPanel(const std::wstring& tag)
         Thaw();
     }
     // The page grows or shrinks with the settings; the scrolled parents follow.
-    for (wxWindow* w = this; w; w = w->GetParent()) {
+    for (wxWindow* w = this; w != nullptr && !w->IsTopLevel(); w = w->GetParent()) {
+        w->InvalidateBestSize();
         w->Layout();
-        if (w->IsTopLevel())
-            break;
         w->FitInside();
     }
 }

@@ -272,8 +272,9 @@ void FilterItemGUI_cls::Build()
     sizer->Add(mpValid, 0, wxALL, 3);
     {
         auto* row = new wxBoxSizer(wxHORIZONTAL);
-        row->Add(new wxStaticText(this, wxID_ANY, TrW("Name"), wxDefaultPosition, wxSize(110, -1)), 0,
-                 wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
+        row->Add(
+            new wxStaticText(this, wxID_ANY, TrW("Name"), wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1)), 0,
+            wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
         mpName = new wxTextCtrl(this, wxID_ANY, L"", wxDefaultPosition, wxDefaultSize, wxTE_PROCESS_ENTER);
         const int nameIndex = FindKey(item, L"FilterName=");
         mpName->Bind(wxEVT_TEXT_ENTER, [this, nameIndex](wxCommandEvent&) {
@@ -347,7 +348,7 @@ void FilterItemGUI_cls::BuildSettingRow(wxBoxSizer* sizer, const SettingDef& def
         break;
     case kChecks: {
         auto* line = new wxBoxSizer(wxHORIZONTAL);
-        line->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(110, -1)), 0,
+        line->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1)), 0,
                   wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
         const char* axes[3] = {"X", "Y", "Z"};
         for (int c = 0; c < Dimension(setting); ++c) {
@@ -362,7 +363,7 @@ void FilterItemGUI_cls::BuildSettingRow(wxBoxSizer* sizer, const SettingDef& def
     }
     case kText: {
         auto* line = new wxBoxSizer(wxHORIZONTAL);
-        line->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(110, -1)), 0,
+        line->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1)), 0,
                   wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
         row.pText = new wxTextCtrl(this, wxID_ANY, L"", wxDefaultPosition, wxDefaultSize, wxTE_PROCESS_ENTER);
         wxTextCtrl* box = row.pText;
@@ -411,12 +412,15 @@ void FilterItemGUI_cls::BuildParamRow(wxBoxSizer* sizer, const ParamDef& def)
         auto* line = new wxBoxSizer(wxHORIZONTAL);
         const std::wstring lowLabel = set.GetLabel(static_cast<unsigned>(def.iIndex));
         const std::wstring highLabel = set.GetLabel(static_cast<unsigned>(def.iIndex2));
-        row.pLow = new NumInput_cls(this, lowLabel, def.dMin, def.dMax, def.dStep, false);
-        row.pHigh = new NumInput_cls(this, highLabel, def.dMin, def.dMax, def.dStep, false);
+        row.pLow = new NumInput_cls(this, L"", def.dMin, def.dMax, def.dStep, false, false);
+        row.pHigh = new NumInput_cls(this, L"", def.dMin, def.dMax, def.dStep, false, false);
+        row.pLow->SetToolTip(lowLabel);
+        row.pHigh->SetToolTip(highLabel);
         row.pLow->SetChangeFunc([this, at](double v) { SetParamValue(mvParam[at].pDef->iIndex, v); });
         row.pHigh->SetChangeFunc([this, at](double v) { SetParamValue(mvParam[at].pDef->iIndex2, v); });
-        line->Add(row.pLow, 1, wxRIGHT, 4);
-        line->Add(row.pHigh, 1);
+        line->AddSpacer(NumInput_cls::kLabelWidth + 4);
+        line->Add(row.pLow, 0, wxRIGHT, 4);
+        line->Add(row.pHigh, 0);
         sizer->Add(line, 0, wxEXPAND | wxALL, 2);
         break;
     }

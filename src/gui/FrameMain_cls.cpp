@@ -373,6 +373,7 @@ void FrameMain_cls::BuildControlPanel()
     sizer->Add(grid, 0, wxEXPAND | wxALL, 6);
     // The pages: preview settings, data slots, and the filter chains of the slots.
     auto* book = new wxNotebook(mpControlPanel, wxID_ANY);
+    mpControlBook = book;
     mpPreviewGUI = new PreviewPropertyGUI_cls(book, &GetPreviewProperty());
     // Each change takes effect at once: the views redraw with the new settings.
     mpPreviewGUI->SetChangeListener([this] {
@@ -1169,6 +1170,11 @@ void FrameMain_cls::OnFilterAdd(wxCommandEvent& event)
     // One undo step; the Edit menu then names it.
     if (!sequence.GetFilterCtrl().AddFilterExecute(entries[static_cast<size_t>(i)].iType, -1))
         return;
+    // The new item's settings come up at once: the chain page, the item selected.
+    mpControlBook->SetSelection(mpControlBook->FindPage(mpFilterPanels));
+    mpFilterPanels->FollowActiveSlot();
+    if (FilterChainGUI_cls* page = mpFilterPanels->GetShownPage())
+        page->SelectItem(sequence.GetFilterCtrl().GetItemNum() - 1);
     OnFilterChainChanged();
 }
 
@@ -1574,15 +1580,20 @@ void FrameMain_cls::WriteStateReport()
     text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
     {
         // The active slot's chain, item labels in order.
-        const FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
+        FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
         text += WStrPrintf("chain=%d", chain.GetItemNum());
         for (int i = 0; i < chain.GetItemNum(); ++i)
             text += L"|" + chain.GetPFilterBase(i)->GetLocaleIndependentStrLabel();
         text += L"\n";
+        // Its text form as a project would hold it, one line per "|".
+        std::wstring form = chain.SerializeConf();
+        std::replace(form.begin(), form.end(), L'\n', L'|');
+        text += L"chain_text=" + form + L"\n";
     }
     text += mpTimeLine->DescribeWidgetPlaces();
     text += L"pref=" + GetPreference().GetConfList().SerializeAll();
     text += L"pref.keys=" + mpShortcut->GetKey("Preferences") + L"|" + mpShortcut->GetKey("Undo") + L"\n";
+    text += WStrPrintf("cp.page=%d\n", mpControlBook->GetSelection());
     text += mpFilterPanels->DescribeWidgets();
     text += mpFilterPanels->DescribeWidgetPlaces();
     text += mpPreviewGUI->DescribeWidgets();

@@ -211,8 +211,9 @@ class FrameMain_cls : public wxFrame
     PreviewPropertyGUI_cls* mpPreviewGUI = nullptr;
     SequencePanel_cls* mpSequencePanel = nullptr;
     FilterPanels_cls* mpFilterPanels = nullptr;
-    FilterCtrl_cls* mpTLChain = nullptr; ///< chain of the filter item whose set the time line shows
-    std::wstring mStrTLTag;              ///< that item's tag ("" when none)
+    class wxNotebook* mpControlBook = nullptr; ///< the control panel's pages
+    FilterCtrl_cls* mpTLChain = nullptr;       ///< chain of the filter item whose set the time line shows
+    std::wstring mStrTLTag;                    ///< that item's tag ("" when none)
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
     // The drawing companions of the four data slots (their textures live in the shared context).

@@ -29,7 +29,7 @@ class GraphPanel_cls : public wxPanel
     /// Hit radius of a handle in pixels.
     static constexpr int kHitRadius = 7;
 
-    GraphPanel_cls(wxWindow* parent, const wxSize& size = wxSize(256, 150));
+    GraphPanel_cls(wxWindow* parent, const wxSize& size = wxSize(240, 140));
 
     /// The histogram drawn behind the curve (all zero: none).
     void SetHistogram(const std::array<uint64_t, 256>& counts);

@@ -10,28 +10,35 @@
 #include <wx/textctrl.h>
 
 NumInput_cls::NumInput_cls(wxWindow* parent, const std::wstring& label, double min, double max, double step,
-                           bool integer)
+                           bool integer, bool withSpin)
     : wxPanel(parent, wxID_ANY), mdMin(min), mdMax(max), mdStep(step > 0.0 ? step : 1.0), mbInteger(integer)
 {
     auto* sizer = new wxBoxSizer(wxHORIZONTAL);
     if (!label.empty())
-        sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(110, -1)), 0,
+        sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(kLabelWidth, -1)), 0,
                    wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
-    mpText = new wxTextCtrl(this, wxID_ANY, L"", wxDefaultPosition, wxSize(80, -1), wxTE_PROCESS_ENTER);
+    mpText = new wxTextCtrl(this, wxID_ANY, L"", wxDefaultPosition, wxSize(withSpin ? 64 : 44, -1), wxTE_PROCESS_ENTER);
     mpText->SetToolTip(WidgetMath_cls::FormatNumber(min, integer) + L" .. " +
                        WidgetMath_cls::FormatNumber(max, integer));
     sizer->Add(mpText, 1, wxALIGN_CENTER_VERTICAL);
-    // The spin button keeps no value of its own: each click is one step from the value shown,
-    // so the range of the button never limits the setting.
-    mpSpin = new wxSpinButton(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxSP_VERTICAL);
-    mpSpin->SetRange(-1000000, 1000000);
-    mpSpin->SetValue(0);
-    sizer->Add(mpSpin, 0, wxALIGN_CENTER_VERTICAL);
+    if (withSpin) {
+        // The spin button keeps no value of its own: each click is one step from the value shown,
+        // so the range of the button never limits the setting.
+        mpSpin = new wxSpinButton(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxSP_VERTICAL);
+        mpSpin->SetRange(-1000000, 1000000);
+        mpSpin->SetValue(0);
+        sizer->Add(mpSpin, 0, wxALIGN_CENTER_VERTICAL);
+        mpSpin->Bind(wxEVT_SPIN_UP, [this](wxSpinEvent&) { OnSpin(1); });
+        mpSpin->Bind(wxEVT_SPIN_DOWN, [this](wxSpinEvent&) { OnSpin(-1); });
+    }
     SetSizer(sizer);
     mpText->Bind(wxEVT_TEXT_ENTER, &NumInput_cls::OnEnter, this);
     mpText->Bind(wxEVT_KILL_FOCUS, &NumInput_cls::OnKillFocus, this);
-    mpSpin->Bind(wxEVT_SPIN_UP, [this](wxSpinEvent&) { OnSpin(1); });
-    mpSpin->Bind(wxEVT_SPIN_DOWN, [this](wxSpinEvent&) { OnSpin(-1); });
+    mpText->Bind(wxEVT_KEY_DOWN, &NumInput_cls::OnKey, this);
+    mpText->Bind(wxEVT_MOUSEWHEEL, [this](wxMouseEvent& e) {
+        if (e.GetWheelRotation() != 0)
+            OnSpin(e.GetWheelRotation() > 0 ? 1 : -1);
+    });
     ShowValue();
 }
 
@@ -83,9 +90,20 @@ void NumInput_cls::OnKillFocus(wxFocusEvent& event)
     event.Skip();
 }
 
+void NumInput_cls::OnKey(wxKeyEvent& event)
+{
+    if (event.GetKeyCode() == WXK_UP)
+        OnSpin(1);
+    else if (event.GetKeyCode() == WXK_DOWN)
+        OnSpin(-1);
+    else
+        event.Skip();
+}
+
 void NumInput_cls::OnSpin(int direction)
 {
-    mpSpin->SetValue(0);
+    if (mpSpin)
+        mpSpin->SetValue(0);
     // Typed but not yet taken text is the starting point of the step.
     double start = mdValue;
     double typed = 0.0;

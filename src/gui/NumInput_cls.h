@@ -19,9 +19,14 @@ class NumInput_cls : public wxPanel
     /// Called with the new value after the user changed it (never for SetValue).
     using ChangeFunc = std::function<void(double)>;
 
+    /// Width of the label column shared by every row of the kit, in pixels.
+    static constexpr int kLabelWidth = 84;
+
     /// label: shown left of the box (translated by the caller; empty: no label). integer: whole
-    /// numbers only. step: one arrow click. GUI thread.
-    NumInput_cls(wxWindow* parent, const std::wstring& label, double min, double max, double step, bool integer);
+    /// numbers only. step: one arrow click, one Up / Down key or one wheel notch in the box.
+    /// withSpin: show spin arrows (narrow rows leave them out; keys and wheel still step). GUI thread.
+    NumInput_cls(wxWindow* parent, const std::wstring& label, double min, double max, double step, bool integer,
+                 bool withSpin = true);
 
     /// Shows `value` (clamped) without calling the change function.
     void SetValue(double value);
@@ -41,6 +46,7 @@ class NumInput_cls : public wxPanel
     void OnEnter(wxCommandEvent& event);
     void OnKillFocus(wxFocusEvent& event);
     void OnSpin(int direction);
+    void OnKey(wxKeyEvent& event);
     void ShowValue();
     void MarkInvalid(bool invalid);
 

@@ -13,11 +13,10 @@ PointInput_cls::PointInput_cls(wxWindow* parent, const std::wstring& label, int 
     : wxPanel(parent, wxID_ANY), miCount(std::clamp(count, 1, 3))
 {
     auto* sizer = new wxBoxSizer(wxHORIZONTAL);
-    sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(110, -1)), 0,
+    sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1)), 0,
                wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
     for (int i = 0; i < miCount; ++i) {
-        auto* input = new NumInput_cls(this, L"", min, max, step, integer);
-        input->GetTextCtrl()->SetMinSize(wxSize(56, -1));
+        auto* input = new NumInput_cls(this, L"", min, max, step, integer, false);
         input->SetChangeFunc([this, i](double v) {
             if (mOnChange)
                 mOnChange(i, v);

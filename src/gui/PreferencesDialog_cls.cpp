@@ -80,8 +80,9 @@ PreferencesDialog_cls::PreferencesDialog_cls(wxWindow* parent, ConfItemList_cls*
             gs->Add(row.pNumber, 0, wxEXPAND | wxALL, 4);
         } else if (auto* s = dynamic_cast<ConfItemSTR_cls*>(item)) {
             auto* line = new wxBoxSizer(wxHORIZONTAL);
-            line->Add(new wxStaticText(general, wxID_ANY, label, wxDefaultPosition, wxSize(110, -1)), 0,
-                      wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
+            line->Add(
+                new wxStaticText(general, wxID_ANY, label, wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1)), 0,
+                wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
             row.pText = new wxTextCtrl(general, wxID_ANY, s->Get());
             line->Add(row.pText, 1);
             gs->Add(line, 0, wxEXPAND | wxALL, 4);
@@ -128,8 +129,18 @@ PreferencesDialog_cls::PreferencesDialog_cls(wxWindow* parent, ConfItemList_cls*
     top->Add(book, 1, wxEXPAND | wxALL, 6);
     top->Add(CreateStdDialogButtonSizer(wxOK | wxCANCEL), 0, wxEXPAND | wxALL, 6);
     SetSizerAndFit(top);
-    if (wxWindow* first = GetFirstInput())
-        first->SetFocus();
+    // The first preference has the focus when the dialog is up, its text selected, so that a
+    // value can be typed and taken with Return at once.
+    Bind(wxEVT_INIT_DIALOG, [this](wxInitDialogEvent& e) {
+        e.Skip();
+        CallAfter([this] {
+            if (wxWindow* first = GetFirstInput()) {
+                first->SetFocus();
+                if (auto* text = dynamic_cast<wxTextCtrl*>(first))
+                    text->SelectAll();
+            }
+        });
+    });
 }
 
 wxWindow* PreferencesDialog_cls::GetFirstInput() const

@@ -141,10 +141,12 @@ void PreviewPropertyGUI_cls::SetShadeFolded(bool folded)
     GetSizer()->Show(mpShadeSizer, !folded, true);
     mpFoldButton->SetLabel(TrW(folded ? kShadeFolded : kShadeOpen));
     Layout();
-    if (wxWindow* parent = GetParent()) {
-        // The panel sits in a scrolled control panel: its scrollable size follows the fold.
-        parent->Layout();
-        parent->FitInside();
+    // The panel sits on a page of the scrolled control panel: the page book and the scrollable
+    // size follow the fold.
+    for (wxWindow* w = GetParent(); w != nullptr && !w->IsTopLevel(); w = w->GetParent()) {
+        w->InvalidateBestSize();
+        w->Layout();
+        w->FitInside();
     }
 }
 
