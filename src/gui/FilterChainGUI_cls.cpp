@@ -6,6 +6,7 @@
 #include "gui/FilterItemGUI_cls.h"
 
 #include <algorithm>
+#include <vector>
 
 #include <wx/button.h>
 #include <wx/checklst.h>
@@ -164,10 +165,16 @@ void FilterChainGUI_cls::ShowItemPanel(const std::wstring& tag)
         Thaw();
     }
     // The page grows or shrinks with the settings; the scrolled parents follow.
+    // Best sizes are cached all the way up; the outermost window is laid out first so that each
+    // page book hands its new size down before the inner sizers place their children.
+    std::vector<wxWindow*> ancestors;
     for (wxWindow* w = this; w != nullptr && !w->IsTopLevel(); w = w->GetParent()) {
         w->InvalidateBestSize();
-        w->Layout();
-        w->FitInside();
+        ancestors.push_back(w);
+    }
+    for (auto it = ancestors.rbegin(); it != ancestors.rend(); ++it) {
+        (*it)->FitInside();
+        (*it)->Layout();
     }
 }
 
@@ -273,7 +280,9 @@ std::wstring FilterChainGUI_cls::DescribeWidgetPlaces() const
         const wxSize size = w->GetSize();
         return WStrPrintf("%d %d %d %d %d\n", at.x, at.y, size.x, size.y, shown ? 1 : 0);
     };
-    std::wstring text = L"fcw.list=" + place(mpList);
+    std::wstring text = L"fcw.page=" + place(this) + L"fcw.list=" + place(mpList);
+    for (const wxWindow* w = GetParent(); w != nullptr && !w->IsTopLevel(); w = w->GetParent())
+        text += std::wstring(L"fcw.parent.") + w->GetClassInfo()->GetClassName() + L"=" + place(w);
     // Row height for pointing at rows (the list has no per-row geometry query).
     const int rows = static_cast<int>(mpList->GetCount());
     if (rows > 0 && mpList->IsShownOnScreen()) {

@@ -86,6 +86,47 @@ bool HasVspExtension(const std::wstring& path)
     return ext == L".vsp" || ext == L".VSP";
 }
 
+// --- control panel -----------------------------------------------------------------------------
+
+// The scrolled control panel. Its direct child is the page book, taller than the view: the
+// toolkit's own rule would scroll the whole book into view whenever any control in it takes the
+// focus, moving the control away under the mouse between press and release. Only the control
+// that has the focus is scrolled into view, and only when it is not visible.
+class ControlPanelScroller : public wxScrolledWindow
+{
+  public:
+    explicit ControlPanelScroller(wxWindow* parent) : wxScrolledWindow(parent, wxID_ANY)
+    {
+        Bind(wxEVT_CHILD_FOCUS, [this](wxChildFocusEvent& event) {
+            event.Skip();
+            ScrollToFocus();
+        });
+    }
+
+  protected:
+    bool ShouldScrollToChildOnFocus(wxWindow*) override { return false; }
+
+  private:
+    void ScrollToFocus()
+    {
+        wxWindow* focus = wxWindow::FindFocus();
+        if (focus == nullptr || focus == this || !IsDescendant(focus))
+            return;
+        int ppuX = 0, ppuY = 0, x0 = 0, y0 = 0;
+        GetScrollPixelsPerUnit(&ppuX, &ppuY);
+        GetViewStart(&x0, &y0);
+        if (ppuY <= 0)
+            return;
+        const int top = ScreenToClient(focus->GetScreenPosition()).y;
+        const int bottom = top + focus->GetSize().y;
+        const int height = GetClientSize().y;
+        if (top < 0)
+            Scroll(-1, y0 + (top - ppuY + 1) / ppuY);
+        else if (bottom > height && focus->GetSize().y <= height)
+            Scroll(-1, y0 + (bottom - height + ppuY - 1) / ppuY);
+    }
+};
+
 // --- drop target -------------------------------------------------------------------------------
 
 // Dropped files are opened like the open command (the first one; a series is found from it).
@@ -352,7 +393,7 @@ void FrameMain_cls::BuildViews()
 
 void FrameMain_cls::BuildControlPanel()
 {
-    auto* scrolled = new wxScrolledWindow(mpSplitter, wxID_ANY);
+    auto* scrolled = new ControlPanelScroller(mpSplitter);
     scrolled->SetScrollRate(0, 10);
     mpControlPanel = scrolled;
     auto* sizer = new wxBoxSizer(wxVERTICAL);

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace
 {
@@ -143,10 +144,16 @@ void PreviewPropertyGUI_cls::SetShadeFolded(bool folded)
     Layout();
     // The panel sits on a page of the scrolled control panel: the page book and the scrollable
     // size follow the fold.
+    // Best sizes are cached all the way up; the outermost window is laid out first so that each
+    // page book hands its new size down before the inner sizers place their children.
+    std::vector<wxWindow*> ancestors;
     for (wxWindow* w = GetParent(); w != nullptr && !w->IsTopLevel(); w = w->GetParent()) {
         w->InvalidateBestSize();
-        w->Layout();
-        w->FitInside();
+        ancestors.push_back(w);
+    }
+    for (auto it = ancestors.rbegin(); it != ancestors.rend(); ++it) {
+        (*it)->FitInside();
+        (*it)->Layout();
     }
 }
 
