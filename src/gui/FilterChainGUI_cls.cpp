@@ -208,6 +208,7 @@ bool FilterChainGUI_cls::AddItem(int type)
 {
     const int selected = GetSelection();
     const int position = selected >= 0 ? selected + 1 : -1;
+    FilterItemGUI_cls::BeforeEdit();
     if (!mpChain->AddFilterExecute(type, position))
         return false;
     // The new item is selected so that its settings can be made at once.
@@ -220,7 +221,10 @@ bool FilterChainGUI_cls::AddItem(int type)
 bool FilterChainGUI_cls::RemoveSelected()
 {
     const int selected = GetSelection();
-    if (selected < 0 || !mpChain->DeleteFilterItem(selected))
+    if (selected < 0)
+        return false;
+    FilterItemGUI_cls::BeforeEdit();
+    if (!mpChain->DeleteFilterItem(selected))
         return false;
     ShowItemPanel(L"");
     UpdateFromChain();
@@ -234,6 +238,7 @@ bool FilterChainGUI_cls::MoveSelected(int direction)
     const int other = selected + (direction < 0 ? -1 : 1);
     if (selected < 0 || other < 0 || other >= mpChain->GetItemNum())
         return false;
+    FilterItemGUI_cls::BeforeEdit();
     if (!mpChain->SwapFilterExecute(selected, other))
         return false;
     UpdateFromChain();
@@ -246,6 +251,7 @@ bool FilterChainGUI_cls::SetItemEnabled(int position, bool enabled)
     FilterBase_cls* item = mpChain->GetPFilterBase(position);
     if (!item)
         return false;
+    FilterItemGUI_cls::BeforeEdit();
     if (!mpChain->ChangeConfBOOLExecute(item->GetIdTag(), FilterCtrl_cls::ConfIndex(FindKey(item, L"FilterValid=")),
                                         enabled))
         return false;

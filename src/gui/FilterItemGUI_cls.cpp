@@ -216,6 +216,26 @@ std::wstring KeyName(const wchar_t* key)
 
 } // namespace
 
+namespace
+{
+std::function<void()>& BeforeEditFunc()
+{
+    static std::function<void()> sFunc;
+    return sFunc;
+}
+} // namespace
+
+void FilterItemGUI_cls::SetBeforeEditFunc(std::function<void()> f)
+{
+    BeforeEditFunc() = std::move(f);
+}
+
+void FilterItemGUI_cls::BeforeEdit()
+{
+    if (BeforeEditFunc())
+        BeforeEditFunc()();
+}
+
 const FilterItemGUI_cls::Defs& FilterItemGUI_cls::GetDefs(int type)
 {
     static const std::vector<Defs> sDefs = MakeDefs();
@@ -265,6 +285,7 @@ void FilterItemGUI_cls::Build()
     mpValid->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent& e) {
         if (mbUpdating || !GetItem())
             return;
+        BeforeEdit();
         if (mpChain->ChangeConfBOOLExecute(mStrTag, FilterCtrl_cls::ConfIndex(FindKey(GetItem(), L"FilterValid=")),
                                            e.IsChecked()))
             Edited();
@@ -512,6 +533,7 @@ void FilterItemGUI_cls::ChangeSetting(const SettingRow& row, int component, doub
     if (!setting)
         return;
     const int index = FilterCtrl_cls::ConfIndex(row.iListIndex, component);
+    BeforeEdit();
     bool done = false;
     if (dynamic_cast<ConfItemBOOL_cls*>(setting) || dynamic_cast<ConfItemBOOLARRAY_cls*>(setting))
         done = mpChain->ChangeConfBOOLExecute(mStrTag, index, value != 0.0);
@@ -535,6 +557,9 @@ void FilterItemGUI_cls::ChangeText(int listIndex, const std::wstring& value, wxT
         box->ChangeValue(old);
         return;
     }
+    if (value == old)
+        return;
+    BeforeEdit();
     if (ComFilterConfChangeSTR_cls::Issue(mpChain, mStrTag, listIndex, value))
         Edited();
 }
@@ -544,6 +569,7 @@ bool FilterItemGUI_cls::SetParamValue(int index, double value)
     auto* item = dynamic_cast<FilterWithParameter_cls*>(GetItem());
     if (mbUpdating || !item)
         return false;
+    BeforeEdit();
     item->SetParam(index, value);
     const bool keyed = item->SetKeyIfChanged(-1.0);
     if (keyed)
@@ -556,6 +582,7 @@ bool FilterItemGUI_cls::SetParamValues(int index, double value, int index2, doub
     auto* item = dynamic_cast<FilterWithParameter_cls*>(GetItem());
     if (mbUpdating || !item)
         return false;
+    BeforeEdit();
     // Both ends of a window in one key: one undo step.
     item->SetParam(index, value);
     item->SetParam(index2, value2);

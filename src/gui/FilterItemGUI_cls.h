@@ -74,6 +74,11 @@ class FilterItemGUI_cls : public wxPanel
 
     /// Called after every edit the panel made (the chain must be processed again).
     using EditedFunc = std::function<void()>;
+    /// Called before every edit of a chain from the filter pages: the window waits there for a
+    /// chain run on the worker to end, so that no edit meets a running chain. GUI thread.
+    static void SetBeforeEditFunc(std::function<void()> f);
+    /// Runs the installed before-edit function (nothing when none is installed).
+    static void BeforeEdit();
     /// Fills the histogram of the frame being shown; false when there is none.
     using HistogramFunc = std::function<bool(std::array<uint64_t, 256>&)>;
 

@@ -18,6 +18,7 @@
 #include "gl/DF3GL_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "gui/FilterChainGUI_cls.h"
+#include "gui/FilterItemGUI_cls.h"
 #include "gui/FilterPanels_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
@@ -28,6 +29,7 @@
 #include "gui/PreferencesDialog_cls.h"
 #include "gui/PreviewPropertyGUI_cls.h"
 #include "gui/SequencePanel_cls.h"
+#include "gui/ThreadFilterChain.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
@@ -234,6 +236,8 @@ wxEND_EVENT_TABLE()
             }
         }
     });
+    mpFilterThread = std::make_unique<ThreadFilterChain>();
+    FilterItemGUI_cls::SetBeforeEditFunc([this] { WaitForFilterRun(); });
     mpTimeLine->SetPlayStateListener([this] {
         UpdateAnimationMenu();
         WakeIdle();
@@ -281,6 +285,7 @@ wxEND_EVENT_TABLE()
         RefreshViews();
         // Animated filter values follow the clock in their panels.
         if (mpFilterPanels != nullptr && !mpMain->GetTimeCtrl().IsPlaying()) {
+            WaitForFilterRun();
             UpdateChainParameters();
             mpFilterPanels->UpdateFromChains();
         }
@@ -305,6 +310,9 @@ wxEND_EVENT_TABLE()
 FrameMain_cls::~FrameMain_cls()
 {
     FilterWithParameter_cls::SetTimeLineConnector(nullptr);
+    FilterItemGUI_cls::SetBeforeEditFunc(nullptr);
+    // A chain run works on the frames released below.
+    mpFilterThread->Join();
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     mpMain->SetDataChangedHook(nullptr);
@@ -524,6 +532,16 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     }
 
     // 7. Nothing dragged: one release or fetch step (data slots), or a playback step.
+    // A chain run on the worker owns the shown frames: no loading, texturing or playback step
+    // until it has ended (the views keep drawing the textures they have).
+    if (mpFilterThread->IsRunning()) {
+        PollFilterRun();
+        WriteStateReport();
+        if (mpFilterThread->IsRunning()) {
+            event.Skip();
+            return;
+        }
+    }
     if (!dragged && mpMain->GetTimeCtrl().IsPlaying()) {
         event.Skip();
         ProcPlayTex();
@@ -737,6 +755,7 @@ std::array<double, 3> FrameMain_cls::GetVolumeExtent()
 
 void FrameMain_cls::OpenDataFile(const std::wstring& path)
 {
+    WaitForFilterRun();
     // A name that is not there leaves the open slot as it is.
     if (!std::filesystem::exists(std::filesystem::path(path))) {
         GetUserPrompt()->Message(TrW("File not found: ") + path, TrW("Error!"));
@@ -778,6 +797,7 @@ void FrameMain_cls::OnDataChanged()
 
 void FrameMain_cls::OnOpenData(wxCommandEvent&)
 {
+    WaitForFilterRun();
     const std::wstring last = mpMain->GetLastDataPath();
     const std::wstring folder = last.empty() ? L"" : std::filesystem::path(last).parent_path().wstring();
     wxFileDialog dialog(this, TrW("Coose first file"), folder, "", mCStartup.mStrDataWildcard,
@@ -788,6 +808,7 @@ void FrameMain_cls::OnOpenData(wxCommandEvent&)
 
 void FrameMain_cls::OnAppendData(wxCommandEvent&)
 {
+    WaitForFilterRun();
     const std::wstring last = mpMain->GetLastDataPath();
     const std::wstring folder = last.empty() ? L"" : std::filesystem::path(last).parent_path().wstring();
     wxFileDialog dialog(this, TrW("Coose first file"), folder, "", mCStartup.mStrDataWildcard,
@@ -801,6 +822,7 @@ void FrameMain_cls::OnAppendData(wxCommandEvent&)
 
 void FrameMain_cls::OnCloseData(wxCommandEvent&)
 {
+    WaitForFilterRun();
     // Releasing the frames deletes their textures: the context must be current.
     MakeContextCurrent();
     mpMain->CloseData();
@@ -830,6 +852,7 @@ std::wstring FrameMain_cls::DescribeSlots() const
 
 void FrameMain_cls::ReadConfigure(const std::wstring& path)
 {
+    WaitForFilterRun();
     std::ifstream in(std::filesystem::path(path), std::ios::binary);
     if (in) {
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -1164,6 +1187,7 @@ void FrameMain_cls::OnSashMoved(wxSplitterEvent& event)
 
 void FrameMain_cls::OnUndo(wxCommandEvent&)
 {
+    WaitForFilterRun();
     GetUndoManager().UndoCurrent();
     OnFilterChainChanged();
 }
@@ -1207,6 +1231,7 @@ void FrameMain_cls::OnFilterAdd(wxCommandEvent& event)
     const int i = event.GetId() - kIdFilterAddFirst;
     if (i < 0 || i >= static_cast<int>(entries.size()))
         return;
+    WaitForFilterRun();
     DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetActiveSequence();
     // One undo step; the Edit menu then names it.
     if (!sequence.GetFilterCtrl().AddFilterExecute(entries[static_cast<size_t>(i)].iType, -1))
@@ -1233,15 +1258,62 @@ void FrameMain_cls::OnFilterChainChanged()
     }
     std::fill(mvFailedCurrent.begin(), mvFailedCurrent.end(), false);
     // The panels show the values at the current time (undo of a key changes them).
+    WaitForFilterRun();
     UpdateChainParameters();
     if (mpFilterPanels != nullptr) {
         mpFilterPanels->FollowActiveSlot();
         mpFilterPanels->UpdateFromChains();
     }
     ValidateTimeLineSet();
+    StartFilterRun();
     RefreshViews();
     WakeIdle();
     WriteStateReport();
+}
+
+void FrameMain_cls::StartFilterRun()
+{
+    // The frames on show are filtered on the worker; the others when they are next shown.
+    std::vector<DF3_cls*> frames;
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        DF3_cls* frame = mpMain->GetSeqCtrl().GetSequence(slot).GetCurrentDF3();
+        if (frame != nullptr && frame->IsAllocated() && frame->GetReadFinishedFlag())
+            frames.push_back(frame);
+    }
+    if (!mpFilterThread->Start(std::move(frames), [] { wxWakeUpIdle(); }))
+        return;
+    mpPrompt->SetStatusText(TrW("Filtering..."), 1);
+    mpPrompt->SetProgress(0);
+}
+
+void FrameMain_cls::PollFilterRun()
+{
+    if (!mpFilterThread->IsRunning())
+        return;
+    if (!mpFilterThread->IsFinished()) {
+        const int total = std::max(mpFilterThread->GetTotal(), 1);
+        mpPrompt->SetProgress(mpFilterThread->GetDone() * 100 / total);
+        return;
+    }
+    FinishFilterRun();
+}
+
+void FrameMain_cls::WaitForFilterRun()
+{
+    if (mpFilterThread != nullptr && mpFilterThread->IsRunning())
+        FinishFilterRun();
+}
+
+void FrameMain_cls::FinishFilterRun()
+{
+    mpFilterThread->Join();
+    mpPrompt->SetProgress(-1);
+    mpPrompt->SetStatusText(L"", 1);
+    // The textures are made again from the processed voxels (their signature is current now,
+    // so the idle pass only uploads).
+    mvReadySignature.fill(-1);
+    RefreshViews();
+    WakeIdle();
 }
 
 void FrameMain_cls::UpdateChainParameters()
@@ -1296,6 +1368,7 @@ void FrameMain_cls::OnPreferences(wxCommandEvent&)
 
 void FrameMain_cls::OnRedo(wxCommandEvent&)
 {
+    WaitForFilterRun();
     GetUndoManager().ExecCurrent();
     OnFilterChainChanged();
 }
@@ -1535,6 +1608,7 @@ void FrameMain_cls::TakeScreenshot()
 
 void FrameMain_cls::OnQuit(wxCommandEvent&)
 {
+    WaitForFilterRun();
     if (!GetUserPrompt()->AskYesNo(TrW("Really Quit ?"), TrW("Query"), false))
         return;
     SaveConfigure(kConfigureName, false);

@@ -53,6 +53,7 @@ bool LayerColorCurveGUI_cls::MovePoint(int index, double x, double y)
     auto* item = dynamic_cast<LayerColorCurve_cls*>(GetItem());
     if (mbUpdating || !item || index < 0 || index >= item->GetPoints().GetItemNumber())
         return false;
+    BeforeEdit();
     Parameters_cls* point = item->GetPoints().GetPItem(index);
     point->GetPCurrentValue()[0] = x;
     point->GetPCurrentValue()[1] = y;
@@ -68,6 +69,7 @@ bool LayerColorCurveGUI_cls::AddPoint(double x, double y)
     auto* item = dynamic_cast<LayerColorCurve_cls*>(GetItem());
     if (mbUpdating || !item)
         return false;
+    BeforeEdit();
     MultiParameters_cls& list = item->GetPoints();
     // The new point and its place are one step: undo takes the point away again.
     UndoManager_cls& history = list.GetUndo();
@@ -87,7 +89,10 @@ bool LayerColorCurveGUI_cls::AddPoint(double x, double y)
 bool LayerColorCurveGUI_cls::RemovePoint(int index)
 {
     auto* item = dynamic_cast<LayerColorCurve_cls*>(GetItem());
-    if (mbUpdating || !item || !item->GetPoints().RemoveItemAt(index))
+    if (mbUpdating || !item || index < 0 || index >= item->GetPoints().GetItemNumber())
+        return false;
+    BeforeEdit();
+    if (!item->GetPoints().RemoveItemAt(index))
         return false;
     item->UpdateParameters(Parameters_cls::GetCurrentDoubleIndex());
     Edited();
