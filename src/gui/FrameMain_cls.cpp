@@ -1709,6 +1709,8 @@ void FrameMain_cls::WriteStateReport()
     text += L"pref=" + GetPreference().GetConfList().SerializeAll();
     text += L"pref.keys=" + mpShortcut->GetKey("Preferences") + L"|" + mpShortcut->GetKey("Undo") + L"\n";
     text += WStrPrintf("cp.page=%d\n", mpControlBook->GetSelection());
+    text += WStrPrintf("filter_run=%d %d/%d\n", mpFilterThread->IsRunning() ? 1 : 0, mpFilterThread->GetDone(),
+                       mpFilterThread->GetTotal());
     text += mpFilterPanels->DescribeWidgets();
     text += mpFilterPanels->DescribeWidgetPlaces();
     text += mpPreviewGUI->DescribeWidgets();

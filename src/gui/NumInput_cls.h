@@ -33,6 +33,10 @@ class NumInput_cls : public wxPanel
     /// The value last taken or set.
     double GetValue() const { return mdValue; }
     void SetChangeFunc(ChangeFunc func) { mOnChange = std::move(func); }
+    /// The range and the step of one arrow click.
+    double GetMin() const { return mdMin; }
+    double GetMax() const { return mdMax; }
+    double GetStep() const { return mdStep; }
     /// Changes the range (the value is clamped and shown again).
     void SetRange(double min, double max);
     /// Takes the text of the box as if Return were pressed. True when it was a number.

@@ -947,7 +947,11 @@ VOLUME_MENU = ["Down"] * 6
 
 def drawn_again(app, label):
     """Waits until frame 0 is drawn and gives the views a moment to reach the screen."""
-    app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), label)
+    frames = app.state().get("slot0", "0").split()[0]
+    try:
+        app.wait_for(lambda s: s.get("slot0", "").startswith(frames + " 0 0 1"), label)
+    except Failure:
+        raise Failure("%s (slot0 %r)" % (label, app.state().get("slot0")))
     time.sleep(1.5)
 
 
@@ -1134,6 +1138,65 @@ def case_preferences_saved(binary):
     finally:
         app.close()
 
+
+def write_big_ball(folder, n=96, frames=2):
+    """A larger series (n³ voxels): a dense ball of radius n/5 in the middle, built row by row."""
+    paths = []
+    c = (n - 1) / 2.0
+    r = n / 5.0
+    for k in range(frames):
+        body = bytearray(n * n * n)
+        for z in range(n):
+            for y in range(n):
+                h = r * r - (y - c) ** 2 - (z - c) ** 2
+                if h <= 0:
+                    continue
+                w = h ** 0.5
+                x0, x1 = int(c - w + 1), int(c + w)
+                row = (z * n + y) * n
+                body[row + x0:row + x1 + 1] = b"\xc8" * (x1 + 1 - x0)
+        path = os.path.join(folder, "big_%04d.df3" % k)
+        with open(path, "wb") as f:
+            f.write(n.to_bytes(2, "big") * 3 + bytes(body))
+        paths.append(path)
+    return paths
+
+
+def case_filter_worker(binary):
+    """A slow filter setting runs on the worker: the window goes on reporting (its idle loop runs)
+    while the status bar says "Filtering...", and the picture changes once the run has ended."""
+    work = tempfile.mkdtemp(prefix="tessan-fworker-")
+    try:
+        first = write_big_ball(work)[0]
+        app = App(binary, args=[first], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("2 0 0 1"), "frame 0 never drawn", timeout=60)
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            add_from_menu(app, ["Down"] * 8 + ["Right"] + ["Down"] * 5, 1)  # Morphological Filter
+            add_from_menu(app, VOLUME_MENU, 2)
+            s = app.wait_for(lambda s: s["filter_run"].startswith("0"), "the runs after adding never ended", 60)
+            check(s["chain"] == "2|Morph Filter|Volume", "chain: %r" % s["chain"])
+            click_row(app, 0)
+            app.wait_for(lambda s: "fiw.MorphOpenCloseKernelSize" in s, "the morphology panel is not shown")
+            drawn_again(app, "frame 0 not drawn with the small element")
+            before = app.grab("before.png")
+            start = time.time()
+            type_into_widget(app, "fiw.MorphOpenCloseKernelSize", "12")
+            s = app.wait_for(lambda s: s["filter_run"].startswith("1"), "no run on the worker was seen", 30)
+            check(s["status1"] == "Filtering...", "the status bar shows the run: %r" % s["status1"])
+            s = app.wait_for(lambda s: s["filter_run"].startswith("0"), "the run never ended", 120)
+            print("filter run of the radius-12 dilation: %.1f s observed" % (time.time() - start))
+            check(s["status1"] == "", "the status is cleared: %r" % s["status1"])
+            drawn_again(app, "frame 0 not drawn after the run")
+            after = app.grab("after.png")
+            grown = region_difference(before, after, *box)
+            check(grown > 1.5, "the dilation did not change the picture (%.3f)" % grown)
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1154,6 +1217,7 @@ CASES = {
     "filter_panel_order": case_filter_panel_order,
     "filter_panel_text": case_filter_panel_text,
     "preferences_saved": case_preferences_saved,
+    "filter_worker": case_filter_worker,
 }
 
 if __name__ == "__main__":
