@@ -1700,8 +1700,9 @@ void FrameMain_cls::WriteStateReport()
         for (int i = 0; i < chain.GetItemNum(); ++i)
             text += L"|" + chain.GetPFilterBase(i)->GetLocaleIndependentStrLabel();
         text += L"\n";
-        // Its text form as a project would hold it, one line per "|".
-        std::wstring form = chain.SerializeConf();
+        // Its text form as a project would hold it, one line per "|". Writing it touches the
+        // items (the tag is blanked meanwhile), so not while a chain run reads them.
+        std::wstring form = mpFilterThread->IsRunning() ? L"(running)" : chain.SerializeConf();
         std::replace(form.begin(), form.end(), L'\n', L'|');
         text += L"chain_text=" + form + L"\n";
     }
