@@ -17,13 +17,15 @@ ChoiceRow_cls::ChoiceRow_cls(wxWindow* parent, const std::wstring& label, const 
         for (size_t i = 0; i < texts.size(); ++i)
             mviValue[i] = static_cast<int>(i);
     }
-    auto* sizer = new wxBoxSizer(wxHORIZONTAL);
-    sizer->Add(new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1)), 0,
-               wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
     mpChoice = new wxChoice(this, wxID_ANY);
     for (const std::wstring& t : texts)
         mpChoice->Append(t);
-    sizer->Add(mpChoice, 1, wxALIGN_CENTER_VERTICAL);
+    auto* labelText = new wxStaticText(this, wxID_ANY, label, wxDefaultPosition, wxSize(NumInput_cls::kLabelWidth, -1));
+    // Long entries would widen the page past the control panel: the label goes above them.
+    const bool stacked = NumInput_cls::kLabelWidth + 4 + mpChoice->GetBestSize().x > kMaxRowWidth;
+    auto* sizer = new wxBoxSizer(stacked ? wxVERTICAL : wxHORIZONTAL);
+    sizer->Add(labelText, 0, stacked ? wxBOTTOM : (wxALIGN_CENTER_VERTICAL | wxRIGHT), stacked ? 2 : 4);
+    sizer->Add(mpChoice, stacked ? 0 : 1, stacked ? 0 : wxALIGN_CENTER_VERTICAL);
     SetSizer(sizer);
     mpChoice->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) {
         const int sel = mpChoice->GetSelection();

@@ -12,6 +12,8 @@ class wxChoice;
 class ChoiceRow_cls : public wxPanel
 {
   public:
+    /// Widest row beside its label, in pixels; a choice with longer entries goes below the label.
+    static constexpr int kMaxRowWidth = 250;
     /// Called with the stored value of the entry the user picked.
     using ChangeFunc = std::function<void(int)>;
 

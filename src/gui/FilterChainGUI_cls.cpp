@@ -161,7 +161,8 @@ void FilterChainGUI_cls::ShowItemPanel(const std::wstring& tag)
         mpItemPanel->SetEditedFunc([this] { Edited(); });
         mpItemPanel->SetHistogramFunc(mHistogram);
         mpItemPanel->UpdateFromItem();
-        mpItemSizer->Add(mpItemPanel, 0, wxEXPAND);
+        // Room on the right for the scroll bar, which GTK draws over the content.
+        mpItemSizer->Add(mpItemPanel, 0, wxEXPAND | wxRIGHT, 14);
         Thaw();
     }
     // The page grows or shrinks with the settings; the scrolled parents follow.

@@ -677,6 +677,10 @@ std::wstring FilterItemGUI_cls::DescribeWidgetPlaces() const
         if (row.pNumber)
             text += key + L"=" + Place(row.pNumber->GetTextCtrl());
         if (row.pRange) {
+            // The thumbs on the screen: low x, high x, y of the track.
+            if (row.pRange->IsShownOnScreen())
+                text += key + WStrPrintf(".thumbs=%d %d %d\n", row.pRange->ValueToScreenX(row.pRange->GetLow()),
+                                         row.pRange->ValueToScreenX(row.pRange->GetHigh()), row.pRange->TrackScreenY());
             text += key + L".low=" + Place(row.pLow->GetTextCtrl());
             text += key + L".high=" + Place(row.pHigh->GetTextCtrl());
         }

@@ -44,8 +44,10 @@ void LayerColorCurveGUI_cls::BuildExtra(wxBoxSizer* sizer)
     mpGraph->SetAddFunc([this](double x, double y) { AddPoint(x, y); });
     mpGraph->SetRemoveFunc([this](int i) { RemovePoint(i); });
     sizer->Add(mpGraph, 0, wxALL, 4);
-    sizer->Add(new wxStaticText(this, wxID_ANY, TrW("Drag a point; double click adds one, right click removes it")), 0,
-               wxLEFT | wxRIGHT, 4);
+    // Wrapped to the graph's width: the page must stay as narrow as the control panel.
+    auto* hint = new wxStaticText(this, wxID_ANY, TrW("Drag a point; double click adds one, right click removes it"));
+    hint->Wrap(mpGraph->GetMinSize().x);
+    sizer->Add(hint, 0, wxLEFT | wxRIGHT, 4);
 }
 
 bool LayerColorCurveGUI_cls::MovePoint(int index, double x, double y)

@@ -1045,7 +1045,8 @@ def case_filter_panel_order(binary):
             # Switch the blur off in its panel.
             click_widget(app, "fiw.FilterValid", dx=8)
             s = app.wait_for(lambda s: s["fc.items"] == "[x] Level Gamma|[ ] Gauss Blur", "the blur is still on")
-            check("FilterValid=0" in s["chain_text"].split("--BlurGauss")[1], "switched off in the text form")
+            app.wait_for(lambda s: "FilterValid=0" in s["chain_text"].partition("--BlurGauss")[2],
+                         "switched off, but not in the text form")
             app.key("ctrl+z")
             s = app.wait_for(lambda s: s["fc.items"] == "[x] Level Gamma|[x] Gauss Blur", "undo: on again")
             app.key("ctrl+z")
@@ -1078,7 +1079,7 @@ def case_filter_panel_text(binary):
             type_into_widget(app, "fiw.FilterName", "Soft")
             s = app.wait_for(lambda s: s["chain"] == "1|Soft", "the rename did not reach the chain")
             check(s["fc.items"] == "[x] Soft", "the list shows the new label: %r" % s["fc.items"])
-            check("|FilterName=Soft|" in s["chain_text"], "renamed in the text form: %r" % s["chain_text"])
+            app.wait_for(lambda s: "|FilterName=Soft|" in s["chain_text"], "the new label is not in the text form")
             type_into_widget(app, "fiw.GaussBlurAssymSize.2", "2.5")
             s = app.wait_for(lambda s: "|GaussBlurAssymSize=0.000000 0.000000 2.500000|" in s["chain_text"],
                              "the per-axis value is not in the text form")
@@ -1088,6 +1089,7 @@ def case_filter_panel_text(binary):
             app.wait_for(lambda s: "fiw.param.gamma" in s, "no gamma box")
             type_into_widget(app, "fiw.param.gamma", "2")
             s = app.wait_for(lambda s: s.get("fi.graph.curve", "").split()[2:3] == ["0.2500"], "gamma not taken")
+            s = app.wait_for(lambda s: "--LevelAndGamma" in s["chain_text"], "no level item in the text form")
             text = s["chain_text"].split("--LevelAndGamma")[1]
             check("Parameter_LevelAndGamma" in text and " 2 " in text.split("Parameter_LevelAndGamma")[1] + " ",
                   "gamma in the set's text: %r" % text)
@@ -1197,6 +1199,64 @@ def case_filter_worker(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+def drag(x0, y0, x1, y1):
+    """Presses the left button at (x0, y0), moves in steps and releases at (x1, y1)."""
+    subprocess.run(["xdotool", "mousemove", str(x0), str(y0), "mousedown", "1"], check=True)
+    for k in range(1, 6):
+        time.sleep(0.05)
+        subprocess.run(["xdotool", "mousemove", str(x0 + (x1 - x0) * k // 5), str(y0 + (y1 - y0) * k // 5)],
+                       check=True)
+    time.sleep(0.1)
+    subprocess.run(["xdotool", "mouseup", "1"], check=True)
+
+
+def case_filter_panel_graph(binary):
+    """The mouse on the graphs: dragging a density-curve point and a thumb of the level item's
+    input window changes the item (one undo step each); the histogram is drawn under the curve."""
+    work = tempfile.mkdtemp(prefix="tessan-fgraph-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            add_from_menu(app, ["Down"] * 8 + ["Right"] + ["Down"] * 4, 1)  # Composite Density Curve
+            s = app.wait_for(lambda s: "fi.graph.points" in s and "fiw.graph" in s, "the curve panel is not shown")
+            check(float(s["fi.graph.histogram"]) > 0.0, "no histogram under the curve")
+            points = [p.split() for p in s["fi.graph.points"].split("|")]
+            check(len(points) == 2 and points[1][:2] == ["1.0000", "1.0000"], "the identity's ends: %r" % points)
+            # Drag the upper end half-way down.
+            x, y = int(points[1][2]), int(points[1][3])
+            gx, gy, gw, gh, _ = [int(v) for v in s["fiw.graph"].split()]
+            drag(x, y, x, y + (gh - 12) // 2)
+            s = app.wait_for(lambda s: not s["fi.graph.points"].split("|")[1].startswith("1.0000 1.0000"),
+                             "the drag did not move the point")
+            check(s["undo"].startswith("Undo Add Curve Point|1") or s["undo"].startswith("Undo|1") or
+                  s["undo"].startswith("Undo "), "the drag is a step: %r" % s["undo"])
+            end = [p.split() for p in s["fi.graph.points"].split("|")][1]
+            check(abs(float(end[0]) - 1.0) < 0.02 and 0.4 < float(end[1]) < 0.6, "the end moved to %r" % end)
+            app.wait_for(lambda s: "Parameter_DensityCurvePoints" in s["chain_text"], "the points are not in the text form")
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["fi.graph.points"].split("|")[1].startswith("1.0000 1.0000"),
+                             "undo did not put the point back")
+            # The level item's input window: drag the high thumb to the middle.
+            add_from_menu(app, LEVEL_MENU, 2)
+            app.wait_for(lambda s: "fiw.param.Input.thumbs" in s, "no input slider")
+            time.sleep(0.5)
+            s = app.state()
+            lx, hx, ty = [int(v) for v in s["fiw.param.Input.thumbs"].split()]
+            drag(hx, ty, (lx + hx) // 2, ty)
+            s = app.wait_for(lambda s: s["fi.param.Input"].split()[0] == "0" and
+                             0.4 < float(s["fi.param.Input"].split()[1]) < 0.6,
+                             "the thumb drag from %d to %d at %d did not set InMax" % (hx, (lx + hx) // 2, ty))
+            check(float(s["fi.graph.curve"].split()[2]) == 1.0, "the curve reaches 1 at mid-grey: %r" % s["fi.graph.curve"])
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["fi.param.Input"] == "0 1", "undo did not restore the input window")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1218,6 +1278,7 @@ CASES = {
     "filter_panel_text": case_filter_panel_text,
     "preferences_saved": case_preferences_saved,
     "filter_worker": case_filter_worker,
+    "filter_panel_graph": case_filter_panel_graph,
 }
 
 if __name__ == "__main__":

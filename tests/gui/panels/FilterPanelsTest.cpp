@@ -30,6 +30,9 @@ namespace
 {
 
 wxFrame* GFrame = nullptr;
+/// Room for a settings panel in the control panel (its default width less the page borders and
+/// the scroll bar).
+constexpr int kControlPanelWidth = 260;
 
 template <typename T> void Collect(wxWindow* w, std::vector<T*>& out)
 {
@@ -78,6 +81,8 @@ TEST_F(FilterPanels, EveryInputOfEveryTypeIsOneUndoStep)
         ASSERT_TRUE(chain.AddFilterExecute(type, -1));
         const std::wstring tag = chain.GetPFilterBase(0)->GetIdTag();
         FilterItemGUI_cls* panel = FilterItemGUI_cls::Create(GFrame, &chain, tag);
+        // The control panel beside the views is about 300 pixels wide: every panel fits in it.
+        EXPECT_LE(panel->GetBestSize().x, kControlPanelWidth) << "panel too wide";
         int edited = 0;
         // One edit and its undo: the item changes, one undo step restores it exactly.
         auto checkEdit = [&](const char* what, auto&& edit) {
