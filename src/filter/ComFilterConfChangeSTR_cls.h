@@ -11,6 +11,7 @@ class FilterCtrl_cls;
 class ComFilterConfChangeSTR_cls : public CommandItem_cls
 {
   public:
+    /// Sets setting `item` (its place in the list) of the item with `tag` in `chain` to `value`.
     ComFilterConfChangeSTR_cls(FilterCtrl_cls* chain, const std::wstring& tag, int item, const std::wstring& value);
     /// Sets the text; nothing when the chain, the item or the setting is gone. Never chains.
     bool Execute(bool undo) override;

@@ -28,9 +28,11 @@ class FilterChainGUI_cls : public wxPanel
 
     /// chain: the slot's chain (not owned; outlives the page).
     FilterChainGUI_cls(wxWindow* parent, FilterCtrl_cls* chain);
+    /// The settings panel goes with the page.
     ~FilterChainGUI_cls() override;
 
     void SetEditedFunc(EditedFunc f) { mOnEdited = std::move(f); }
+    /// Where the settings panels get the histogram of the slot's shown frame.
     void SetHistogramFunc(HistogramFunc f);
     /// The list and the settings panel from the chain (after any change of it).
     void UpdateFromChain();
@@ -44,6 +46,7 @@ class FilterChainGUI_cls : public wxPanel
     // --- the buttons' actions (each one undo step; false when nothing was done) ----------------
     /// Adds an item of `type` after the selected one (at the end without a selection).
     bool AddItem(int type);
+    /// Removes the selected item.
     bool RemoveSelected();
     /// Moves the selected item up (-1) or down (+1).
     bool MoveSelected(int direction);

@@ -108,7 +108,7 @@ class FilterItemGUI_cls : public wxPanel
     std::wstring DescribeWidgetPlaces() const;
 
   protected:
-    /// Type-specific widgets below the rows (the graphs).
+    /// Widgets of the item type itself below the rows (the graphs).
     virtual void BuildExtra(wxBoxSizer* sizer) {}
     /// Refreshes them from the item.
     virtual void UpdateExtra() {}

@@ -34,6 +34,7 @@ class FilterPanels_cls : public wxPanel
     FilterChainGUI_cls* GetShownPage() const;
     /// State-report lines of the shown page ("fc.slot=" first).
     std::wstring DescribeWidgets() const;
+    /// "fcw.*" and "fiw.*" screen places of the shown page's widgets.
     std::wstring DescribeWidgetPlaces() const;
 
   private:

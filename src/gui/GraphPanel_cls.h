@@ -29,6 +29,7 @@ class GraphPanel_cls : public wxPanel
     /// Hit radius of a handle in pixels.
     static constexpr int kHitRadius = 7;
 
+    /// A graph of `size` pixels (its minimum size). GUI thread.
     GraphPanel_cls(wxWindow* parent, const wxSize& size = wxSize(240, 140));
 
     /// The histogram drawn behind the curve (all zero: none).

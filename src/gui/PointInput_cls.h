@@ -20,6 +20,7 @@ class PointInput_cls : public wxPanel
                    bool integer);
     /// Shows component i without calling the change function.
     void SetValue(int i, double value);
+    /// The value of component i (0 outside the components).
     double GetValue(int i) const;
     int GetCount() const { return miCount; }
     void SetChangeFunc(ChangeFunc func) { mOnChange = std::move(func); }

@@ -16,9 +16,11 @@ class DF3_cls;
 class ThreadFilterChain
 {
   public:
+    /// No run yet.
     ThreadFilterChain() = default;
     /// Joins a run still going.
     ~ThreadFilterChain();
+    /// One worker per window: not copied.
     ThreadFilterChain(const ThreadFilterChain&) = delete;
     ThreadFilterChain& operator=(const ThreadFilterChain&) = delete;
 
