@@ -17,6 +17,8 @@ class ComFilterConfChange_cls : public CommandItem_cls
     ComFilterConfChange_cls(FilterCtrl_cls* chain, const std::wstring& tag, int item, Kind kind, double value);
     /// Sets the value; nothing when the chain, the item or the setting is gone. Never chains.
     bool Execute(bool undo) override;
+    /// Names the step in the Edit menu ("Undo Filter Setting").
+    const char* GetName() const override { return "Filter Setting"; }
 
     /// Reads the setting's value into *value; false when there is no setting of `kind` there.
     static bool GetValue(FilterCtrl_cls* chain, const std::wstring& tag, int item, Kind kind, double* value);

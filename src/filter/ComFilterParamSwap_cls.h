@@ -13,6 +13,8 @@ class ComFilterParamSwap_cls : public CommandItem_cls
     ComFilterParamSwap_cls(FilterCtrl_cls* chain, const std::wstring& tagA, const std::wstring& tagB);
     /// Swaps the two items wherever they are now; nothing when the chain or an item is gone.
     bool Execute(bool undo) override;
+    /// Names the step in the Edit menu ("Undo Move Filter").
+    const char* GetName() const override { return "Move Filter"; }
 
   private:
     FilterCtrl_cls* mpChain;

@@ -19,11 +19,15 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
+#include "filter/FilterWithParameter_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/DrawingBlock_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "gui/ColorMapChooser_cls.h"
 #include "gui/DrawingBlockGUI_cls.h"
+#include "gui/FilterChainGUI_cls.h"
+#include "gui/FilterItemGUI_cls.h"
+#include "gui/FilterPanels_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
@@ -32,10 +36,12 @@
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
 #include "gui/PovSettingsDialog_cls.h"
+#include "gui/PreferencesDialog_cls.h"
 #include "gui/PreviewPropertyGUI_cls.h"
 #include "gui/RenderMenu_cls.h"
 #include "gui/SequencePanel_cls.h"
 #include "gui/StereoViewGUI_cls.h"
+#include "gui/ThreadFilterChain.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
 #include "pov/PovExport_cls.h"
@@ -57,6 +63,7 @@
 #include <wx/gauge.h>
 #include <wx/log.h>
 #include <wx/menu.h>
+#include <wx/notebook.h>
 #include <wx/panel.h>
 #include <wx/scrolwin.h>
 #include <wx/sizer.h>
@@ -90,6 +97,47 @@ bool HasVspExtension(const std::wstring& path)
     const std::wstring ext = std::filesystem::path(path).extension().wstring();
     return ext == L".vsp" || ext == L".VSP";
 }
+
+// --- control panel -----------------------------------------------------------------------------
+
+// The scrolled control panel. Its direct child is the page book, taller than the view: the
+// toolkit's own rule would scroll the whole book into view whenever any control in it takes the
+// focus, moving the control away under the mouse between press and release. Only the control
+// that has the focus is scrolled into view, and only when it is not visible.
+class ControlPanelScroller : public wxScrolledWindow
+{
+  public:
+    explicit ControlPanelScroller(wxWindow* parent) : wxScrolledWindow(parent, wxID_ANY)
+    {
+        Bind(wxEVT_CHILD_FOCUS, [this](wxChildFocusEvent& event) {
+            event.Skip();
+            ScrollToFocus();
+        });
+    }
+
+  protected:
+    bool ShouldScrollToChildOnFocus(wxWindow*) override { return false; }
+
+  private:
+    void ScrollToFocus()
+    {
+        wxWindow* focus = wxWindow::FindFocus();
+        if (focus == nullptr || focus == this || !IsDescendant(focus))
+            return;
+        int ppuX = 0, ppuY = 0, x0 = 0, y0 = 0;
+        GetScrollPixelsPerUnit(&ppuX, &ppuY);
+        GetViewStart(&x0, &y0);
+        if (ppuY <= 0)
+            return;
+        const int top = ScreenToClient(focus->GetScreenPosition()).y;
+        const int bottom = top + focus->GetSize().y;
+        const int height = GetClientSize().y;
+        if (top < 0)
+            Scroll(-1, y0 + (top - ppuY + 1) / ppuY);
+        else if (bottom > height && focus->GetSize().y <= height)
+            Scroll(-1, y0 + (bottom - height + ppuY - 1) / ppuY);
+    }
+};
 
 // --- drop target -------------------------------------------------------------------------------
 
@@ -132,6 +180,7 @@ wxBEGIN_EVENT_TABLE(FrameMain_cls, wxFrame)
     EVT_MENU(kIdUndo, FrameMain_cls::OnUndo)
     EVT_MENU_RANGE(kIdFilterAddFirst, kIdFilterAddLast, FrameMain_cls::OnFilterAdd)
     EVT_MENU(kIdRedo, FrameMain_cls::OnRedo)
+    EVT_MENU(kIdPreferences, FrameMain_cls::OnPreferences)
     EVT_MENU(kIdAddKey, FrameMain_cls::OnKeyCommand)
     EVT_MENU(kIdDeleteKeys, FrameMain_cls::OnKeyCommand)
     EVT_MENU(kIdCopyKeys, FrameMain_cls::OnKeyCommand)
@@ -185,9 +234,23 @@ wxEND_EVENT_TABLE()
     mpStereoGUI = std::make_unique<StereoViewGUI_cls>(this, mpMain);
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
     mpTimeLine = new TimeLineGUI_cls(this, &mpMain->GetTimeCtrl());
-    mpTimeLine->SetParameterSets({{L"BoxSize", &mpMain->GetBoxSize()},
-                                  {L"BoxRotate", &mpMain->GetBoxRotate()},
-                                  {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}});
+    SetFilterSetOnTimeLine(nullptr, L"");
+    // A filter panel's "Show Keys on Time Line" puts the item's set beside the scene's sets.
+    FilterWithParameter_cls::SetTimeLineConnector([this](Parameters_cls* set) {
+        for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+            FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetSequence(slot).GetFilterCtrl();
+            for (int i = 0; i < chain.GetItemNum(); ++i) {
+                auto* item = dynamic_cast<FilterWithParameter_cls*>(chain.GetPFilterBase(i));
+                if (item && &item->GetParameters() == set) {
+                    mpTLChain = &chain;
+                    SetFilterSetOnTimeLine(set, item->GetIdTag());
+                    return;
+                }
+            }
+        }
+    });
+    mpFilterThread = std::make_unique<ThreadFilterChain>();
+    FilterItemGUI_cls::SetBeforeEditFunc([this] { WaitForFilterRun(); });
     mpTimeLine->SetPlayStateListener([this] {
         UpdateAnimationMenu();
         WakeIdle();
@@ -249,13 +312,22 @@ wxEND_EVENT_TABLE()
     UpdateRecentMenu();
 
     // The views show the clock's frame; the menus and the title follow the history.
-    miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
+    miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) {
+        RefreshViews();
+        // Animated filter values follow the clock in their panels.
+        if (mpFilterPanels != nullptr && !mpMain->GetTimeCtrl().IsPlaying()) {
+            WaitForFilterRun();
+            UpdateChainParameters();
+            mpFilterPanels->UpdateFromChains();
+        }
+    });
     miUndoListener = GetUndoManager().AddListener([this](uint32_t flags) {
         // A colour-map edit undone or redone: textures with baked colours follow it.
         if ((flags & kComColorRedraw) != 0)
             OnSlotColoursChanged(-1);
         UpdateEditMenu();
         UpdateTitle();
+        ValidateTimeLineSet();
         if (mpTimeLine != nullptr)
             mpTimeLine->RefreshKeys();
     });
@@ -278,6 +350,10 @@ FrameMain_cls::~FrameMain_cls()
     mpRenderMenu.reset();
     mpIsosurfSeqGUI.reset();
     mpImgSequence.reset();
+    FilterWithParameter_cls::SetTimeLineConnector(nullptr);
+    FilterItemGUI_cls::SetBeforeEditFunc(nullptr);
+    // A chain run works on the frames released below.
+    mpFilterThread->Join();
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     mpMain->SetDataChangedHook(nullptr);
@@ -397,7 +473,7 @@ void FrameMain_cls::BuildViews()
 
 void FrameMain_cls::BuildControlPanel()
 {
-    auto* scrolled = new wxScrolledWindow(mpSplitter, wxID_ANY);
+    auto* scrolled = new ControlPanelScroller(mpSplitter);
     scrolled->SetScrollRate(0, 10);
     mpControlPanel = scrolled;
     auto* sizer = new wxBoxSizer(wxVERTICAL);
@@ -416,7 +492,10 @@ void FrameMain_cls::BuildControlPanel()
         grid->Add(button, 1, wxEXPAND);
     }
     sizer->Add(grid, 0, wxEXPAND | wxALL, 6);
-    mpPreviewGUI = new PreviewPropertyGUI_cls(mpControlPanel, &GetPreviewProperty());
+    // The pages: preview settings, data slots, and the filter chains of the slots.
+    auto* book = new wxNotebook(mpControlPanel, wxID_ANY);
+    mpControlBook = book;
+    mpPreviewGUI = new PreviewPropertyGUI_cls(book, &GetPreviewProperty());
     // Each change takes effect at once: the views redraw with the new settings.
     mpPreviewGUI->SetChangeListener([this] {
         // A new texel format or texture filter is baked into the textures: make them again.
@@ -434,9 +513,14 @@ void FrameMain_cls::BuildControlPanel()
     });
     muTextureSettings =
         GetPreviewProperty().GetTextureType() * 2u + (GetPreviewProperty().IsTexFilterLinear() ? 1u : 0u);
-    sizer->Add(mpPreviewGUI, 0, wxEXPAND | wxALL, 4);
-    mpSequencePanel = new SequencePanel_cls(mpControlPanel, &mpMain->GetSeqCtrl());
-    sizer->Add(mpSequencePanel, 0, wxEXPAND | wxALL, 4);
+    book->AddPage(mpPreviewGUI, TrW("Preview Property"));
+    mpSequencePanel = new SequencePanel_cls(book, &mpMain->GetSeqCtrl());
+    book->AddPage(mpSequencePanel, TrW("Data Slots"));
+    mpFilterPanels = new FilterPanels_cls(book, &mpMain->GetSeqCtrl());
+    mpFilterPanels->SetEditedFunc([this] { OnFilterChainChanged(); });
+    mpFilterPanels->SetChainChangedFunc([this] { ValidateTimeLineSet(); });
+    book->AddPage(mpFilterPanels, TrW("Filter Chain"));
+    sizer->Add(book, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
 }
@@ -543,6 +627,16 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     }
 
     // 7. Nothing dragged: one release or fetch step (data slots), or a playback step.
+    // A chain run on the worker owns the shown frames: no loading, texturing or playback step
+    // until it has ended (the views keep drawing the textures they have).
+    if (mpFilterThread->IsRunning()) {
+        PollFilterRun();
+        WriteStateReport();
+        if (mpFilterThread->IsRunning()) {
+            event.Skip();
+            return;
+        }
+    }
     if (!dragged && mpMain->GetTimeCtrl().IsPlaying()) {
         event.Skip();
         passTimer.pKind = "play";
@@ -805,6 +899,7 @@ std::array<double, 3> FrameMain_cls::GetVolumeExtent()
 
 void FrameMain_cls::OpenDataFile(const std::wstring& path)
 {
+    WaitForFilterRun();
     // A name that is not there leaves the open slot as it is.
     if (!std::filesystem::exists(std::filesystem::path(path))) {
         GetUserPrompt()->Message(TrW("File not found: ") + path, TrW("Error!"));
@@ -919,6 +1014,7 @@ void FrameMain_cls::SetImportFilter(wxFileDialog& dialog) const
 
 void FrameMain_cls::OnOpenData(wxCommandEvent&)
 {
+    WaitForFilterRun();
     wxFileDialog dialog(this, TrW("Coose first file"), mpMain->GetImportList().GetFolder(), "",
                         mCStartup.mStrDataWildcard, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
     SetImportFilter(dialog);
@@ -930,6 +1026,7 @@ void FrameMain_cls::OnOpenData(wxCommandEvent&)
 
 void FrameMain_cls::OnAppendData(wxCommandEvent&)
 {
+    WaitForFilterRun();
     wxFileDialog dialog(this, TrW("Coose first file"), mpMain->GetImportList().GetFolder(), "",
                         mCStartup.mStrDataWildcard, wxFD_OPEN | wxFD_FILE_MUST_EXIST);
     SetImportFilter(dialog);
@@ -944,6 +1041,7 @@ void FrameMain_cls::OnAppendData(wxCommandEvent&)
 
 void FrameMain_cls::OnCloseData(wxCommandEvent&)
 {
+    WaitForFilterRun();
     // Releasing the frames deletes their textures: the context must be current.
     MakeContextCurrent();
     mpMain->CloseData();
@@ -1072,6 +1170,8 @@ void FrameMain_cls::RemoveProjectHooks()
 
 void FrameMain_cls::ReadConfigure(const std::wstring& path)
 {
+    // A chain run works on the slots the file is about to replace.
+    WaitForFilterRun();
     const bool read = mpMain->GetProjectFile().Read(path);
     if (read && !ProjectFile_cls::IsConfigureFile(path)) {
         mStrProjectPath = path;
@@ -1372,6 +1472,7 @@ void FrameMain_cls::OnSashMoved(wxSplitterEvent& event)
 
 void FrameMain_cls::OnUndo(wxCommandEvent&)
 {
+    WaitForFilterRun();
     GetUndoManager().UndoCurrent();
     OnFilterChainChanged();
 }
@@ -1415,10 +1516,16 @@ void FrameMain_cls::OnFilterAdd(wxCommandEvent& event)
     const int i = event.GetId() - kIdFilterAddFirst;
     if (i < 0 || i >= static_cast<int>(entries.size()))
         return;
+    WaitForFilterRun();
     DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetActiveSequence();
     // One undo step; the Edit menu then names it.
     if (!sequence.GetFilterCtrl().AddFilterExecute(entries[static_cast<size_t>(i)].iType, -1))
         return;
+    // The new item's settings come up at once: the chain page, the item selected.
+    mpControlBook->SetSelection(mpControlBook->FindPage(mpFilterPanels));
+    mpFilterPanels->FollowActiveSlot();
+    if (FilterChainGUI_cls* page = mpFilterPanels->GetShownPage())
+        page->SelectItem(sequence.GetFilterCtrl().GetItemNum() - 1);
     OnFilterChainChanged();
 }
 
@@ -1435,13 +1542,118 @@ void FrameMain_cls::OnFilterChainChanged()
                 frame->SetDirty();
     }
     std::fill(mvFailedCurrent.begin(), mvFailedCurrent.end(), false);
+    // The panels show the values at the current time (undo of a key changes them).
+    WaitForFilterRun();
+    UpdateChainParameters();
+    if (mpFilterPanels != nullptr) {
+        mpFilterPanels->FollowActiveSlot();
+        mpFilterPanels->UpdateFromChains();
+    }
+    ValidateTimeLineSet();
+    StartFilterRun();
     RefreshViews();
     WakeIdle();
     WriteStateReport();
 }
 
+void FrameMain_cls::StartFilterRun()
+{
+    // The frames on show are filtered on the worker; the others when they are next shown.
+    std::vector<DF3_cls*> frames;
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        DF3_cls* frame = mpMain->GetSeqCtrl().GetSequence(slot).GetCurrentDF3();
+        if (frame != nullptr && frame->IsAllocated() && frame->GetReadFinishedFlag())
+            frames.push_back(frame);
+    }
+    if (!mpFilterThread->Start(std::move(frames), [] { wxWakeUpIdle(); }))
+        return;
+    mpPrompt->SetStatusText(TrW("Filtering..."), 1);
+    mpPrompt->SetProgress(0);
+}
+
+void FrameMain_cls::PollFilterRun()
+{
+    if (!mpFilterThread->IsRunning())
+        return;
+    if (!mpFilterThread->IsFinished()) {
+        const int total = std::max(mpFilterThread->GetTotal(), 1);
+        mpPrompt->SetProgress(mpFilterThread->GetDone() * 100 / total);
+        return;
+    }
+    FinishFilterRun();
+}
+
+void FrameMain_cls::WaitForFilterRun()
+{
+    if (mpFilterThread != nullptr && mpFilterThread->IsRunning())
+        FinishFilterRun();
+}
+
+void FrameMain_cls::FinishFilterRun()
+{
+    mpFilterThread->Join();
+    mpPrompt->SetProgress(-1);
+    mpPrompt->SetStatusText(L"", 1);
+    // The textures are made again from the processed voxels (their signature is current now,
+    // so the idle pass only uploads).
+    mvReadySignature.fill(-1);
+    RefreshViews();
+    WakeIdle();
+}
+
+void FrameMain_cls::UpdateChainParameters()
+{
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot)
+        mpMain->GetSeqCtrl().GetSequence(slot).GetFilterCtrl().UpdateParameters(-1.0);
+}
+
+void FrameMain_cls::SetFilterSetOnTimeLine(Parameters_cls* set, const std::wstring& tag)
+{
+    std::vector<TimeLineGUI_cls::NamedSet> sets = {{L"BoxSize", &mpMain->GetBoxSize()},
+                                                   {L"BoxRotate", &mpMain->GetBoxRotate()},
+                                                   {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}};
+    mStrTLTag = set ? tag : L"";
+    if (!set)
+        mpTLChain = nullptr;
+    const std::wstring name = set ? L"Filter " + set->GetName() : L"";
+    if (set)
+        sets.emplace_back(name, set);
+    mpTimeLine->SetParameterSets(std::move(sets));
+    if (set)
+        mpTimeLine->SelectSet(name);
+    WriteStateReport();
+}
+
+void FrameMain_cls::ValidateTimeLineSet()
+{
+    // The time line must never show the set of an item that left its chain (removed, undone):
+    // the item may be gone, or wait in the history where its keys mean nothing to the user.
+    if (mStrTLTag.empty() || mpTimeLine == nullptr)
+        return;
+    FilterBase_cls* item = FilterCtrl_cls::IsLive(mpTLChain) ? mpTLChain->GetPFromTag(mStrTLTag) : nullptr;
+    if (dynamic_cast<FilterWithParameter_cls*>(item) == nullptr)
+        SetFilterSetOnTimeLine(nullptr, L"");
+}
+
+void FrameMain_cls::OnPreferences(wxCommandEvent&)
+{
+    PreferencesDialog_cls dialog(this, &GetPreference().GetConfList(), mpShortcut.get());
+    if (dialog.ShowModal() != wxID_OK || !dialog.Apply())
+        return;
+    // The menus show the new keys at once; the configuration keeps them at quit.
+    if (wxMenuBar* bar = GetMenuBar())
+        for (const Shortcut_cls::Menu& m : mpShortcut->BuildMenuModel())
+            for (const Shortcut_cls::MenuEntry& e : m.mvEntries)
+                if (e.miId != 0 && e.meKind != Shortcut_cls::kSeparator && e.meKind != Shortcut_cls::kRecentSubmenu)
+                    if (wxMenuItem* item = bar->FindItem(e.miId))
+                        item->SetItemLabel(e.mStrLabel);
+    UpdateEditMenu();
+    WriteStateReport();
+}
+
 void FrameMain_cls::OnRedo(wxCommandEvent&)
 {
+    WaitForFilterRun();
     GetUndoManager().ExecCurrent();
     OnFilterChainChanged();
 }
@@ -1756,6 +1968,7 @@ bool FrameMain_cls::SaveScreenshot(const std::wstring& path)
 
 void FrameMain_cls::OnQuit(wxCommandEvent&)
 {
+    WaitForFilterRun();
     if (!GetUserPrompt()->AskYesNo(TrW("Really Quit ?"), TrW("Query"), false))
         return;
     SaveConfigure(kConfigureName, false);
@@ -1842,13 +2055,25 @@ void FrameMain_cls::WriteStateReport()
     text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
     {
         // The active slot's chain, item labels in order.
-        const FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
+        FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
         text += WStrPrintf("chain=%d", chain.GetItemNum());
         for (int i = 0; i < chain.GetItemNum(); ++i)
             text += L"|" + chain.GetPFilterBase(i)->GetLocaleIndependentStrLabel();
         text += L"\n";
+        // Its text form as a project would hold it, one line per "|". Writing it touches the
+        // items (the tag is blanked meanwhile), so not while a chain run reads them.
+        std::wstring form = mpFilterThread->IsRunning() ? L"(running)" : chain.SerializeConf();
+        std::replace(form.begin(), form.end(), L'\n', L'|');
+        text += L"chain_text=" + form + L"\n";
     }
     text += mpTimeLine->DescribeWidgetPlaces();
+    text += L"pref=" + GetPreference().GetConfList().SerializeAll();
+    text += L"pref.keys=" + mpShortcut->GetKey("Preferences") + L"|" + mpShortcut->GetKey("Undo") + L"\n";
+    text += WStrPrintf("cp.page=%d\n", mpControlBook->GetSelection());
+    text += WStrPrintf("filter_run=%d %d/%d\n", mpFilterThread->IsRunning() ? 1 : 0, mpFilterThread->GetDone(),
+                       mpFilterThread->GetTotal());
+    text += mpFilterPanels->DescribeWidgets();
+    text += mpFilterPanels->DescribeWidgetPlaces();
     text += mpPreviewGUI->DescribeWidgets();
     text += mpPreviewGUI->DescribeWidgetPlaces();
     text += DescribeSlots();

@@ -23,6 +23,9 @@ class ImgSequence_cls;
 class IsosurfSeqGUI_cls;
 class IdleBenchLog_cls;
 class RenderMenu_cls;
+class FilterCtrl_cls;
+class FilterPanels_cls;
+class ThreadFilterChain;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -201,6 +204,22 @@ class FrameMain_cls : public wxFrame
     void OnFilterAdd(wxCommandEvent& event);
     /// Frames to be processed again and the views redrawn after the chain changed.
     void OnFilterChainChanged();
+    /// Starts the chains of the shown frames on the worker (after an edit).
+    void StartFilterRun();
+    /// Idle: progress of a chain run, and its end.
+    void PollFilterRun();
+    /// Waits for a chain run to end (before anything touches the chains or the frames).
+    void WaitForFilterRun();
+    /// Joins the run and lets the idle pass make the textures.
+    void FinishFilterRun();
+    /// Evaluates every chain's animated values at the current time (the panels show them).
+    void UpdateChainParameters();
+    /// The time line's sets: the scene's sets and, when given, a filter item's set (shown).
+    void SetFilterSetOnTimeLine(Parameters_cls* set, const std::wstring& tag);
+    /// Takes a filter item's set off the time line when the item left its chain.
+    void ValidateTimeLineSet();
+    /// Edit > Preferences.
+    void OnPreferences(wxCommandEvent& event);
     /// The Filter menu, built from the chain's menu table, inserted before Help.
     void AppendFilterMenu(class wxMenuBar* bar);
     void OnKeyCommand(wxCommandEvent& event);
@@ -285,6 +304,11 @@ class FrameMain_cls : public wxFrame
     TimeLineGUI_cls* mpTimeLine = nullptr;
     PreviewPropertyGUI_cls* mpPreviewGUI = nullptr;
     SequencePanel_cls* mpSequencePanel = nullptr;
+    FilterPanels_cls* mpFilterPanels = nullptr;
+    std::unique_ptr<ThreadFilterChain> mpFilterThread; ///< runs the chains of the shown frames
+    class wxNotebook* mpControlBook = nullptr;         ///< the control panel's pages
+    FilterCtrl_cls* mpTLChain = nullptr;               ///< chain of the filter item whose set the time line shows
+    std::wstring mStrTLTag;                            ///< that item's tag ("" when none)
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
     // The drawing companions of the four data slots (their textures live in the shared context).

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace
 {
@@ -141,10 +142,18 @@ void PreviewPropertyGUI_cls::SetShadeFolded(bool folded)
     GetSizer()->Show(mpShadeSizer, !folded, true);
     mpFoldButton->SetLabel(TrW(folded ? kShadeFolded : kShadeOpen));
     Layout();
-    if (wxWindow* parent = GetParent()) {
-        // The panel sits in a scrolled control panel: its scrollable size follows the fold.
-        parent->Layout();
-        parent->FitInside();
+    // The panel sits on a page of the scrolled control panel: the page book and the scrollable
+    // size follow the fold.
+    // Best sizes are cached all the way up; the outermost window is laid out first so that each
+    // page book hands its new size down before the inner sizers place their children.
+    std::vector<wxWindow*> ancestors;
+    for (wxWindow* w = GetParent(); w != nullptr && !w->IsTopLevel(); w = w->GetParent()) {
+        w->InvalidateBestSize();
+        ancestors.push_back(w);
+    }
+    for (auto it = ancestors.rbegin(); it != ancestors.rend(); ++it) {
+        (*it)->FitInside();
+        (*it)->Layout();
     }
 }
 

@@ -48,6 +48,7 @@ enum ShortcutId : int {
     kIdSaveViewImage,
     kIdUseCameraPath,
     kIdShowCameraPath,
+    kIdPreferences,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

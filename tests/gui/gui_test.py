@@ -1895,6 +1895,355 @@ def case_camera_path(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+
+# --- filter chain page -------------------------------------------------------------------------
+
+def click_widget(app, key, dx=None):
+    """Clicks the middle of a widget the window reported as "key=x y w h shown"."""
+    x, y, w, h, shown = [int(v) for v in app.state()[key].split()[:5]]
+    check(shown == 1, "%s is not on the screen" % key)
+    subprocess.run(["xdotool", "mousemove", str(x + (w // 2 if dx is None else dx)), str(y + h // 2), "click", "1"],
+                   check=True)
+
+
+def type_into_widget(app, key, text):
+    """Clicks into a text box of the filter page, replaces its text and presses Return."""
+    click_widget(app, key)
+    time.sleep(0.2)
+    subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+    subprocess.run(["xdotool", "type", text], check=True)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
+def click_row(app, row):
+    """Clicks the label of a row of the chain list."""
+    x, y, h = [int(v) for v in app.state()["fcw.rows"].split()]
+    subprocess.run(["xdotool", "mousemove", str(x + 120), str(y + row * h + h // 2), "click", "1"], check=True)
+
+
+def add_from_menu(app, moves, count):
+    """Filter > ... by the arrow keys; waits until the chain holds `count` items."""
+    menu(app, "i", moves)
+    return app.wait_for(lambda s: s["chain"].startswith("%d" % count), "the Filter menu added nothing")
+
+
+BLUR_MENU = ["Down"] * 8 + ["Right", "Down"]
+LEVEL_MENU = ["Down"] * 8 + ["Right"]
+VOLUME_MENU = ["Down"] * 6
+
+
+def drawn_again(app, label):
+    """Waits until frame 0 is drawn and gives the views a moment to reach the screen."""
+    frames = app.state().get("slot0", "0").split()[0]
+    try:
+        app.wait_for(lambda s: s.get("slot0", "").startswith(frames + " 0 0 1"), label)
+    except Failure:
+        raise Failure("%s (slot0 %r)" % (label, app.state().get("slot0")))
+    time.sleep(1.5)
+
+
+def case_filter_panel_blur(binary):
+    """A blur added from the menu shows its settings; a kernel size typed into its panel softens
+    the volume on the screen; Undo from the Edit menu puts the setting and the picture back."""
+    work = tempfile.mkdtemp(prefix="tessan-fpanel-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            s = add_from_menu(app, BLUR_MENU, 1)
+            s = app.wait_for(lambda s: s.get("fc.selected") == "0" and "fi.GaussBlurKernelSize" in s,
+                             "the new blur's settings are not shown")
+            check(s["fc.items"] == "[x] Gauss Blur", "the chain page lists the blur: %r" % s["fc.items"])
+            check(s["fi.GaussBlurKernelSize"] == "0" and s["fi.FilterValid"] == "1",
+                  "a new blur: kernel 0, switched on: %r %r" % (s["fi.GaussBlurKernelSize"], s["fi.FilterValid"]))
+            # What is drawn is what reaches the volume item.
+            s = add_from_menu(app, VOLUME_MENU, 2)
+            check(s["chain"] == "2|Gauss Blur|Volume", "blur before the volume: %r" % s["chain"])
+            app.wait_for(lambda s: s.get("fc.selected") == "1", "the volume item is not selected")
+            click_row(app, 0)
+            app.wait_for(lambda s: s.get("fc.selected") == "0" and "fiw.GaussBlurKernelSize" in s, "blur not selected")
+            drawn_again(app, "frame 0 not drawn with the zero blur")
+            before = app.grab("before.png")
+            check(region_mean_distance(before, *box) > 5, "no volume shown")
+            type_into_widget(app, "fiw.GaussBlurKernelSize", "4")
+            # The box shows what was typed at once; the chain's text shows what was taken.
+            s = app.wait_for(lambda s: "|GaussBlurKernelSize=4.000000|" in s["chain_text"],
+                             "the typed kernel size is not taken")
+            check(s["fi.GaussBlurKernelSize"] == "4", "the box shows the size: %r" % s["fi.GaussBlurKernelSize"])
+            check(s["undo"].startswith("Undo Filter Setting|1"), "one named undo step: %r" % s["undo"])
+            drawn_again(app, "frame 0 not drawn after the kernel change")
+            blurred = app.grab("blurred.png")
+            softened = region_difference(before, blurred, *box)
+            check(softened > 1.5, "the blur did not change the picture (%.3f)" % softened)
+            # Edit > Undo (the first entry).
+            menu(app, "e", [])
+            s = app.wait_for(lambda s: s.get("fi.GaussBlurKernelSize") == "0", "Undo did not reach the panel")
+            check(s["redo"].startswith("Redo Filter Setting|1"), "Redo offers the setting: %r" % s["redo"])
+            drawn_again(app, "frame 0 not drawn after undo")
+            undone = app.grab("undone.png")
+            back = region_difference(before, undone, *box)
+            check(back < softened / 4 and back < 1.0,
+                  "undo did not bring the picture back (%.3f, blurred %.3f)" % (back, softened))
+            # A typo leaves the setting alone: no new step.
+            type_into_widget(app, "fiw.GaussBlurKernelSize", "4x")
+            time.sleep(0.5)
+            s = app.state()
+            check(s["redo"].startswith("Redo Filter Setting|1"), "rubbish made an edit: %r" % s["redo"])
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_filter_panel_order(binary):
+    """Reordering, switching off and removing items from the chain page, each one undo step, and
+    the level-and-gamma graph with the frame's histogram under the mapping curve."""
+    work = tempfile.mkdtemp(prefix="tessan-forder-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            add_from_menu(app, BLUR_MENU, 1)
+            s = add_from_menu(app, LEVEL_MENU, 2)
+            check(s["chain"] == "2|Gauss Blur|Level Gamma", "menu order: %r" % s["chain"])
+            s = app.wait_for(lambda s: s.get("fc.selected") == "1" and "fi.graph.histogram" in s,
+                             "the level item's panel is not shown")
+            # The histogram of frame 0: empty space and the dense ball, two bins of 256.
+            coverage = float(s["fi.graph.histogram"])
+            check(0.0 < coverage < 0.2, "the histogram is not drawn as expected: %r" % coverage)
+            check(s["fi.graph.curve"] == "0.0000 0.2500 0.5000 0.7500 1.0000", "identity: %r" % s["fi.graph.curve"])
+            # A narrower input window steepens the curve over the histogram.
+            type_into_widget(app, "fiw.param.Input.high", "0.5")
+            s = app.wait_for(lambda s: s.get("fi.graph.curve") == "0.0000 0.5000 1.0000 1.0000 1.0000",
+                             "InMax 0.5 not taken into the curve")
+            check(s["fi.param.Input"] == "0 0.5", "the boxes show the window: %r" % s["fi.param.Input"])
+            # Select the blur (row 0) and move it down.
+            click_row(app, 0)
+            app.wait_for(lambda s: s.get("fc.selected") == "0" and "fi.GaussBlurKernelSize" in s, "row 0 not selected")
+            click_widget(app, "fcw.down")
+            s = app.wait_for(lambda s: s["chain"] == "2|Level Gamma|Gauss Blur", "Down did not move the blur")
+            check(s["fc.items"] == "[x] Level Gamma|[x] Gauss Blur" and s["fc.selected"] == "1",
+                  "the page follows the move: %r %r" % (s["fc.items"], s["fc.selected"]))
+            check(s["undo"].startswith("Undo Move Filter|1"), "named step: %r" % s["undo"])
+            # Switch the blur off in its panel.
+            click_widget(app, "fiw.FilterValid", dx=8)
+            s = app.wait_for(lambda s: s["fc.items"] == "[x] Level Gamma|[ ] Gauss Blur", "the blur is still on")
+            app.wait_for(lambda s: "FilterValid=0" in s["chain_text"].partition("--BlurGauss")[2],
+                         "switched off, but not in the text form")
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["fc.items"] == "[x] Level Gamma|[x] Gauss Blur", "undo: on again")
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["chain"] == "2|Gauss Blur|Level Gamma", "undo: the old order")
+            check(s["fc.items"] == "[x] Gauss Blur|[x] Level Gamma", "the page shows the old order: %r" % s["fc.items"])
+            # Remove the selected blur; undo brings it back.
+            click_widget(app, "fcw.remove")
+            s = app.wait_for(lambda s: s["chain"] == "1|Level Gamma", "Remove did nothing")
+            check(s["undo"].startswith("Undo Remove Filter|1"), "named step: %r" % s["undo"])
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["chain"] == "2|Gauss Blur|Level Gamma", "undo did not restore the blur")
+            drawn_again(app, "frame 0 not drawn after the edits")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_filter_panel_text(binary):
+    """Settings edited in the panels appear in the chain's text form: a renamed item, an animated
+    value keyed on the time line, a density-curve point."""
+    work = tempfile.mkdtemp(prefix="tessan-ftext-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            add_from_menu(app, BLUR_MENU, 1)
+            app.wait_for(lambda s: "fiw.FilterName" in s, "no name box")
+            type_into_widget(app, "fiw.FilterName", "Soft")
+            s = app.wait_for(lambda s: s["chain"] == "1|Soft", "the rename did not reach the chain")
+            check(s["fc.items"] == "[x] Soft", "the list shows the new label: %r" % s["fc.items"])
+            app.wait_for(lambda s: "|FilterName=Soft|" in s["chain_text"], "the new label is not in the text form")
+            type_into_widget(app, "fiw.GaussBlurAssymSize.2", "2.5")
+            s = app.wait_for(lambda s: "|GaussBlurAssymSize=0.000000 0.000000 2.500000|" in s["chain_text"],
+                             "the per-axis value is not in the text form")
+            check(s["fi.GaussBlurAssymSize"] == "0 0 2.5", "per-axis boxes: %r" % s["fi.GaussBlurAssymSize"])
+            # An animated value: gamma of a level item; its set is shown on the time line.
+            s = add_from_menu(app, LEVEL_MENU, 2)
+            app.wait_for(lambda s: "fiw.param.gamma" in s, "no gamma box")
+            type_into_widget(app, "fiw.param.gamma", "2")
+            s = app.wait_for(lambda s: s.get("fi.graph.curve", "").split()[2:3] == ["0.2500"], "gamma not taken")
+            s = app.wait_for(lambda s: "--LevelAndGamma" in s["chain_text"], "no level item in the text form")
+            text = s["chain_text"].split("--LevelAndGamma")[1]
+            check("Parameter_LevelAndGamma" in text and " 2 " in text.split("Parameter_LevelAndGamma")[1] + " ",
+                  "gamma in the set's text: %r" % text)
+            check(s["fi.graph.curve"].split()[2] == "0.2500", "gamma 2 halves the mid-grey: %r" % s["fi.graph.curve"])
+            click_widget(app, "fiw.showtl")
+            s = app.wait_for(lambda s: s["timeline_set"] == "Filter LevelAndGamma", "the set is not on the time line")
+            # Removing the item takes its set off the time line.
+            click_widget(app, "fcw.remove")
+            s = app.wait_for(lambda s: s["chain"] == "1|Soft", "Remove did nothing")
+            check(s["timeline_set"] == "BoxSize", "the removed item's set stays on the time line: %r" % s["timeline_set"])
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_preferences_saved(binary):
+    """Edit > Preferences changes the worker count; it is saved in KivrelConfigure.txt at quit
+    and read back at the next start."""
+    app = App(binary, answers="yes", size="1200x1000")
+    try:
+        s = app.state()
+        check(s["pref"].startswith("ThreadNumFilter="), "preferences reported: %r" % s["pref"])
+        check(s["pref.keys"] == "Ctrl+P|Ctrl+Z", "key of the dialog: %r" % s["pref.keys"])
+        wanted = "3" if s["pref"] != "ThreadNumFilter=3" else "5"
+        app.key("ctrl+p")
+        time.sleep(1.0)
+        subprocess.run(["xdotool", "key", "ctrl+a"], check=True)
+        subprocess.run(["xdotool", "type", wanted], check=True)
+        subprocess.run(["xdotool", "key", "Return"], check=True)
+        app.wait_for(lambda s: s["pref"] == "ThreadNumFilter=" + wanted, "the dialog did not set the worker count")
+        app.key("ctrl+q")
+        try:
+            rc = app.proc.wait(20)
+        except subprocess.TimeoutExpired:
+            raise Failure("Yes did not end the program")
+        check(rc == 0, "exit code %d" % rc)
+        with open(os.path.join(app.dir, "KivrelConfigure.txt"), encoding="utf-8") as f:
+            conf = f.read()
+        check("\nThreadNumFilter=%s\n" % wanted in "\n" + conf, "saved: %r" % conf)
+        check("Preferences=Ctrl+P\n" in conf, "the dialog's key is among the saved keys")
+        app.err.close()
+        app2 = App(binary, folder=app.dir, size="1200x1000")
+        try:
+            app2.wait_for(lambda s: s["pref"] == "ThreadNumFilter=" + wanted, "the worker count is not read back")
+        finally:
+            app2.close()
+    finally:
+        app.close()
+
+
+def write_big_ball(folder, n=96, frames=2):
+    """A larger series (n³ voxels): a dense ball of radius n/5 in the middle, built row by row."""
+    paths = []
+    c = (n - 1) / 2.0
+    r = n / 5.0
+    for k in range(frames):
+        body = bytearray(n * n * n)
+        for z in range(n):
+            for y in range(n):
+                h = r * r - (y - c) ** 2 - (z - c) ** 2
+                if h <= 0:
+                    continue
+                w = h ** 0.5
+                x0, x1 = int(c - w + 1), int(c + w)
+                row = (z * n + y) * n
+                body[row + x0:row + x1 + 1] = b"\xc8" * (x1 + 1 - x0)
+        path = os.path.join(folder, "big_%04d.df3" % k)
+        with open(path, "wb") as f:
+            f.write(n.to_bytes(2, "big") * 3 + bytes(body))
+        paths.append(path)
+    return paths
+
+
+def case_filter_worker(binary):
+    """A slow filter setting runs on the worker: the window goes on reporting (its idle loop runs)
+    while the status bar says "Filtering...", and the picture changes once the run has ended."""
+    work = tempfile.mkdtemp(prefix="tessan-fworker-")
+    try:
+        first = write_big_ball(work)[0]
+        app = App(binary, args=[first], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("2 0 0 1"), "frame 0 never drawn", timeout=60)
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            add_from_menu(app, ["Down"] * 8 + ["Right"] + ["Down"] * 5, 1)  # Morphological Filter
+            add_from_menu(app, VOLUME_MENU, 2)
+            s = app.wait_for(lambda s: s["filter_run"].startswith("0"), "the runs after adding never ended", 60)
+            check(s["chain"] == "2|Morph Filter|Volume", "chain: %r" % s["chain"])
+            click_row(app, 0)
+            app.wait_for(lambda s: "fiw.MorphOpenCloseKernelSize" in s, "the morphology panel is not shown")
+            drawn_again(app, "frame 0 not drawn with the small element")
+            before = app.grab("before.png")
+            start = time.time()
+            type_into_widget(app, "fiw.MorphOpenCloseKernelSize", "12")
+            s = app.wait_for(lambda s: s["filter_run"].startswith("1"), "no run on the worker was seen", 30)
+            check(s["status1"] == "Filtering...", "the status bar shows the run: %r" % s["status1"])
+            s = app.wait_for(lambda s: s["filter_run"].startswith("0"), "the run never ended", 120)
+            print("filter run of the radius-12 dilation: %.1f s observed" % (time.time() - start))
+            check(s["status1"] == "", "the status is cleared: %r" % s["status1"])
+            drawn_again(app, "frame 0 not drawn after the run")
+            after = app.grab("after.png")
+            grown = region_difference(before, after, *box)
+            check(grown > 1.5, "the dilation did not change the picture (%.3f)" % grown)
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def drag(x0, y0, x1, y1):
+    """Presses the left button at (x0, y0), moves in steps and releases at (x1, y1)."""
+    subprocess.run(["xdotool", "mousemove", str(x0), str(y0), "mousedown", "1"], check=True)
+    for k in range(1, 6):
+        time.sleep(0.05)
+        subprocess.run(["xdotool", "mousemove", str(x0 + (x1 - x0) * k // 5), str(y0 + (y1 - y0) * k // 5)],
+                       check=True)
+    time.sleep(0.1)
+    subprocess.run(["xdotool", "mouseup", "1"], check=True)
+
+
+def case_filter_panel_graph(binary):
+    """The mouse on the graphs: dragging a density-curve point and a thumb of the level item's
+    input window changes the item (one undo step each); the histogram is drawn under the curve."""
+    work = tempfile.mkdtemp(prefix="tessan-fgraph-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            add_from_menu(app, ["Down"] * 8 + ["Right"] + ["Down"] * 4, 1)  # Composite Density Curve
+            s = app.wait_for(lambda s: "fi.graph.points" in s and "fiw.graph" in s, "the curve panel is not shown")
+            check(float(s["fi.graph.histogram"]) > 0.0, "no histogram under the curve")
+            points = [p.split() for p in s["fi.graph.points"].split("|")]
+            check(len(points) == 2 and points[1][:2] == ["1.0000", "1.0000"], "the identity's ends: %r" % points)
+            # Drag the upper end half-way down.
+            x, y = int(points[1][2]), int(points[1][3])
+            gx, gy, gw, gh, _ = [int(v) for v in s["fiw.graph"].split()]
+            drag(x, y, x, y + (gh - 12) // 2)
+            s = app.wait_for(lambda s: not s["fi.graph.points"].split("|")[1].startswith("1.0000 1.0000"),
+                             "the drag did not move the point")
+            check(s["undo"].startswith("Undo Add Curve Point|1") or s["undo"].startswith("Undo|1") or
+                  s["undo"].startswith("Undo "), "the drag is a step: %r" % s["undo"])
+            end = [p.split() for p in s["fi.graph.points"].split("|")][1]
+            check(abs(float(end[0]) - 1.0) < 0.02 and 0.4 < float(end[1]) < 0.6, "the end moved to %r" % end)
+            app.wait_for(lambda s: "Parameter_DensityCurvePoints" in s["chain_text"], "the points are not in the text form")
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["fi.graph.points"].split("|")[1].startswith("1.0000 1.0000"),
+                             "undo did not put the point back")
+            # The level item's input window: drag the high thumb to the middle.
+            add_from_menu(app, LEVEL_MENU, 2)
+            app.wait_for(lambda s: "fiw.param.Input.thumbs" in s, "no input slider")
+            time.sleep(0.5)
+            s = app.state()
+            lx, hx, ty = [int(v) for v in s["fiw.param.Input.thumbs"].split()]
+            drag(hx, ty, (lx + hx) // 2, ty)
+            s = app.wait_for(lambda s: s["fi.param.Input"].split()[0] == "0" and
+                             0.4 < float(s["fi.param.Input"].split()[1]) < 0.6,
+                             "the thumb drag from %d to %d at %d did not set InMax" % (hx, (lx + hx) // 2, ty))
+            check(float(s["fi.graph.curve"].split()[2]) == 1.0, "the curve reaches 1 at mid-grey: %r" % s["fi.graph.curve"])
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["fi.param.Input"] == "0 1", "undo did not restore the input window")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1928,6 +2277,12 @@ CASES = {
     "offscreen_shot": case_offscreen_shot,
     "stereo_anaglyph": case_stereo_anaglyph,
     "camera_path": case_camera_path,
+    "filter_panel_blur": case_filter_panel_blur,
+    "filter_panel_order": case_filter_panel_order,
+    "filter_panel_text": case_filter_panel_text,
+    "preferences_saved": case_preferences_saved,
+    "filter_worker": case_filter_worker,
+    "filter_panel_graph": case_filter_panel_graph,
 }
 
 if __name__ == "__main__":
