@@ -35,12 +35,12 @@ double CameraPathCtrl_cls::FrameOfTime(double time)
 
 bool CameraPathCtrl_cls::ToCamera(const double* v, Camera_cls& camera)
 {
-    Camera_cls made = camera;
-    if (!made.Set({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], v[8]}))
+    // Set in place: a camera's configuration items point into the camera itself, so cameras
+    // are never assigned whole.
+    if (!camera.Set({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], v[8]}))
         return false;
-    made.SetViewAngle(v[9]);
-    made.SetAnchor({v[3], v[4], v[5]});
-    camera = made;
+    camera.SetViewAngle(v[9]);
+    camera.SetAnchor({v[3], v[4], v[5]});
     return true;
 }
 

@@ -2,6 +2,7 @@
 // view commands; screenshot; quit.
 #include "gui/FrameMain_cls.h"
 
+#include "anim/CameraPathCtrl_cls.h"
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
@@ -11,21 +12,31 @@
 #include "config/Preference_cls.h"
 #include "config/PreviewProperty_cls.h"
 #include "config/TessanAssert.h"
+#include "color/Coloring_cls.h"
+#include "color/CustomColor_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
+#include "filter/PovIsosurface_cls.h"
 #include "gl/DF3GL_cls.h"
+#include "gl/SceneGL_cls.h"
+#include "gl/SceneMarkersGL_cls.h"
 #include "gl/TexObjectGL_cls.h"
+#include "gui/CustomColorGUI_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
+#include "gui/IsosurfaceExportGUI_cls.h"
 #include "gui/KeyTrackCanvas_cls.h"
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
 #include "gui/PreviewPropertyGUI_cls.h"
+#include "gui/ScenePanelGUI_cls.h"
 #include "gui/SequencePanel_cls.h"
 #include "gui/TimeLineGUI_cls.h"
 #include "gui/WxUserPrompt_cls.h"
+#include "pov/LightSRC_cls.h"
+#include "pov/PovExport_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -159,6 +170,7 @@ wxEND_EVENT_TABLE()
     RunStartupThreads();
 
     // 6. The animation model, views, panels, time line, status bar, recent menu.
+    InitializeScene();
     for (int i = 0; i < kViewCount; ++i) {
         const auto view = i < 4 ? static_cast<Camera_cls::FixedView>(i) : Camera_cls::kViewPerspective;
         mvViewCtrl[static_cast<size_t>(i)] = std::make_unique<GLCanvasCtrl_cls>(i, view);
@@ -172,9 +184,7 @@ wxEND_EVENT_TABLE()
     BuildControlPanel();
     mpSplitter->SplitVertically(mpViewArea, mpControlPanel, miItemSashPos.Get());
     mpTimeLine = new TimeLineGUI_cls(this, &mpMain->GetTimeCtrl());
-    mpTimeLine->SetParameterSets({{L"BoxSize", &mpMain->GetBoxSize()},
-                                  {L"BoxRotate", &mpMain->GetBoxRotate()},
-                                  {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}});
+    UpdateTimeLineSets();
     mpTimeLine->SetPlayStateListener([this] {
         UpdateAnimationMenu();
         WakeIdle();
@@ -202,8 +212,9 @@ wxEND_EVENT_TABLE()
     for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
         mvpDF3GL[static_cast<size_t>(slot)] = std::make_unique<DF3GL_cls>(&seqCtrl.GetSequence(slot));
         companions[static_cast<size_t>(slot)] = mvpDF3GL[static_cast<size_t>(slot)].get();
+        mvpSceneGL[static_cast<size_t>(slot)] = std::make_unique<SceneGL_cls>();
     }
-    DF3GL_cls::InitializeStaticMembers(mpPrompt.get(), &seqCtrl, &GetPreference(), nullptr);
+    DF3GL_cls::InitializeStaticMembers(mpPrompt.get(), &seqCtrl, &GetPreference(), mpColoring.get());
     seqCtrl.SetTexJobsFactory(DF3GL_cls::MakeTexJobsFactory(companions));
     mpMain->SetPrompt(mpPrompt.get());
     mpMain->SetProjectOpener([this](const std::wstring& path) {
@@ -219,11 +230,18 @@ wxEND_EVENT_TABLE()
 
     // The views show the clock's frame; the menus and the title follow the history.
     miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
+    miSceneTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) {
+        FollowCameraPath();
+        if (mpScenePanel != nullptr)
+            mpScenePanel->UpdateFromModel();
+    });
     miUndoListener = GetUndoManager().AddListener([this](uint32_t) {
         UpdateEditMenu();
         UpdateTitle();
         if (mpTimeLine != nullptr)
             mpTimeLine->RefreshKeys();
+        if (mpScenePanel != nullptr)
+            mpScenePanel->UpdateFromModel();
     });
     SetBaseTitle(title);
     UpdateEditMenu();
@@ -239,6 +257,9 @@ FrameMain_cls::~FrameMain_cls()
 {
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
+    mpMain->GetTimeCtrl().RemoveListener(miSceneTimeListener);
+    mpMain->GetPovExport().GetLights().FuncHookChanged = nullptr;
+    mpMain->GetPovExport().SetColoring(nullptr);
     mpMain->SetDataChangedHook(nullptr);
     mpMain->SetProjectOpener(nullptr);
     mpMain->SetPrompt(nullptr);
@@ -248,6 +269,8 @@ FrameMain_cls::~FrameMain_cls()
     MakeContextCurrent();
     mpMain->GetSeqCtrl().ReleaseAll();
     mpMain->GetSeqCtrl().SetTexJobsFactory(nullptr);
+    for (auto& scene : mvpSceneGL)
+        scene.reset();
     // The panels hold the clock and the parameter sets, which die with this object: the child
     // windows go first.
     DestroyChildren();
@@ -365,6 +388,18 @@ void FrameMain_cls::BuildControlPanel()
     sizer->Add(mpPreviewGUI, 0, wxEXPAND | wxALL, 4);
     mpSequencePanel = new SequencePanel_cls(mpControlPanel, &mpMain->GetSeqCtrl());
     sizer->Add(mpSequencePanel, 0, wxEXPAND | wxALL, 4);
+    ScenePanelGUI_cls::Links links;
+    links.mActiveChain = [this] { return &mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl(); };
+    links.mpLights = &mpMain->GetPovExport().GetLights();
+    links.mpCameraPath = mpCameraPath.get();
+    links.mActiveViewCamera = [this]() -> const Camera_cls& { return GetViewCtrl(miActiveView).GetCamera(); };
+    links.mCurrentFrame = [this] { return GetCurrentFrame(); };
+    links.mChainChanged = [this] { OnFilterChainChanged(); };
+    links.mSceneChanged = [this] { OnSceneChanged(); };
+    links.mOpenCustomColor = [this] { OpenCustomColorEditor(); };
+    links.mExportIso = [this](PovIsosurface_cls* iso) { ExportIsosurface(iso); };
+    mpScenePanel = new ScenePanelGUI_cls(mpControlPanel, std::move(links));
+    sizer->Add(mpScenePanel, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
 }
@@ -634,9 +669,159 @@ void FrameMain_cls::DrawVolumes()
         // Every slot holding data is drawn, whatever its filter chain shows.
         if (sequence.GetFrameCount() == 0)
             continue;
-        if (mvpDF3GL[static_cast<size_t>(slot)]->DrawData())
+        DF3GL_cls& gl = *mvpDF3GL[static_cast<size_t>(slot)];
+        SceneGL_cls& scene = *mvpSceneGL[static_cast<size_t>(slot)];
+        const FilterCtrl_cls& chain = sequence.GetFilterCtrl();
+        // Opaque surfaces first: they write depth and hide the slices behind them; translucent
+        // surfaces and the section planes blend over the slices afterwards.
+        scene.ResetPassCounters();
+        scene.Prune(chain);
+        scene.DrawOpaque(chain, *mpColoring, gl.GetColorIndex(), DF3GL_cls::GetBoxScale());
+        if (gl.DrawData())
             drawn = sequence.GetRemappedIndex(-1);
+        scene.DrawTranslucent(chain, *mpColoring, gl.GetColorIndex(), DF3GL_cls::GetBoxScale());
     }
+    DrawSceneMarkers();
+}
+
+void FrameMain_cls::DrawSceneMarkers()
+{
+    const double time = Parameters_cls::GetCurrentDoubleIndex();
+    LightSRC_cls& lights = mpMain->GetPovExport().GetLights();
+    for (size_t i = 0; i < lights.GetCount(); ++i) {
+        double v[LightSRC_cls::kDimension];
+        lights.GetParam(i).Evaluate(time, 0.0, v);
+        const float rgb[3] = {static_cast<float>(std::clamp(v[3], 0.0, 1.0)),
+                              static_cast<float>(std::clamp(v[4], 0.0, 1.0)),
+                              static_cast<float>(std::clamp(v[5], 0.0, 1.0))};
+        SceneMarkersGL_cls::DrawLight({v[0], v[1], v[2]}, rgb, 0.06);
+    }
+    const CameraPathCtrl_cls& path = *mpCameraPath;
+    if (path.IsEmpty())
+        return;
+    const float frustum[3] = {0.95f, 0.75f, 0.2f};
+    const float curve[3] = {0.6f, 0.6f, 0.3f};
+    Camera_cls camera;
+    for (int i = 0; i < path.GetCount(); ++i)
+        if (path.GetCamera(i, camera))
+            SceneMarkersGL_cls::DrawCameraFrustum(camera, 0.15, 4.0 / 3.0, frustum);
+    // The curve the eye follows, eight samples per frame span between the first and last camera.
+    std::vector<Vec3d> points;
+    const int first = path.GetFrame(0), last = path.GetFrame(path.GetCount() - 1);
+    const int samples = std::clamp((last - first) * 8, 1, 2000);
+    for (int k = 0; k <= samples; ++k)
+        if (path.GetCameraAt(first + (last - first) * static_cast<double>(k) / samples, camera))
+            points.push_back(camera.GetPosition());
+    SceneMarkersGL_cls::DrawPath(points, curve);
+}
+
+void FrameMain_cls::InitializeScene()
+{
+    mpColoring = std::make_unique<Coloring_cls>();
+    mpMain->GetPovExport().SetColoring(mpColoring.get());
+    mpColoring->GetPCustomColor()->FuncHookMapChanged = [this] { OnColourMapChanged(); };
+    mpCameraPath = std::make_unique<CameraPathCtrl_cls>();
+    mpCameraPath->FuncHookChanged = [this] { OnSceneChanged(); };
+    mpMain->GetPovExport().GetLights().FuncHookChanged = [this] { OnSceneChanged(); };
+}
+
+void FrameMain_cls::UpdateTimeLineSets()
+{
+    if (mpTimeLine == nullptr)
+        return;
+    std::vector<TimeLineGUI_cls::NamedSet> sets = {{L"BoxSize", &mpMain->GetBoxSize()},
+                                                   {L"BoxRotate", &mpMain->GetBoxRotate()},
+                                                   {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()},
+                                                   {L"CameraPath", &mpCameraPath->GetParameters()}};
+    LightSRC_cls& lights = mpMain->GetPovExport().GetLights();
+    for (size_t i = 0; i < lights.GetCount(); ++i)
+        sets.emplace_back(WStrPrintf("Light %zu", i + 1), &lights.GetParam(i));
+    // The user keeps the set they were looking at when it is still offered.
+    const std::wstring shown = mpTimeLine->GetShownSetName();
+    mpTimeLine->SetParameterSets(std::move(sets));
+    if (!shown.empty())
+        mpTimeLine->SelectSet(shown);
+}
+
+void FrameMain_cls::OnSceneChanged()
+{
+    UpdateTimeLineSets();
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
+    FollowCameraPath();
+    RefreshViews();
+    WriteStateReport();
+}
+
+void FrameMain_cls::OnColourMapChanged()
+{
+    // Baked (RGBA) textures hold the map's colours: the slots showing a custom map make theirs
+    // again. The other texel formats take the colour at drawing time.
+    if (GetPreviewProperty().GetTextureType() == 2) {
+        for (auto& gl : mvpDF3GL)
+            if (gl && Coloring_cls::IsCustomIndex(gl->GetColorIndex()))
+                gl->RequestTextureRebuild();
+        mvReadySignature.fill(-1);
+        WakeIdle();
+    }
+    if (mpCustomColorGUI != nullptr && mpCustomColorGUI->IsShown())
+        mpCustomColorGUI->UpdateFromModel();
+    RefreshViews();
+    WriteStateReport();
+}
+
+void FrameMain_cls::OpenCustomColorEditor()
+{
+    if (mpCustomColorGUI == nullptr) {
+        CustomColorGUI_cls::SlotColourLinks slot;
+        slot.mGet = [this] {
+            return mvpDF3GL[static_cast<size_t>(mpMain->GetSeqCtrl().GetActiveSlot())]->GetColorIndex();
+        };
+        slot.mSet = [this](int index) {
+            DF3GL_cls& gl = *mvpDF3GL[static_cast<size_t>(mpMain->GetSeqCtrl().GetActiveSlot())];
+            if (gl.GetColorIndex() == index)
+                return;
+            gl.SetColorIndex(index);
+            if (GetPreviewProperty().GetTextureType() == 2) {
+                gl.RequestTextureRebuild();
+                mvReadySignature.fill(-1);
+                WakeIdle();
+            }
+            RefreshViews();
+            WriteStateReport();
+        };
+        mpCustomColorGUI = new CustomColorGUI_cls(this, mpColoring->GetPCustomColor(), std::move(slot));
+        mpCustomColorGUI->Bind(wxEVT_SHOW, [this](wxShowEvent& e) {
+            e.Skip();
+            CallAfter([this] { WriteStateReport(); });
+        });
+    }
+    mpCustomColorGUI->UpdateFromModel();
+    mpCustomColorGUI->Show();
+    mpCustomColorGUI->Raise();
+    WriteStateReport();
+}
+
+void FrameMain_cls::ExportIsosurface(PovIsosurface_cls* iso)
+{
+    if (iso == nullptr)
+        return;
+    const std::wstring folder =
+        mStrLastDataPath.empty() ? std::wstring() : std::filesystem::path(mStrLastDataPath).parent_path().wstring();
+    IsosurfaceExportGUI_cls::ShowAndExport(this, *iso, mpPrompt.get(), folder);
+    WriteStateReport();
+}
+
+void FrameMain_cls::FollowCameraPath()
+{
+    if (mpScenePanel == nullptr || !mpScenePanel->IsFollowPath() || mpCameraPath->IsEmpty())
+        return;
+    Camera_cls& camera = GetViewCtrl(0).GetCamera();
+    if (!mpCameraPath->GetCameraAt(GetCurrentFrame(), camera))
+        return;
+    camera.SetProjection(Camera_cls::kPerspective);
+    if (miActiveView == 0)
+        UpdateCameraInfo();
 }
 
 std::array<double, 3> FrameMain_cls::GetVolumeExtent()
@@ -1151,6 +1336,8 @@ void FrameMain_cls::OnFilterChainChanged()
                 frame->SetDirty();
     }
     std::fill(mvFailedCurrent.begin(), mvFailedCurrent.end(), false);
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
     RefreshViews();
     WakeIdle();
     WriteStateReport();
@@ -1494,6 +1681,25 @@ void FrameMain_cls::WriteStateReport()
     text += mpPreviewGUI->DescribeWidgetPlaces();
     text += DescribeSlots();
     text += mpSequencePanel->DescribeWidgets();
+    text += mpScenePanel->DescribeWidgets();
+    text += mpScenePanel->DescribeWidgetPlaces();
+    {
+        int meshes = 0, sections = 0;
+        size_t triangles = 0;
+        for (const auto& scene : mvpSceneGL) {
+            meshes += scene->GetCounters().miMeshes;
+            sections += scene->GetCounters().miSections;
+            triangles += scene->GetCounters().muTriangles;
+        }
+        text += WStrPrintf("scene.drawn=%d %d %zu\n", meshes, sections, triangles);
+        text += WStrPrintf("slotcolor=%d\n",
+                           mvpDF3GL[static_cast<size_t>(mpMain->GetSeqCtrl().GetActiveSlot())]->GetColorIndex());
+    }
+    if (mpCustomColorGUI != nullptr) {
+        text += mpCustomColorGUI->DescribeState();
+        text += WStrPrintf("customcolor_shown=%d\n", mpCustomColorGUI->IsShown() ? 1 : 0);
+        text += mpCustomColorGUI->DescribeWidgetPlaces();
+    }
     if (text == mStrLastState)
         return;
     mStrLastState = text;

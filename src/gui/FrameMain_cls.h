@@ -14,7 +14,12 @@
 #include <string>
 #include <vector>
 
+class CameraPathCtrl_cls;
+class Coloring_cls;
+class CustomColorGUI_cls;
 class DF3GL_cls;
+class SceneGL_cls;
+class ScenePanelGUI_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -89,6 +94,12 @@ class FrameMain_cls : public wxFrame
     void ShowFrameAtStart(int frame);
     /// Draws the current frame of every slot holding data (a paint, context current).
     void DrawVolumes();
+    /// Draws the lights and the camera path as markers (a paint, context current).
+    void DrawSceneMarkers();
+    /// The colour maps of the preview and the export (custom maps included).
+    Coloring_cls& GetColoring() { return *mpColoring; }
+    /// The camera path.
+    CameraPathCtrl_cls& GetCameraPath() { return *mpCameraPath; }
     /// Sides of the box the volumes are drawn in: the active frame's aspect (longest side 1)
     /// times the current "BoxSize" extent.
     std::array<double, 3> GetVolumeExtent();
@@ -153,6 +164,22 @@ class FrameMain_cls : public wxFrame
     std::wstring DescribeSlots() const;
     void OnCharHook(wxKeyEvent& event);
 
+    // The scene items (isosurfaces, sections, lights, camera path, custom colours).
+    /// Creates the colour maps and the camera path and connects their change notices.
+    void InitializeScene();
+    /// Lights or cameras changed: panel, time-line sets and views follow.
+    void OnSceneChanged();
+    /// A custom colour map changed: baked textures are made again, the views redrawn.
+    void OnColourMapChanged();
+    /// Shows the "Custom Color" editor (made at first use).
+    void OpenCustomColorEditor();
+    /// Exports the isosurface through its dialog.
+    void ExportIsosurface(class PovIsosurface_cls* iso);
+    /// Playback: view panel 0 takes the camera path's camera at the current frame.
+    void FollowCameraPath();
+    /// The parameter sets offered on the time line (shared sets, lights, camera path).
+    void UpdateTimeLineSets();
+
     /// One playback step of the idle loop: advance the clock, aim at one frame per interval.
     void ProcPlayTex();
     void UpdateEditMenu();
@@ -200,10 +227,17 @@ class FrameMain_cls : public wxFrame
     TimeLineGUI_cls* mpTimeLine = nullptr;
     PreviewPropertyGUI_cls* mpPreviewGUI = nullptr;
     SequencePanel_cls* mpSequencePanel = nullptr;
+    ScenePanelGUI_cls* mpScenePanel = nullptr;
+    CustomColorGUI_cls* mpCustomColorGUI = nullptr;
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
     // The drawing companions of the four data slots (their textures live in the shared context).
     std::array<std::unique_ptr<DF3GL_cls>, 4> mvpDF3GL;
+    // The scene items drawn with each slot's volume, the colour maps and the camera path.
+    std::array<std::unique_ptr<SceneGL_cls>, 4> mvpSceneGL;
+    std::unique_ptr<Coloring_cls> mpColoring;
+    std::unique_ptr<CameraPathCtrl_cls> mpCameraPath;
+    int miSceneTimeListener = 0;
     std::array<int, 4> mvDrawnIndex{-1, -1, -1, -1};     ///< frame each slot's last paint drew, or -1
     std::array<bool, 4> mvFailedCurrent{};               ///< the current frame could not be brought up
     std::array<int, 4> mvReadySignature{-1, -1, -1, -1}; ///< current index * 1000 + bind percent
