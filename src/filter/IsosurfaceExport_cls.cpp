@@ -63,7 +63,8 @@ int IsosurfaceExport_cls::Run(const PovIsosurface_cls& iso, const Settings& sett
     } else {
         // The declared name follows the item's tag, which is unique within its chain.
         std::wstring name = iso.GetIdTag();
-        std::replace_if(name.begin(), name.end(), [](wchar_t c) { return !std::iswalnum(c) && c != L'_'; }, L'_');
+        std::replace_if(
+            name.begin(), name.end(), [](wchar_t c) { return !std::iswalnum(c) && c != L'_'; }, L'_');
         ok = mesh->GetStrPovMesh2(&text, name, L"", settings.mbNormals);
     }
     if (!ok)

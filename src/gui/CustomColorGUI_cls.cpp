@@ -33,8 +33,8 @@ class ColourBarPanel : public wxPanel
 {
   public:
     ColourBarPanel(wxWindow* parent, CustomColor_cls* model, std::function<void(int)> onCursor)
-        : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxSize(256 + 2, kBarHeight + kMarkHeight + 2)),
-          mpModel(model), mOnCursor(std::move(onCursor))
+        : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxSize(256 + 2, kBarHeight + kMarkHeight + 2)), mpModel(model),
+          mOnCursor(std::move(onCursor))
     {
         SetBackgroundStyle(wxBG_STYLE_PAINT);
         SetMinSize(wxSize(256 + 2, kBarHeight + kMarkHeight + 2));
@@ -73,7 +73,8 @@ class ColourBarPanel : public wxPanel
         if (const Parameters_cls* map = mpModel->GetPItem(-1)) {
             for (const KeyFrame_cls& key : map->GetKeys()) {
                 const int x = 1 + static_cast<int>(std::lround(key.GetTime() * (w - 1)));
-                const wxPoint tri[3] = {{x, kBarHeight + 1}, {x - 4, kBarHeight + kMarkHeight}, {x + 4, kBarHeight + kMarkHeight}};
+                const wxPoint tri[3] = {
+                    {x, kBarHeight + 1}, {x - 4, kBarHeight + kMarkHeight}, {x + 4, kBarHeight + kMarkHeight}};
                 dc.DrawPolygon(3, tri);
             }
         }
@@ -170,7 +171,8 @@ CustomColorGUI_cls::CustomColorGUI_cls(wxWindow* parent, CustomColor_cls* model,
     mpClrShift->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { OnClrShift(); });
     mpTemplate->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { OnTemplate(); });
     mpSlotColour->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { OnSlotColour(); });
-    Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Hide(); }, wxID_CLOSE);
+    Bind(
+        wxEVT_BUTTON, [this](wxCommandEvent&) { Hide(); }, wxID_CLOSE);
 
     SetSizerAndFit(sizer);
     UpdateFromModel();
@@ -193,6 +195,10 @@ void CustomColorGUI_cls::FillSlotColourChoice()
 
 void CustomColorGUI_cls::UpdateFromModel()
 {
+    // Recomputing the bar notifies the model's listeners, and the owner answers a notice by
+    // updating this window: that second call finds the first still running and stops there.
+    if (mbUpdating)
+        return;
     mbUpdating = true;
     mpModel->UpdateCacheColor();
     mpModel->UpdateColorBar();
@@ -209,7 +215,8 @@ void CustomColorGUI_cls::UpdateFromModel()
     }
     mpMultiply->SetValue(mpModel->GetCacheMultiply());
     mpMultiply->Enable(n > 0);
-    mpCursorText->SetLabel(TrW("Density") + WStrPrintf(" %d (%.3f)", mpModel->GetCursor(), mpModel->GetCursor() / 255.0));
+    mpCursorText->SetLabel(TrW("Density") +
+                           WStrPrintf(" %d (%.3f)", mpModel->GetCursor(), mpModel->GetCursor() / 255.0));
     mpDeleteMap->Enable(n > 0);
     mpAddKey->Enable(n > 0);
     mpRemoveKey->Enable(n > 0 && mpModel->IsKeyPoint());
@@ -225,9 +232,18 @@ std::wstring CustomColorGUI_cls::DescribeWidgetPlaces() const
 {
     std::wstring text;
     const std::pair<const char*, const wxWindow*> widgets[] = {
-        {"bar", mpBar},           {"map", mpItemChoice},      {"newmap", mpNewMap},      {"deletemap", mpDeleteMap},
-        {"red", mpSlider[0]},     {"green", mpSlider[1]},     {"blue", mpSlider[2]},     {"multiply", mpMultiply},
-        {"addkey", mpAddKey},     {"removekey", mpRemoveKey}, {"clrshift", mpClrShift},  {"template", mpTemplate},
+        {"bar", mpBar},
+        {"map", mpItemChoice},
+        {"newmap", mpNewMap},
+        {"deletemap", mpDeleteMap},
+        {"red", mpSlider[0]},
+        {"green", mpSlider[1]},
+        {"blue", mpSlider[2]},
+        {"multiply", mpMultiply},
+        {"addkey", mpAddKey},
+        {"removekey", mpRemoveKey},
+        {"clrshift", mpClrShift},
+        {"template", mpTemplate},
         {"slotcolor", mpSlotColour},
     };
     for (const auto& [name, w] : widgets) {

@@ -791,6 +791,10 @@ void FrameMain_cls::OpenCustomColorEditor()
             WriteStateReport();
         };
         mpCustomColorGUI = new CustomColorGUI_cls(this, mpColoring->GetPCustomColor(), std::move(slot));
+        // Beside the views rather than over them: the user watches the colours change there.
+        const wxRect frame = GetScreenRect();
+        const wxSize size = mpCustomColorGUI->GetSize();
+        mpCustomColorGUI->Move(std::max(frame.GetRight() - size.x, frame.GetLeft()), frame.GetTop() + 60);
         mpCustomColorGUI->Bind(wxEVT_SHOW, [this](wxShowEvent& e) {
             e.Skip();
             CallAfter([this] { WriteStateReport(); });

@@ -18,8 +18,7 @@ bool IsosurfaceExportGUI_cls::ShowAndExport(wxWindow* parent, const PovIsosurfac
                                             const std::wstring& folder)
 {
     // No wxFD_OVERWRITE_PROMPT: the question is asked by ExportTo, after the extension is known.
-    wxFileDialog dialog(parent, TrW(msTitle), folder, L"", TrW(msWildcard),
-                        wxFD_SAVE);
+    wxFileDialog dialog(parent, TrW(msTitle), folder, L"", TrW(msWildcard), wxFD_SAVE);
     if (dialog.ShowModal() != wxID_OK)
         return false;
     return ExportTo(iso, dialog.GetPath().ToStdWstring(), dialog.GetFilterIndex(), prompt);

@@ -26,7 +26,7 @@ namespace
 
 wxSpinCtrlDouble* NewSpin(wxWindow* parent, double lo, double hi, double step, int digits)
 {
-    auto* spin = new wxSpinCtrlDouble(parent, wxID_ANY, L"", wxDefaultPosition, wxSize(110, -1),
+    auto* spin = new wxSpinCtrlDouble(parent, wxID_ANY, L"", wxDefaultPosition, wxDefaultSize,
                                       wxSP_ARROW_KEYS | wxTE_PROCESS_ENTER, lo, hi, lo, step);
     spin->SetDigits(static_cast<unsigned>(digits));
     return spin;
@@ -54,7 +54,8 @@ std::vector<PovIsosurface_cls*> IsoItems(FilterCtrl_cls* chain)
 
 // --- construction --------------------------------------------------------------------------------
 
-ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links) : wxPanel(parent, wxID_ANY), mCLinks(std::move(links))
+ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
+    : wxPanel(parent, wxID_ANY), mCLinks(std::move(links))
 {
     auto* sizer = new wxBoxSizer(wxVERTICAL);
 
@@ -231,11 +232,20 @@ std::wstring ScenePanelGUI_cls::DescribeWidgetPlaces() const
 {
     std::wstring text;
     const std::pair<const char*, const wxWindow*> widgets[] = {
-        {"isochoice", mpIsoChoice},     {"level", mpLevel},           {"alpha", mpAlpha},
-        {"export", mpExport},           {"lights", mpLightList},      {"addlight", mpAddLight},
-        {"removelight", mpRemoveLight}, {"lightx", mpLightValue[0]},  {"energy", mpLightValue[3]},
-        {"cameras", mpCameraList},      {"addcamera", mpAddCamera},   {"deletecamera", mpDeleteCamera},
-        {"follow", mpFollow},           {"customcolor", mpCustomColor},
+        {"isochoice", mpIsoChoice},
+        {"level", mpLevel},
+        {"alpha", mpAlpha},
+        {"export", mpExport},
+        {"lights", mpLightList},
+        {"addlight", mpAddLight},
+        {"removelight", mpRemoveLight},
+        {"lightx", mpLightValue[0]},
+        {"energy", mpLightValue[3]},
+        {"cameras", mpCameraList},
+        {"addcamera", mpAddCamera},
+        {"deletecamera", mpDeleteCamera},
+        {"follow", mpFollow},
+        {"customcolor", mpCustomColor},
     };
     for (const auto& [name, w] : widgets) {
         const wxPoint at = w->IsShownOnScreen() ? w->GetScreenPosition() : wxPoint(0, 0);

@@ -26,13 +26,13 @@ class ScenePanelGUI_cls : public wxPanel
   public:
     /// What the panel works on; the pointers are not owned and outlive the panel.
     struct Links {
-        std::function<FilterCtrl_cls*()> mActiveChain;  ///< the active slot's chain
+        std::function<FilterCtrl_cls*()> mActiveChain; ///< the active slot's chain
         LightSRC_cls* mpLights = nullptr;
         CameraPathCtrl_cls* mpCameraPath = nullptr;
         std::function<const Camera_cls&()> mActiveViewCamera; ///< the camera a new path camera copies
         std::function<int()> mCurrentFrame;
-        std::function<void()> mChainChanged;   ///< an item setting changed: process and redraw
-        std::function<void()> mSceneChanged;   ///< lights or cameras changed: redraw
+        std::function<void()> mChainChanged; ///< an item setting changed: process and redraw
+        std::function<void()> mSceneChanged; ///< lights or cameras changed: redraw
         std::function<void()> mOpenCustomColor;
         std::function<void(PovIsosurface_cls*)> mExportIso;
     };

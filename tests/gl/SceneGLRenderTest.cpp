@@ -297,10 +297,10 @@ TEST(SectionTexels, ThresholdAndColourTable)
     ASSERT_TRUE(section.SetPlane(plane, 2, 2, coloring, 0, 0.5f, 0.5f));
     const std::vector<uint8_t>& t = section.GetTexels();
     ASSERT_EQ(t.size(), 16u);
-    EXPECT_EQ(t[3], 0);           // density 0 below the threshold
-    EXPECT_EQ(t[7], 0);           // 100 < 128
-    EXPECT_EQ(t[11], 128);        // 200: half alpha
-    EXPECT_EQ(t[8], 200);         // white times the density
+    EXPECT_EQ(t[3], 0);    // density 0 below the threshold
+    EXPECT_EQ(t[7], 0);    // 100 < 128
+    EXPECT_EQ(t[11], 128); // 200: half alpha
+    EXPECT_EQ(t[8], 200);  // white times the density
     EXPECT_EQ(t[12], 255);
     EXPECT_FALSE(section.SetPlane(plane, 3, 2, coloring, 0, 1.0f, 0.0f)) << "plane smaller than its size";
     EXPECT_EQ(SectionGL_cls::LayerIndex(0.5, 32), 16u);
@@ -343,8 +343,8 @@ TEST_F(SceneRender, LightMarkerAndCameraFrustumShowWhereTheyAre)
     const std::vector<Vec3d> c = SceneMarkersGL_cls::FrustumCorners(cam, 0.5, 2.0);
     ASSERT_EQ(c.size(), 4u);
     EXPECT_NEAR(c[0][2], -0.5, 1e-12);
-    EXPECT_NEAR(c[0][1], 0.5, 1e-12);   // tan(45 deg) * 0.5 up
-    EXPECT_NEAR(c[0][0], -1.0, 1e-12);  // twice that to the left
+    EXPECT_NEAR(c[0][1], 0.5, 1e-12);  // tan(45 deg) * 0.5 up
+    EXPECT_NEAR(c[0][0], -1.0, 1e-12); // twice that to the left
     EXPECT_NEAR(c[2][0], 1.0, 1e-12);
     EXPECT_NEAR(c[2][1], -0.5, 1e-12);
     Begin();

@@ -908,6 +908,255 @@ def case_filter_menu(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+# --- scene items -------------------------------------------------------------------------------
+
+def write_cone_ball(folder, n=24):
+    """One DF3 frame: a dense ball of radius 0.3 n with a thin shell falling linearly from 255 to
+    0 over four voxels around it, so the isosurface moves outwards as the level goes down while
+    little fog lies in front of it."""
+    body = bytearray(n * n * n)
+    c = (n - 1) / 2.0
+    r, shell = 0.3 * n, 4.0
+    for z in range(n):
+        for y in range(n):
+            row = (z * n + y) * n
+            for x in range(n):
+                d = ((x - c) ** 2 + (y - c) ** 2 + (z - c) ** 2) ** 0.5
+                body[row + x] = 255 if d <= r else max(0, int(round(255 * (1 - (d - r) / shell))))
+    path = os.path.join(folder, "cone_0000.df3")
+    with open(path, "wb") as f:
+        f.write(n.to_bytes(2, "big") * 3 + bytes(body))
+    return path
+
+
+def widget(app, key):
+    x, y, w, h = [int(v) for v in app.state()[key].split()]
+    check(w > 0 and h > 0 and (x, y) != (0, 0), "%s is not on the screen" % key)
+    return x, y, w, h
+
+
+def reveal(app, key):
+    """Scrolls the control panel with the mouse wheel until the widget lies within the window. The
+    wheel turns over the panel's left margin: over a choice or a spin box it would change them."""
+    v = app.view(3)
+    top, bottom = v["sy"], v["sy"] + v["h"]
+    margin = v["sx"] + v["w"] + 6
+    for _ in range(40):
+        x, y, w, h = widget(app, key)
+        if y >= top and y + h <= bottom:
+            return
+        button = "5" if y + h > bottom else "4"
+        subprocess.run(["xdotool", "mousemove", str(margin), str((top + bottom) // 2), "click", "--repeat", "3",
+                        button], check=True)
+        time.sleep(0.4)
+    raise Failure("%s cannot be scrolled into view" % key)
+
+
+def click(app, key, dx=None):
+    if key.startswith("scw."):
+        reveal(app, key)
+    x, y, w, h = widget(app, key)
+    cx = x + (w // 2 if dx is None else dx)
+    subprocess.run(["xdotool", "mousemove", str(cx), str(y + h // 2), "click", "1"], check=True)
+    time.sleep(0.3)
+
+
+def choose(app, key, downs):
+    """Opens a choice and moves `downs` entries down from the one shown, as a user would."""
+    click(app, key)
+    time.sleep(0.4)
+    for _ in range(downs):
+        subprocess.run(["xdotool", "key", "Down"], check=True)
+        time.sleep(0.05)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+    time.sleep(0.3)
+
+
+def type_spin(app, key, text):
+    """Types into a spin box (its text part is the left half) and presses Return."""
+    reveal(app, key)
+    x, y, w, h = widget(app, key)
+    subprocess.run(["xdotool", "mousemove", str(x + w // 4), str(y + h // 2), "click", "--repeat", "3", "1"],
+                   check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+    subprocess.run(["xdotool", "type", text], check=True)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
+def scene_iso(s):
+    f = s["scene.iso"].split()
+    return int(f[0]), [float(v) for v in f[1:3]], [int(v) for v in f[3:]]
+
+
+def drawn_meshes(s):
+    return int(s.get("scene.drawn", "0 0 0").split()[0])
+
+
+def red_excess(pic, x0, y0, x1, y1):
+    """Mean of red minus the larger of green and blue over a region."""
+    total, n = 0, 0
+    for y in range(y0, y1, 2):
+        for x in range(x0, x1, 2):
+            p = pic.pixel(x, y)
+            total += p[0] - max(p[1], p[2])
+            n += 1
+    return total / max(n, 1)
+
+
+def case_scene_iso(binary):
+    """An isosurface added from the Filter menu shows as a lit mesh; a higher level in the Scene
+    panel shrinks it; a colour template of the Custom Color editor recolours it; each Undo
+    brings the previous picture back."""
+    work = tempfile.mkdtemp(prefix="tessan-scene-")
+    try:
+        path = write_cone_ball(work)
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            core = (cx - 20, cy - 20, cx + 20, cy + 20)
+            half = v["h"] // 6
+            ball = (cx - half, cy - half, cx + half, cy + half)
+            plain = app.grab("plain.png")
+            # Filter > Add Isosurface (the first entry).
+            menu(app, "i", [])
+            s = app.wait_for(lambda s: s["chain"] == "1|Isosurface", "the menu added no isosurface")
+            check(s["undo"].startswith("Undo Add Filter"), "Undo names the addition: %r" % s["undo"])
+            s = app.wait_for(lambda s: drawn_meshes(s) == 1 and scene_iso(s)[2][1] >= 1, "no mesh drawn")
+            count, values, built = scene_iso(s)
+            check(count == 1 and abs(values[0] - 0.5) < 1e-6, "the panel lists the new isosurface: %r" % s["scene.iso"])
+            check(built[1] > 100, "the mesh has triangles: %r" % s["scene.iso"])
+            iso = app.grab("iso.png")
+            # The lit surface darkens toward its outline, where the plain volume is bright.
+            shown = region_difference(plain, iso, *ball)
+            check(shown > 3.0, "the mesh changed nothing on the ball (%.2f)" % shown)
+
+            # A higher level: the chain extracts again, the sphere gets smaller.
+            type_spin(app, "scw.level", "0.85")
+            s = app.wait_for(lambda s: abs(scene_iso(s)[1][0] - 0.85) < 1e-6 and scene_iso(s)[2][0] >= 2,
+                             "the level change was not extracted")
+            check(s["undo"].startswith("Undo"), "the level change is an undo step: %r" % s["undo"])
+            faces_high = scene_iso(s)[2][1]
+            check(faces_high < built[1], "a higher level gives a smaller mesh (%d, %d)" % (faces_high, built[1]))
+            time.sleep(1.0)
+            high = app.grab("high.png")
+            moved = region_difference(iso, high, *ball)
+            check(moved > 1.0, "the smaller mesh changed nothing on the screen (%.2f)" % moved)
+
+            # Undo: level 0.5 again, the picture of the first mesh.
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: abs(scene_iso(s)[1][0] - 0.5) < 1e-6 and scene_iso(s)[2][1] == built[1],
+                             "Undo did not bring the level back")
+            time.sleep(1.0)
+            back = app.grab("back.png")
+            check(region_difference(iso, back, *ball) < moved / 4,
+                  "Undo of the level: not the first mesh's picture (%.3f)" % region_difference(iso, back, *ball))
+
+            # The Custom Color editor: a new map (Black White) for the slot, then "Red Yellow".
+            click(app, "scw.customcolor")
+            s = app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+            click(app, "ccw.newmap")
+            app.wait_for(lambda s: s.get("customcolor", "").startswith("1 0 "), "New Map made no map")
+            choose(app, "ccw.slotcolor", 10)
+            app.wait_for(lambda s: s.get("slotcolor") == "10", "the slot did not take the custom map")
+            time.sleep(1.0)
+            grey = app.grab("grey.png")
+            choose(app, "ccw.template", 1)
+            app.wait_for(lambda s: s.get("customcolor", "").split()[3] == "2", "the template did not replace the keys")
+            time.sleep(1.0)
+            red = app.grab("red.png")
+            check(red_excess(red, *core) > 40, "Red Yellow: the mesh is not red (%.1f)" % red_excess(red, *core))
+            check(red_excess(grey, *core) < 10, "Black White: the mesh is red (%.1f)" % red_excess(grey, *core))
+            app.key("ctrl+z")
+            time.sleep(1.5)
+            grey_again = app.grab("grey_again.png")
+            check(region_difference(grey, grey_again, *box) < 1.0,
+                  "Undo of the template: not the earlier picture (%.3f)" % region_difference(grey, grey_again, *box))
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_scene_lights_cameras(binary):
+    """Add Light and Add Camera in the Scene panel are undo steps; the lights and the camera path
+    are offered on the time line; the camera path moves view 0 when the frame changes."""
+    work = tempfile.mkdtemp(prefix="tessan-lights-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            click(app, "scw.addlight")
+            # The list changes inside the step; the Edit menu names it once the step is done.
+            app.wait_for(lambda s: s["scene.lights"] == "1", "Add Light added nothing")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Add Light"), "Undo does not name the light")
+            click(app, "scw.addlight")
+            app.wait_for(lambda s: s["scene.lights"] == "2", "a second light was not added")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.lights"] == "1", "Undo left the second light")
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["scene.lights"] == "2", "Redo did not bring the light back")
+            click(app, "scw.removelight")
+            app.wait_for(lambda s: s["scene.lights"] == "1", "Remove Light removed nothing")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Remove Light"), "Undo does not name the removal")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.lights"] == "2", "Undo did not bring the removed light back")
+
+            # The lights' key-framed sets are offered on the time line after the shared ones
+            # (BoxSize, BoxRotate, TimeRemap, CameraPath).
+            choose(app, "tlw.set", 5)
+            s = app.wait_for(lambda s: s["timeline_set"] == "Light 2", "the time line does not offer Light 2")
+            check(s["keys"] == "0", "a new light holds one constant key: %r" % s["keys"])
+
+            # Cameras: the perspective view's camera at frame 0, another at frame 4 after a turn.
+            click(app, "scw.addcamera")
+            app.wait_for(lambda s: s["scene.cameras"] == "1 0", "Add Camera added nothing")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Add Camera"), "Undo does not name the camera")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.cameras"] == "0", "Undo left the camera")
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["scene.cameras"] == "1 0", "Redo did not bring the camera back")
+            type_into(app, "framebox", "4")
+            app.wait_for(lambda s: s["frame"] == "4", "the frame did not change")
+            cam3_before = app.camera(3)[0]
+            v = app.view(3)
+            subprocess.run(["xdotool", "mousemove", str(v["sx"] + v["w"] // 2), str(v["sy"] + v["h"] // 2),
+                            "mousedown", "1", "mousemove_relative", "--", "120", "0", "mouseup", "1"], check=True)
+            app.wait_for(lambda s: distance(app.camera(3)[0], cam3_before) > 0.1, "the drag did not turn the view")
+            click(app, "scw.addcamera")
+            s = app.wait_for(lambda s: s["scene.cameras"] == "2 0 4", "the second camera was not added at frame 4")
+            # The path's set on the time line: one key per camera (Light 2 is shown; two up).
+            click(app, "tlw.set")
+            time.sleep(0.4)
+            for _ in range(2):
+                subprocess.run(["xdotool", "key", "Up"], check=True)
+                time.sleep(0.05)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s["timeline_set"] == "CameraPath", "the time line does not offer the path")
+            check(len(s["keys"].split()) == 2, "one key per camera on the time line: %r" % s["keys"])
+            cam3_now = app.camera(3)[0]
+            # View 0 follows the path: at frame 4 it stands where the second camera is.
+            type_into(app, "framebox", "3")
+            app.wait_for(lambda s: s["frame"] == "3", "frame 3 not shown")
+            type_into(app, "framebox", "4")
+            s = app.wait_for(lambda s: s["frame"] == "4", "frame 4 not shown")
+            check(distance(app.camera(0)[0], cam3_now) < 1e-3,
+                  "view 0 is not at the path's camera: %r / %r" % (app.camera(0)[0], cam3_now))
+            type_into(app, "framebox", "0")
+            app.wait_for(lambda s: s["frame"] == "0", "frame 0 not shown")
+            check(distance(app.camera(0)[0], cam3_before) < 1e-3, "view 0 is not at the first camera at frame 0")
+            # The undo of the second camera takes it off the path.
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.cameras"] == "1 0", "Undo left the second camera")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -924,6 +1173,8 @@ CASES = {
     "data_screenshot": case_data_screenshot,
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
+    "scene_iso": case_scene_iso,
+    "scene_lights_cameras": case_scene_lights_cameras,
 }
 
 if __name__ == "__main__":
