@@ -6,14 +6,14 @@
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
+#include "color/Coloring_cls.h"
+#include "color/CustomColor_cls.h"
 #include "config/GlobalFlags.h"
 #include "config/LineStream_cls.h"
 #include "config/Main_cls.h"
 #include "config/Preference_cls.h"
 #include "config/PreviewProperty_cls.h"
 #include "config/TessanAssert.h"
-#include "color/Coloring_cls.h"
-#include "color/CustomColor_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
@@ -968,6 +968,10 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
                 continue;
             if (mpMain->GetTimeCtrl().ReadStrLine(stream, line))
                 continue;
+            // The scene items: camera path, lights and custom colour maps (blocks and keys).
+            if (mpCameraPath->ReadStrLine(stream, line) || mpMain->GetPovExport().GetLights().ReadStrLine(stream, line) ||
+                mpColoring->GetPCustomColor()->ReadStrLine(stream, line))
+                continue;
             mCConfList.ReadStrLineAll(line);
             GetPreference().GetConfList().ReadStrLineAll(line);
             mpMain->ReadStrLine(line);
@@ -1020,6 +1024,9 @@ bool FrameMain_cls::SaveConfigure(const std::wstring& path, bool project)
         text += mpMain->GetTimeCtrl().SerializeParam();
         text += mpMain->GetBoxSize().Serialize();
         text += mpMain->GetBoxRotate().Serialize();
+        text += mpCameraPath->Serialize(true);
+        text += mpMain->GetPovExport().GetLights().Serialize();
+        text += mpColoring->GetPCustomColor()->Serialize();
         for (const auto& ctrl : mvViewCtrl)
             text += ctrl->SerializeConf();
         text += GetPreviewProperty().SerializeConf();
@@ -1071,8 +1078,9 @@ void FrameMain_cls::OpenProjectMain(const std::wstring& path)
         GetUserPrompt()->Message(TrW("File not found: ") + path, TrW("Error!"));
         return;
     }
-    // Data slots: the filter chains and the camera path are cleared before reading, the undo
-    // history after.
+    // Data slots: the filter chains are cleared before reading, the undo history after. The
+    // camera path goes now: a project without one must not keep the previous scene's.
+    mpCameraPath->Clear();
     ReadConfigure(path);
     // Edits of the previous scene cannot be undone into this one.
     GetUndoManager().Clear();
