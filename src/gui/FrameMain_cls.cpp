@@ -969,7 +969,8 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
             if (mpMain->GetTimeCtrl().ReadStrLine(stream, line))
                 continue;
             // The scene items: camera path, lights and custom colour maps (blocks and keys).
-            if (mpCameraPath->ReadStrLine(stream, line) || mpMain->GetPovExport().GetLights().ReadStrLine(stream, line) ||
+            if (mpCameraPath->ReadStrLine(stream, line) ||
+                mpMain->GetPovExport().GetLights().ReadStrLine(stream, line) ||
                 mpColoring->GetPCustomColor()->ReadStrLine(stream, line))
                 continue;
             mCConfList.ReadStrLineAll(line);
