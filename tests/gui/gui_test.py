@@ -1157,6 +1157,49 @@ def case_scene_lights_cameras(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def case_custom_color_rgba(binary):
+    """With colours baked into RGBA textures, a template applied in the Custom Color editor makes
+    the slot's textures again, so the volume itself takes the new colours; Undo brings the old
+    ones back."""
+    work = tempfile.mkdtemp(prefix="tessan-rgba-")
+    try:
+        path = write_cone_ball(work)
+        with open(os.path.join(work, "KivrelConfigure.txt"), "w", encoding="utf-8") as f:
+            f.write("PreviewTextureType=2\n")
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            half = v["h"] // 8
+            core = (cx - half, cy - half, cx + half, cy + half)
+            click(app, "scw.customcolor")
+            app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+            click(app, "ccw.newmap")
+            app.wait_for(lambda s: s.get("customcolor", "").startswith("1 0 "), "New Map made no map")
+            choose(app, "ccw.slotcolor", 10)
+            app.wait_for(lambda s: s.get("slotcolor") == "10", "the slot did not take the custom map")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 not drawn again")
+            time.sleep(1.0)
+            grey = app.grab("grey.png")
+            check(abs(red_excess(grey, *core)) < 10, "Black White is not grey (%.1f)" % red_excess(grey, *core))
+            choose(app, "ccw.template", 1)
+            app.wait_for(lambda s: s.get("customcolor", "").split()[3] == "2", "the template did not replace the keys")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 not drawn after the template")
+            time.sleep(1.5)
+            red = app.grab("red.png")
+            check(red_excess(red, *core) > 40, "the baked volume did not turn red (%.1f)" % red_excess(red, *core))
+            app.key("ctrl+z")
+            time.sleep(2.0)
+            again = app.grab("again.png")
+            check(region_difference(grey, again, *core) < 2.0,
+                  "Undo of the template: not the grey volume (%.2f)" % region_difference(grey, again, *core))
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1175,6 +1218,7 @@ CASES = {
     "filter_menu": case_filter_menu,
     "scene_iso": case_scene_iso,
     "scene_lights_cameras": case_scene_lights_cameras,
+    "custom_color_rgba": case_custom_color_rgba,
 }
 
 if __name__ == "__main__":
