@@ -1200,6 +1200,51 @@ def case_custom_color_rgba(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def case_scene_project(binary):
+    """Lights, the camera path and the custom colour maps are saved with the project and come back
+    when it is opened again, without an undo step."""
+    folder = tempfile.mkdtemp(prefix="tessan-scene-project-")
+    project = os.path.join(folder, "scene.vsp")
+    with open(project, "w") as f:
+        f.write("DF3MaxFrame=49\nDF3WorkAreaMax=49\nDF3ActiveAreaMax=49\n")
+    app = App(binary, answers="yes", args=[project], folder=folder, size="1100x900")
+    try:
+        app.wait_for(lambda s: s["clock"].startswith("49 "), "the project's scene length is read")
+        click(app, "scw.addlight")
+        app.wait_for(lambda s: s["scene.lights"] == "1", "Add Light added nothing")
+        for _ in range(7):
+            app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "7", "frame 7")
+        click(app, "scw.addcamera")
+        app.wait_for(lambda s: s["scene.cameras"] == "1 7", "Add Camera added nothing at frame 7")
+        click(app, "scw.customcolor")
+        app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+        click(app, "ccw.newmap")
+        app.wait_for(lambda s: s.get("customcolor", "").startswith("1 0 "), "New Map made no map")
+        choose(app, "ccw.template", 3)  # "Green Red": three keys
+        app.wait_for(lambda s: s.get("customcolor", "").split()[3] == "3", "the template did not set three keys")
+        app.key("ctrl+s")
+        app.wait_for(lambda s: s["title"] == project + " - Tessan", "the project was not saved")
+        with open(project, encoding="utf-8") as f:
+            text = f.read()
+        check("--CameraPath\n" in text and "--LightSource\n" in text and "CUSTOMCOLOR_NUM=1\n" in text,
+              "the scene items are in the project")
+        app.close(keep=True)
+        app2 = App(binary, answers="yes", args=[project], folder=folder, size="1100x900")
+        try:
+            s = app2.wait_for(lambda s: s["scene.lights"] == "1" and s["scene.cameras"] == "1 7",
+                              "lights and cameras did not come back")
+            check(s["undo"] == "Undo|0|0", "reading is no edit: %r" % s["undo"])
+            click(app2, "scw.customcolor")
+            s = app2.wait_for(lambda s: s.get("customcolor_shown") == "1", "the editor did not open")
+            check(s["customcolor"].split()[:4] == ["1", "0", "0", "3"], "the map came back: %r" % s["customcolor"])
+        finally:
+            app2.close(keep=True)
+    finally:
+        app.close()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1219,6 +1264,7 @@ CASES = {
     "scene_iso": case_scene_iso,
     "scene_lights_cameras": case_scene_lights_cameras,
     "custom_color_rgba": case_custom_color_rgba,
+    "scene_project": case_scene_project,
 }
 
 if __name__ == "__main__":
