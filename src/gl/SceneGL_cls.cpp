@@ -42,7 +42,7 @@ uint64_t ColourMapPrint(const Coloring_cls& coloring, int colorIndex)
 void SceneGL_cls::IsoColour(const PovIsosurface_cls& iso, const Coloring_cls& coloring, int colorIndex, float rgb[3])
 {
     coloring.GetColor(rgb, static_cast<float>(std::clamp(iso.GetCritical(), 0.0, 1.0)), colorIndex, true);
-    const ConfItemFLOATARRAY_cls& own = const_cast<PovIsosurface_cls&>(iso).GetData().mvfColor;
+    const ConfItemFLOATARRAY_cls& own = iso.GetData().mvfColor;
     for (int c = 0; c < 3; ++c)
         rgb[c] = std::clamp(rgb[c] * (c < own.GetDimension() ? own.Get(c) : 1.0f), 0.0f, 1.0f);
 }

@@ -1245,6 +1245,78 @@ def case_scene_project(binary):
         shutil.rmtree(folder, ignore_errors=True)
 
 
+def export_through_dialog(app, path):
+    """Clicks the Scene panel's export button and saves as `path` in the file dialog."""
+    click(app, "scw.export")
+    dialog = None
+    for _ in range(50):
+        out = subprocess.run(["xdotool", "search", "--name", "^Export isosurfece \\(POV mesh2 Format\\)$"],
+                             capture_output=True, text=True).stdout.split()
+        if out:
+            dialog = out[0]
+            break
+        time.sleep(0.1)
+    check(dialog is not None, "no file dialog titled 'Export isosurfece (POV mesh2 Format)'")
+    time.sleep(0.5)
+    subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a"], check=True)
+    subprocess.run(["xdotool", "type", path], check=True)
+    time.sleep(0.3)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+    for _ in range(50):
+        gone = subprocess.run(["xdotool", "search", "--name", "^Export isosurfece"], capture_output=True,
+                              text=True).stdout.split()
+        if not gone:
+            return
+        time.sleep(0.1)
+    raise Failure("the export dialog did not close")
+
+
+def case_iso_export(binary):
+    """The export dialog writes the isosurface as OBJ (by the name's extension); an existing file
+    is replaced only after Yes to the question."""
+    work = tempfile.mkdtemp(prefix="tessan-export-")
+    try:
+        path = write_cone_ball(work)
+        # The snapshot question at the start, then the two overwrite questions.
+        app = App(binary, answers="no,no,yes", args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            menu(app, "i", [])
+            s = app.wait_for(lambda s: drawn_meshes(s) == 1 and scene_iso(s)[2][1] > 0, "no mesh drawn")
+            faces = scene_iso(s)[2][1]
+            target = os.path.join(work, "ball.obj")
+            export_through_dialog(app, target)
+            for _ in range(50):
+                if os.path.exists(target):
+                    break
+                time.sleep(0.1)
+            with open(target) as f:
+                text = f.read()
+            check(text.startswith("o Isosurface\n"), "not an OBJ file: %r" % text[:40])
+            check(sum(1 for line in text.splitlines() if line.startswith("f ")) == faces,
+                  "the file holds the drawn mesh's %d triangles" % faces)
+            with open(target, "w") as f:
+                f.write("precious\n")
+            export_through_dialog(app, target)
+            time.sleep(0.5)
+            with open(target) as f:
+                check(f.read() == "precious\n", "No to the question replaced the file")
+            check("File already exists. Overwrite? -> no" in app.stderr(), "the question was not asked")
+            export_through_dialog(app, target)
+            for _ in range(50):
+                with open(target) as f:
+                    if f.read().startswith("o Isosurface"):
+                        break
+                time.sleep(0.1)
+            with open(target) as f:
+                check(f.read().startswith("o Isosurface\n"), "Yes to the question did not replace the file")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1265,6 +1337,7 @@ CASES = {
     "scene_lights_cameras": case_scene_lights_cameras,
     "custom_color_rgba": case_custom_color_rgba,
     "scene_project": case_scene_project,
+    "iso_export": case_iso_export,
 }
 
 if __name__ == "__main__":
