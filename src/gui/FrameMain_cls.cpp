@@ -17,6 +17,7 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
+#include "filter/FilterOutput_cls.h"
 #include "filter/PovIsosurface_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/SceneGL_cls.h"
@@ -232,6 +233,8 @@ wxEND_EVENT_TABLE()
     miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) { RefreshViews(); });
     miSceneTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) {
         FollowCameraPath();
+        if (RefreshAnimatedSceneItems())
+            WakeIdle();
         if (mpScenePanel != nullptr)
             mpScenePanel->UpdateFromModel();
     });
@@ -736,6 +739,12 @@ void FrameMain_cls::UpdateTimeLineSets()
     LightSRC_cls& lights = mpMain->GetPovExport().GetLights();
     for (size_t i = 0; i < lights.GetCount(); ++i)
         sets.emplace_back(WStrPrintf("Light %zu", i + 1), &lights.GetParam(i));
+    // The isosurfaces of the active slot, while they are in its chain (this list is made again
+    // after every change of the chain, so it never names an item that left it).
+    const FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
+    for (int i = 0; i < chain.GetItemNum(); ++i)
+        if (auto* iso = dynamic_cast<PovIsosurface_cls*>(chain.GetPFilterBase(i)))
+            sets.emplace_back(L"Isosurface " + iso->GetIdTag(), &iso->GetParameters());
     // The user keeps the set they were looking at when it is still offered.
     const std::wstring shown = mpTimeLine->GetShownSetName();
     mpTimeLine->SetParameterSets(std::move(sets));
@@ -816,6 +825,35 @@ void FrameMain_cls::ExportIsosurface(PovIsosurface_cls* iso)
     WriteStateReport();
 }
 
+bool FrameMain_cls::RefreshAnimatedSceneItems()
+{
+    // The chain runs when a frame's textures are made; a frame that stays the same while an
+    // animated level moves would keep the old mesh, so such a frame is made again.
+    const double time = Parameters_cls::GetCurrentDoubleIndex();
+    bool marked = false;
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
+        DF3_cls* frame = sequence.GetCurrentDF3();
+        if (frame == nullptr)
+            continue;
+        const FilterCtrl_cls& chain = sequence.GetFilterCtrl();
+        for (int i = 0; i < chain.GetItemNum(); ++i) {
+            auto* item = dynamic_cast<FilterOutput_cls*>(chain.GetPFilterBase(i));
+            if (item == nullptr || !item->GetPData()->IsValid() || !item->GetParameters().IsTimeDependent())
+                continue;
+            const Parameters_cls& set = item->GetParameters();
+            std::vector<double> now(set.GetDimension());
+            set.Evaluate(time, 0.0, now.data());
+            if (!std::equal(now.begin(), now.end(), set.GetPCurrentValue())) {
+                frame->SetDirty();
+                marked = true;
+                break;
+            }
+        }
+    }
+    return marked;
+}
+
 void FrameMain_cls::FollowCameraPath()
 {
     if (mpScenePanel == nullptr || !mpScenePanel->IsFollowPath() || mpCameraPath->IsEmpty())
@@ -881,6 +919,9 @@ void FrameMain_cls::OnDataChanged()
         SetBaseTitle(mpMain->GetDataTitle());
     mvDrawnIndex.fill(-1);
     mvReadySignature.fill(-1);
+    UpdateTimeLineSets();
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
     if (mpSequencePanel != nullptr)
         mpSequencePanel->UpdateFromSlots();
     if (mpTimeLine != nullptr)
@@ -1001,8 +1042,11 @@ void FrameMain_cls::ReadConfigure(const std::wstring& path)
     UpdateAnimationMenu();
     if (mpPreviewGUI != nullptr)
         mpPreviewGUI->UpdateFromProperty();
+    UpdateTimeLineSets();
     if (mpTimeLine != nullptr)
         mpTimeLine->UpdateFromClock();
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
     mbPendingRelayout = true;
     mbPendingViewUpdate = true;
 }
@@ -1349,6 +1393,7 @@ void FrameMain_cls::OnFilterChainChanged()
                 frame->SetDirty();
     }
     std::fill(mvFailedCurrent.begin(), mvFailedCurrent.end(), false);
+    UpdateTimeLineSets();
     if (mpScenePanel != nullptr)
         mpScenePanel->UpdateFromModel();
     RefreshViews();

@@ -177,6 +177,9 @@ class FrameMain_cls : public wxFrame
     void ExportIsosurface(class PovIsosurface_cls* iso);
     /// Playback: view panel 0 takes the camera path's camera at the current frame.
     void FollowCameraPath();
+    /// A new time: slots whose animated output items (isosurface level, planes) take other
+    /// values now have their current frame processed again. True when one was marked.
+    bool RefreshAnimatedSceneItems();
     /// The parameter sets offered on the time line (shared sets, lights, camera path).
     void UpdateTimeLineSets();
 

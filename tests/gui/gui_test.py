@@ -1317,6 +1317,44 @@ def case_iso_export(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def case_iso_animated(binary):
+    """An isosurface's level keyed on the time line: the preview's mesh follows the level of the
+    frame shown, although the data frame stays the same."""
+    work = tempfile.mkdtemp(prefix="tessan-animated-")
+    try:
+        path = write_cone_ball(work)
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            menu(app, "i", [])
+            s = app.wait_for(lambda s: drawn_meshes(s) == 1 and scene_iso(s)[2][1] > 0, "no mesh drawn")
+            faces_low = scene_iso(s)[2][1]
+            # The time line offers the item's set after the shared ones.
+            choose(app, "tlw.set", 4)
+            s = app.wait_for(lambda s: s["timeline_set"].startswith("Isosurface "), "the set is not offered")
+            app.key("Insert")  # animated from here on, its key at frame 0 holds level 0.5
+            type_into(app, "framebox", "40")
+            app.wait_for(lambda s: s["frame"] == "40", "frame 40 not shown")
+            type_spin(app, "scw.level", "0.85")
+            s = app.wait_for(lambda s: len(s["keys"].split()) == 2, "no key at frame 40")
+            s = app.wait_for(lambda s: abs(scene_iso(s)[1][0] - 0.85) < 1e-6 and scene_iso(s)[2][1] < faces_low,
+                             "the level of frame 40 was not extracted")
+            faces_high = scene_iso(s)[2][1]
+            type_into(app, "framebox", "0")
+            s = app.wait_for(lambda s: s["frame"] == "0" and abs(scene_iso(s)[1][0] - 0.5) < 1e-6
+                             and scene_iso(s)[2][1] == faces_low, "frame 0 does not show the level of its key")
+            type_into(app, "framebox", "20")
+            s = app.wait_for(lambda s: s["frame"] == "20" and 0.5 < scene_iso(s)[1][0] < 0.85,
+                             "frame 20 does not show a level between the keys")
+            check(faces_high < scene_iso(s)[2][1] < faces_low,
+                  "the mesh between the keys lies between them: %r" % s["scene.iso"])
+            check(drawn_meshes(s) == 1, "the mesh is drawn at frame 20")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1338,6 +1376,7 @@ CASES = {
     "custom_color_rgba": case_custom_color_rgba,
     "scene_project": case_scene_project,
     "iso_export": case_iso_export,
+    "iso_animated": case_iso_animated,
 }
 
 if __name__ == "__main__":
