@@ -1355,6 +1355,49 @@ def case_iso_animated(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+def drawn_sections(s):
+    return int(s.get("scene.drawn", "0 0 0").split()[1])
+
+
+def case_scene_sections(binary):
+    """A cross-section from the Filter menu is one plane through the data, a three-view three;
+    each Undo takes its planes away again and gives the previous picture back."""
+    work = tempfile.mkdtemp(prefix="tessan-sections-")
+    try:
+        path = write_cone_ball(work)
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            time.sleep(0.5)
+            plain = app.grab("plain.png")
+            menu(app, "i", ["Down"])  # Add Cross-section
+            app.wait_for(lambda s: s["chain"] == "1|Cross-section" and drawn_sections(s) == 1,
+                         "no cross-section plane drawn")
+            time.sleep(1.0)
+            one = app.grab("one.png")
+            check(region_difference(plain, one, *box) > 2.0, "the plane changed nothing on the screen")
+            menu(app, "i", ["Down", "Down"])  # Add Three-View
+            app.wait_for(lambda s: s["chain"] == "2|Cross-section|Three-view" and drawn_sections(s) == 4,
+                         "the three-view did not add three planes")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["chain"] == "1|Cross-section" and drawn_sections(s) == 1,
+                         "Undo left the three-view's planes")
+            time.sleep(1.0)
+            again = app.grab("again.png")
+            check(region_difference(one, again, *box) < 0.5, "Undo: not the one-plane picture")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["chain"] == "0" and drawn_sections(s) == 0, "Undo left the cross-section")
+            time.sleep(1.0)
+            back = app.grab("back.png")
+            check(region_difference(plain, back, *box) < 0.5, "Undo: not the plain picture")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -1377,6 +1420,7 @@ CASES = {
     "scene_project": case_scene_project,
     "iso_export": case_iso_export,
     "iso_animated": case_iso_animated,
+    "scene_sections": case_scene_sections,
 }
 
 if __name__ == "__main__":
