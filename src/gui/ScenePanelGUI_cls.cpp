@@ -40,6 +40,20 @@ void BindSpin(wxSpinCtrlDouble* spin, const std::function<void()>& handler)
     spin->Bind(wxEVT_TEXT_ENTER, [handler](wxCommandEvent&) { handler(); });
 }
 
+// Sets the entries of a list or choice only when they differ: the panel follows the clock during
+// playback, and rebuilding unchanged lists every frame would flicker and drop the user's place.
+void SetEntries(wxItemContainer* list, const std::vector<std::wstring>& entries)
+{
+    bool same = list->GetCount() == entries.size();
+    for (size_t i = 0; same && i < entries.size(); ++i)
+        same = list->GetString(static_cast<unsigned>(i)).ToStdWstring() == entries[i];
+    if (same)
+        return;
+    list->Clear();
+    for (const std::wstring& e : entries)
+        list->Append(e);
+}
+
 std::vector<PovIsosurface_cls*> IsoItems(FilterCtrl_cls* chain)
 {
     std::vector<PovIsosurface_cls*> out;
@@ -159,9 +173,10 @@ void ScenePanelGUI_cls::UpdateFromModel()
     // Isosurfaces: keep the choice on the same item when it is still there.
     const std::vector<PovIsosurface_cls*> isos = IsoItems(mCLinks.mActiveChain ? mCLinks.mActiveChain() : nullptr);
     const int oldSel = mpIsoChoice->GetSelection();
-    mpIsoChoice->Clear();
+    std::vector<std::wstring> entries;
     for (PovIsosurface_cls* iso : isos)
-        mpIsoChoice->Append(iso->GetLocaleStrLabel() + L" [" + iso->GetIdTag() + L"]");
+        entries.push_back(iso->GetLocaleStrLabel() + L" [" + iso->GetIdTag() + L"]");
+    SetEntries(mpIsoChoice, entries);
     if (!isos.empty())
         mpIsoChoice->SetSelection(std::clamp(oldSel, 0, static_cast<int>(isos.size()) - 1));
     if (PovIsosurface_cls* iso = GetChosenIso()) {
@@ -178,12 +193,13 @@ void ScenePanelGUI_cls::UpdateFromModel()
     // Lights.
     LightSRC_cls* lights = mCLinks.mpLights;
     const int oldLight = mpLightList->GetSelection();
-    mpLightList->Clear();
     const char* kinds[3] = {"Point", "Spot", "Parallel"};
     const size_t nLights = lights ? lights->GetCount() : 0;
+    entries.clear();
     for (size_t i = 0; i < nLights; ++i)
-        mpLightList->Append(TrW("Light") + WStrPrintf(" %zu (", i + 1) + TrW(kinds[std::min(lights->GetKind(i), 2u)]) +
-                            L")");
+        entries.push_back(TrW("Light") + WStrPrintf(" %zu (", i + 1) + TrW(kinds[std::min(lights->GetKind(i), 2u)]) +
+                          L")");
+    SetEntries(mpLightList, entries);
     if (nLights > 0)
         mpLightList->SetSelection(std::clamp(oldLight, 0, static_cast<int>(nLights) - 1));
     const int light = mpLightList->GetSelection();
@@ -201,11 +217,12 @@ void ScenePanelGUI_cls::UpdateFromModel()
     // Cameras.
     CameraPathCtrl_cls* path = mCLinks.mpCameraPath;
     const int oldCam = mpCameraList->GetSelection();
-    mpCameraList->Clear();
     const int nCams = path ? path->GetCount() : 0;
+    entries.clear();
     for (int i = 0; i < nCams; ++i)
-        mpCameraList->Append(TrW("Camera") + WStrPrintf(" %d: ", i + 1) + TrW("frame") +
-                             WStrPrintf(" %d", path->GetFrame(i)));
+        entries.push_back(TrW("Camera") + WStrPrintf(" %d: ", i + 1) + TrW("frame") +
+                          WStrPrintf(" %d", path->GetFrame(i)));
+    SetEntries(mpCameraList, entries);
     if (nCams > 0)
         mpCameraList->SetSelection(std::clamp(oldCam, 0, nCams - 1));
     mpDeleteCamera->Enable(nCams > 0);
