@@ -92,6 +92,12 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
     mpLightList = new wxListBox(lightBox->GetStaticBox(), wxID_ANY, wxDefaultPosition, wxSize(-1, 70));
     lightBox->Add(mpLightList, 0, wxEXPAND | wxALL, 2);
     auto* lightButtons = new wxBoxSizer(wxHORIZONTAL);
+    mpLightKind = new wxChoice(lightBox->GetStaticBox(), wxID_ANY);
+    for (const char* kind : {"Point", "Spot", "Parallel"})
+        mpLightKind->Append(TrW(kind));
+    mpLightKind->SetSelection(0);
+    mpLightKind->SetToolTip(TrW("Kind of the next light added"));
+    lightButtons->Add(mpLightKind, 0, wxRIGHT, 4);
     mpAddLight = new wxButton(lightBox->GetStaticBox(), wxID_ANY, TrW("Add Light"));
     mpRemoveLight = new wxButton(lightBox->GetStaticBox(), wxID_ANY, TrW("Remove Light"));
     lightButtons->Add(mpAddLight, 0, wxRIGHT, 4);
@@ -236,7 +242,11 @@ std::wstring ScenePanelGUI_cls::DescribeWidgets() const
         text += WStrPrintf(" %.4f %.4f %d %zu", iso->GetCritical(), iso->GetAlpha(), iso->GetBuildCount(),
                            iso->GetMesh().GetFaceNumberOptFull());
     text += L"\n";
-    text += WStrPrintf("scene.lights=%u\n", mpLightList->GetCount());
+    text += WStrPrintf("scene.lights=%u", mpLightList->GetCount());
+    if (LightSRC_cls* lights = mCLinks.mpLights)
+        for (size_t i = 0; i < lights->GetCount(); ++i)
+            text += WStrPrintf(" %u", lights->GetKind(i));
+    text += L"\n";
     text += WStrPrintf("scene.cameras=%u", mpCameraList->GetCount());
     if (CameraPathCtrl_cls* path = mCLinks.mpCameraPath)
         for (int i = 0; i < path->GetCount(); ++i)
@@ -256,6 +266,7 @@ std::wstring ScenePanelGUI_cls::DescribeWidgetPlaces() const
         {"lights", mpLightList},
         {"addlight", mpAddLight},
         {"removelight", mpRemoveLight},
+        {"lightkind", mpLightKind},
         {"lightx", mpLightValue[0]},
         {"energy", mpLightValue[3]},
         {"cameras", mpCameraList},
@@ -309,7 +320,8 @@ void ScenePanelGUI_cls::OnAddLight()
     // shows the shape of a surface.
     const double position[3] = {2.0, 2.0, 2.0};
     const double white[3] = {1.0, 1.0, 1.0};
-    const int index = mCLinks.mpLights->AddLightExecute(LightSRC_cls::kPoint, position, white, 1.0);
+    const unsigned kind = static_cast<unsigned>(std::max(mpLightKind->GetSelection(), 0));
+    const int index = mCLinks.mpLights->AddLightExecute(kind, position, white, 1.0);
     UpdateFromModel();
     mpLightList->SetSelection(index);
     UpdateFromModel();

@@ -66,6 +66,7 @@ class ScenePanelGUI_cls : public wxPanel
     wxSpinCtrlDouble* mpAlpha = nullptr;
     wxButton* mpExport = nullptr;
     wxListBox* mpLightList = nullptr;
+    wxChoice* mpLightKind = nullptr; ///< the kind a new light gets
     wxButton* mpAddLight = nullptr;
     wxButton* mpRemoveLight = nullptr;
     wxSpinCtrlDouble* mpLightValue[4] = {nullptr, nullptr, nullptr, nullptr}; ///< x, y, z, energy

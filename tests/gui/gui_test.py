@@ -1089,21 +1089,23 @@ def case_scene_lights_cameras(binary):
         app = App(binary, args=[first], folder=work, size="1100x900")
         try:
             app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            # Spot lights: the kind chosen before Add Light.
+            choose(app, "scw.lightkind", 1)
             click(app, "scw.addlight")
             # The list changes inside the step; the Edit menu names it once the step is done.
-            app.wait_for(lambda s: s["scene.lights"] == "1", "Add Light added nothing")
+            app.wait_for(lambda s: s["scene.lights"] == "1 1", "Add Light added no spot light")
             app.wait_for(lambda s: s["undo"].startswith("Undo Add Light"), "Undo does not name the light")
             click(app, "scw.addlight")
-            app.wait_for(lambda s: s["scene.lights"] == "2", "a second light was not added")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "a second light was not added")
             app.key("ctrl+z")
-            app.wait_for(lambda s: s["scene.lights"] == "1", "Undo left the second light")
+            app.wait_for(lambda s: s["scene.lights"] == "1 1", "Undo left the second light")
             app.key("ctrl+y")
-            app.wait_for(lambda s: s["scene.lights"] == "2", "Redo did not bring the light back")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Redo did not bring the light back")
             click(app, "scw.removelight")
-            app.wait_for(lambda s: s["scene.lights"] == "1", "Remove Light removed nothing")
+            app.wait_for(lambda s: s["scene.lights"] == "1 1", "Remove Light removed nothing")
             app.wait_for(lambda s: s["undo"].startswith("Undo Remove Light"), "Undo does not name the removal")
             app.key("ctrl+z")
-            app.wait_for(lambda s: s["scene.lights"] == "2", "Undo did not bring the removed light back")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Undo did not bring the removed light back")
 
             # The lights' key-framed sets are offered on the time line after the shared ones
             # (BoxSize, BoxRotate, TimeRemap, CameraPath).
@@ -1211,7 +1213,7 @@ def case_scene_project(binary):
     try:
         app.wait_for(lambda s: s["clock"].startswith("49 "), "the project's scene length is read")
         click(app, "scw.addlight")
-        app.wait_for(lambda s: s["scene.lights"] == "1", "Add Light added nothing")
+        app.wait_for(lambda s: s["scene.lights"] == "1 0", "Add Light added no point light")
         for _ in range(7):
             app.key("Right")
         app.wait_for(lambda s: s["frame"] == "7", "frame 7")
@@ -1232,7 +1234,7 @@ def case_scene_project(binary):
         app.close(keep=True)
         app2 = App(binary, answers="yes", args=[project], folder=folder, size="1100x900")
         try:
-            s = app2.wait_for(lambda s: s["scene.lights"] == "1" and s["scene.cameras"] == "1 7",
+            s = app2.wait_for(lambda s: s["scene.lights"] == "1 0" and s["scene.cameras"] == "1 7",
                               "lights and cameras did not come back")
             check(s["undo"] == "Undo|0|0", "reading is no edit: %r" % s["undo"])
             click(app2, "scw.customcolor")
