@@ -247,6 +247,12 @@ std::wstring ScenePanelGUI_cls::DescribeWidgets() const
         for (size_t i = 0; i < lights->GetCount(); ++i)
             text += WStrPrintf(" %u", lights->GetKind(i));
     text += L"\n";
+    // The chosen light's position and energy at the current time.
+    if (const int sel = mpLightList->GetSelection(); sel >= 0 && mCLinks.mpLights) {
+        double v[LightSRC_cls::kDimension];
+        mCLinks.mpLights->GetParam(static_cast<size_t>(sel)).Evaluate(-1.0, 0.0, v);
+        text += WStrPrintf("scene.light=%d %.4f %.4f %.4f %.4f\n", sel, v[0], v[1], v[2], v[6]);
+    }
     text += WStrPrintf("scene.cameras=%u", mpCameraList->GetCount());
     if (CameraPathCtrl_cls* path = mCLinks.mpCameraPath)
         for (int i = 0; i < path->GetCount(); ++i)

@@ -1107,6 +1107,17 @@ def case_scene_lights_cameras(binary):
             app.key("ctrl+z")
             app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Undo did not bring the removed light back")
 
+            # The chosen light's energy: one undo step, undone back to 1.
+            s = app.state()
+            chosen = s["scene.light"].split()
+            check(chosen[4] == "1.0000", "a new light has energy 1: %r" % s["scene.light"])
+            type_spin(app, "scw.energy", "3")
+            s = app.wait_for(lambda s: s["scene.light"].split()[4] == "3.0000", "the energy did not change")
+            check(s["scene.light"].split()[0] == chosen[0], "the same light: %r" % s["scene.light"])
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.light"].split()[4] == "1.0000", "Undo left the energy at 3")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Undo of the energy changed the list")
+
             # The lights' key-framed sets are offered on the time line after the shared ones
             # (BoxSize, BoxRotate, TimeRemap, CameraPath).
             choose(app, "tlw.set", 5)
