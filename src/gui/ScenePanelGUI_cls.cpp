@@ -97,7 +97,8 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
         mpLightKind->Append(TrW(kind));
     mpLightKind->SetSelection(0);
     mpLightKind->SetToolTip(TrW("Kind of the next light added"));
-    lightButtons->Add(mpLightKind, 0, wxRIGHT, 4);
+    // A row of its own: the panel must stay as narrow as the control panel's other groups.
+    lightBox->Add(mpLightKind, 0, wxEXPAND | wxALL, 2);
     mpAddLight = new wxButton(lightBox->GetStaticBox(), wxID_ANY, TrW("Add Light"));
     mpRemoveLight = new wxButton(lightBox->GetStaticBox(), wxID_ANY, TrW("Remove Light"));
     lightButtons->Add(mpAddLight, 0, wxRIGHT, 4);
