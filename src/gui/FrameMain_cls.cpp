@@ -758,8 +758,10 @@ void FrameMain_cls::OnSceneChanged()
     if (mpScenePanel != nullptr)
         mpScenePanel->UpdateFromModel();
     FollowCameraPath();
+    // The state report follows in the next idle pass: this also runs in the middle of reading a
+    // project, when the window shows half of it.
     RefreshViews();
-    WriteStateReport();
+    WakeIdle();
 }
 
 void FrameMain_cls::OnColourMapChanged()
@@ -776,7 +778,7 @@ void FrameMain_cls::OnColourMapChanged()
     if (mpCustomColorGUI != nullptr && mpCustomColorGUI->IsShown())
         mpCustomColorGUI->UpdateFromModel();
     RefreshViews();
-    WriteStateReport();
+    WakeIdle();
 }
 
 void FrameMain_cls::OpenCustomColorEditor()
