@@ -29,6 +29,7 @@ class PovIsosurface_cls : public FilterOutput_cls
     bool IsReprocessRequired() const override;
 
     PovIsosurfaceData_cls& GetData() { return mCData; }
+    const PovIsosurfaceData_cls& GetData() const { return mCData; }
     /// Level (0..1) and alpha in use.
     double GetCritical() const { return mdCritical; }
     double GetAlpha() const { return mdAlpha; }

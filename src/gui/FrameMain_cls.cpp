@@ -4,10 +4,13 @@
 #include "gui/ImgSequence_cls.h"
 #include "gui/IsosurfSeqGUI_cls.h"
 
+#include "anim/CameraPathCtrl_cls.h"
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "color/Coloring_cls.h"
+#include "color/Coloring_cls.h"
+#include "color/CustomColor_cls.h"
 #include "config/GlobalFlags.h"
 #include "config/ImportList_cls.h"
 #include "config/LineStream_cls.h"
@@ -20,18 +23,24 @@
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
 #include "filter/FilterWithParameter_cls.h"
+#include "filter/FilterOutput_cls.h"
+#include "filter/PovIsosurface_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/DrawingBlock_cls.h"
+#include "gl/SceneGL_cls.h"
+#include "gl/SceneMarkersGL_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "gui/ColorMapChooser_cls.h"
 #include "gui/DrawingBlockGUI_cls.h"
 #include "gui/FilterChainGUI_cls.h"
 #include "gui/FilterItemGUI_cls.h"
 #include "gui/FilterPanels_cls.h"
+#include "gui/CustomColorGUI_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
 #include "gui/IdleBenchLog_cls.h"
+#include "gui/IsosurfaceExportGUI_cls.h"
 #include "gui/KeyTrackCanvas_cls.h"
 #include "gui/MainGLCanvas_cls.h"
 #include "gui/MyApp.h"
@@ -39,6 +48,7 @@
 #include "gui/PreferencesDialog_cls.h"
 #include "gui/PreviewPropertyGUI_cls.h"
 #include "gui/RenderMenu_cls.h"
+#include "gui/ScenePanelGUI_cls.h"
 #include "gui/SequencePanel_cls.h"
 #include "gui/StereoViewGUI_cls.h"
 #include "gui/ThreadFilterChain.h"
@@ -46,6 +56,8 @@
 #include "gui/WxUserPrompt_cls.h"
 #include "pov/PovExport_cls.h"
 #include "pov/ViewAnchor_cls.h"
+#include "pov/LightSRC_cls.h"
+#include "pov/PovExport_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -218,6 +230,7 @@ wxEND_EVENT_TABLE()
     RunStartupThreads();
 
     // 6. The animation model, views, panels, time line, status bar, recent menu.
+    InitializeScene();
     for (int i = 0; i < kViewCount; ++i) {
         const auto view = i < 4 ? static_cast<Camera_cls::FixedView>(i) : Camera_cls::kViewPerspective;
         mvViewCtrl[static_cast<size_t>(i)] = std::make_unique<GLCanvasCtrl_cls>(i, view);
@@ -278,6 +291,7 @@ wxEND_EVENT_TABLE()
     for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
         mvpDF3GL[static_cast<size_t>(slot)] = std::make_unique<DF3GL_cls>(&seqCtrl.GetSequence(slot));
         companions[static_cast<size_t>(slot)] = mvpDF3GL[static_cast<size_t>(slot)].get();
+        mvpSceneGL[static_cast<size_t>(slot)] = std::make_unique<SceneGL_cls>();
     }
     DF3GL_cls::InitializeStaticMembers(mpPrompt.get(), &seqCtrl, &GetPreference(), &mpMain->GetColoring());
     DF3GL_cls::SetTexProperty(&mpMain->GetTexProperty());
@@ -321,6 +335,12 @@ wxEND_EVENT_TABLE()
             mpFilterPanels->UpdateFromChains();
         }
     });
+    miSceneTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) {
+        if (RefreshAnimatedSceneItems())
+            WakeIdle();
+        if (mpScenePanel != nullptr)
+            mpScenePanel->UpdateFromModel();
+    });
     miUndoListener = GetUndoManager().AddListener([this](uint32_t flags) {
         // A colour-map edit undone or redone: textures with baked colours follow it.
         if ((flags & kComColorRedraw) != 0)
@@ -330,6 +350,8 @@ wxEND_EVENT_TABLE()
         ValidateTimeLineSet();
         if (mpTimeLine != nullptr)
             mpTimeLine->RefreshKeys();
+        if (mpScenePanel != nullptr)
+            mpScenePanel->UpdateFromModel();
     });
     SetBaseTitle(title);
     UpdateEditMenu();
@@ -356,6 +378,9 @@ FrameMain_cls::~FrameMain_cls()
     mpFilterThread->Join();
     GetUndoManager().RemoveListener(miUndoListener);
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
+    mpMain->GetTimeCtrl().RemoveListener(miSceneTimeListener);
+    mpMain->GetPovExport().GetLights().FuncHookChanged = nullptr;
+    mpMain->GetPovExport().SetColoring(nullptr);
     mpMain->SetDataChangedHook(nullptr);
     mpMain->SetProjectOpener(nullptr);
     RemoveProjectHooks();
@@ -366,6 +391,8 @@ FrameMain_cls::~FrameMain_cls()
     MakeContextCurrent();
     mpMain->GetSeqCtrl().ReleaseAll();
     mpMain->GetSeqCtrl().SetTexJobsFactory(nullptr);
+    for (auto& scene : mvpSceneGL)
+        scene.reset();
     // The panels hold the clock and the parameter sets, which die with this object: the child
     // windows go first.
     DestroyChildren();
@@ -520,6 +547,21 @@ void FrameMain_cls::BuildControlPanel()
     mpFilterPanels->SetEditedFunc([this] { OnFilterChainChanged(); });
     mpFilterPanels->SetChainChangedFunc([this] { ValidateTimeLineSet(); });
     book->AddPage(mpFilterPanels, TrW("Filter Chain"));
+    ScenePanelGUI_cls::Links links;
+    links.mActiveChain = [this] { return &mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl(); };
+    links.mpLights = &mpMain->GetPovExport().GetLights();
+    links.mpCameraPath = &mpMain->GetCameraPath();
+    links.mActiveViewCamera = [this]() -> const Camera_cls& { return GetViewCtrl(miActiveView).GetCamera(); };
+    links.mCurrentFrame = [this] { return GetCurrentFrame(); };
+    links.mFrameOfTime = [this](double time) {
+        return static_cast<int>(std::lround(time * mpMain->GetTimeCtrl().GetMaxFrame()));
+    };
+    links.mChainChanged = [this] { OnFilterChainChanged(); };
+    links.mSceneChanged = [this] { OnSceneChanged(); };
+    links.mOpenCustomColor = [this] { OpenCustomColorEditor(); };
+    links.mExportIso = [this](PovIsosurface_cls* iso) { ExportIsosurface(iso); };
+    mpScenePanel = new ScenePanelGUI_cls(book, std::move(links));
+    book->AddPage(mpScenePanel, TrW("Scene"));
     sizer->Add(book, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
@@ -872,9 +914,183 @@ void FrameMain_cls::DrawVolumes()
         // Every slot holding data is drawn, whatever its filter chain shows.
         if (sequence.GetFrameCount() == 0)
             continue;
-        if (mvpDF3GL[static_cast<size_t>(slot)]->DrawData())
+        DF3GL_cls& gl = *mvpDF3GL[static_cast<size_t>(slot)];
+        SceneGL_cls& scene = *mvpSceneGL[static_cast<size_t>(slot)];
+        const FilterCtrl_cls& chain = sequence.GetFilterCtrl();
+        // Opaque surfaces first: they write depth and hide the slices behind them; translucent
+        // surfaces and the section planes blend over the slices afterwards.
+        scene.ResetPassCounters();
+        scene.Prune(chain);
+        scene.DrawOpaque(chain, mpMain->GetColoring(), gl.GetColorIndex(), DF3GL_cls::GetBoxScale());
+        if (gl.DrawData())
             drawn = sequence.GetRemappedIndex(-1);
+        scene.DrawTranslucent(chain, mpMain->GetColoring(), gl.GetColorIndex(), DF3GL_cls::GetBoxScale());
     }
+    DrawSceneMarkers();
+}
+
+void FrameMain_cls::DrawSceneMarkers()
+{
+    const double time = Parameters_cls::GetCurrentDoubleIndex();
+    LightSRC_cls& lights = mpMain->GetPovExport().GetLights();
+    for (size_t i = 0; i < lights.GetCount(); ++i) {
+        double v[LightSRC_cls::kDimension];
+        lights.GetParam(i).Evaluate(time, 0.0, v);
+        const float rgb[3] = {static_cast<float>(std::clamp(v[3], 0.0, 1.0)),
+                              static_cast<float>(std::clamp(v[4], 0.0, 1.0)),
+                              static_cast<float>(std::clamp(v[5], 0.0, 1.0))};
+        SceneMarkersGL_cls::DrawLight({v[0], v[1], v[2]}, rgb, 0.06);
+    }
+    // The camera path is drawn by the views themselves (see MainGLCanvas_cls).
+}
+
+Coloring_cls& FrameMain_cls::GetColoring()
+{
+    return mpMain->GetColoring();
+}
+
+CameraPathCtrl_cls& FrameMain_cls::GetCameraPath()
+{
+    return mpMain->GetCameraPath();
+}
+
+void FrameMain_cls::InitializeScene()
+{
+    mpMain->GetColoring().GetPCustomColor()->FuncHookMapChanged = [this] { OnColourMapChanged(); };
+    mpMain->GetCameraPath().FuncHookChanged = [this](CameraPathCtrl_cls&) { OnSceneChanged(); };
+    mpMain->GetPovExport().GetLights().FuncHookChanged = [this] { OnSceneChanged(); };
+}
+
+void FrameMain_cls::UpdateTimeLineSets()
+{
+    if (mpTimeLine == nullptr)
+        return;
+    std::vector<TimeLineGUI_cls::NamedSet> sets = {{L"BoxSize", &mpMain->GetBoxSize()},
+                                                   {L"BoxRotate", &mpMain->GetBoxRotate()},
+                                                   {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}};
+    CameraPathCtrl_cls& path = mpMain->GetCameraPath();
+    if (Parameters_cls* camera = path.GetPCamera(path.GetActiveCamera()))
+        sets.emplace_back(L"CameraPath", camera);
+    LightSRC_cls& lights = mpMain->GetPovExport().GetLights();
+    for (size_t i = 0; i < lights.GetCount(); ++i)
+        sets.emplace_back(WStrPrintf("Light %zu", i + 1), &lights.GetParam(i));
+    // The isosurfaces of the active slot, while they are in its chain (this list is made again
+    // after every change of the chain, so it never names an item that left it).
+    const FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
+    for (int i = 0; i < chain.GetItemNum(); ++i)
+        if (auto* iso = dynamic_cast<PovIsosurface_cls*>(chain.GetPFilterBase(i)))
+            sets.emplace_back(L"Isosurface " + iso->GetIdTag(), &iso->GetParameters());
+    // The filter item whose keys a panel put on the time line.
+    if (mpTLSet != nullptr && !mStrTLTag.empty())
+        sets.emplace_back(L"Filter " + mpTLSet->GetName(), mpTLSet);
+    // The user keeps the set they were looking at when it is still offered.
+    const std::wstring shown = mpTimeLine->GetShownSetName();
+    mpTimeLine->SetParameterSets(std::move(sets));
+    if (!shown.empty())
+        mpTimeLine->SelectSet(shown);
+}
+
+void FrameMain_cls::OnSceneChanged()
+{
+    UpdateTimeLineSets();
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
+    // The state report follows in the next idle pass: this also runs in the middle of reading a
+    // project, when the window shows half of it.
+    RefreshViews();
+    WakeIdle();
+}
+
+void FrameMain_cls::OnColourMapChanged()
+{
+    // Baked (RGBA) textures hold the map's colours: the slots showing a custom map make theirs
+    // again. The other texel formats take the colour at drawing time.
+    if (GetPreviewProperty().GetTextureType() == 2) {
+        for (auto& gl : mvpDF3GL)
+            if (gl && Coloring_cls::IsCustomIndex(gl->GetColorIndex()))
+                gl->RequestTextureRebuild();
+        mvReadySignature.fill(-1);
+        WakeIdle();
+    }
+    if (mpCustomColorGUI != nullptr && mpCustomColorGUI->IsShown())
+        mpCustomColorGUI->UpdateFromModel();
+    RefreshViews();
+    WakeIdle();
+}
+
+void FrameMain_cls::OpenCustomColorEditor()
+{
+    if (mpCustomColorGUI == nullptr) {
+        CustomColorGUI_cls::SlotColourLinks slot;
+        slot.mGet = [this] {
+            return mvpDF3GL[static_cast<size_t>(mpMain->GetSeqCtrl().GetActiveSlot())]->GetColorIndex();
+        };
+        slot.mSet = [this](int index) {
+            DF3GL_cls& gl = *mvpDF3GL[static_cast<size_t>(mpMain->GetSeqCtrl().GetActiveSlot())];
+            if (gl.GetColorIndex() == index)
+                return;
+            gl.SetColorIndex(index);
+            if (GetPreviewProperty().GetTextureType() == 2) {
+                gl.RequestTextureRebuild();
+                mvReadySignature.fill(-1);
+                WakeIdle();
+            }
+            RefreshViews();
+            WriteStateReport();
+        };
+        mpCustomColorGUI = new CustomColorGUI_cls(this, mpMain->GetColoring().GetPCustomColor(), std::move(slot));
+        // Beside the views rather than over them: the user watches the colours change there.
+        const wxRect frame = GetScreenRect();
+        const wxSize size = mpCustomColorGUI->GetSize();
+        mpCustomColorGUI->Move(std::max(frame.GetRight() - size.x, frame.GetLeft()), frame.GetTop() + 60);
+        mpCustomColorGUI->Bind(wxEVT_SHOW, [this](wxShowEvent& e) {
+            e.Skip();
+            CallAfter([this] { WriteStateReport(); });
+        });
+    }
+    mpCustomColorGUI->UpdateFromModel();
+    mpCustomColorGUI->Show();
+    mpCustomColorGUI->Raise();
+    WriteStateReport();
+}
+
+void FrameMain_cls::ExportIsosurface(PovIsosurface_cls* iso)
+{
+    if (iso == nullptr)
+        return;
+    const std::wstring folder =
+        mStrLastDataPath.empty() ? std::wstring() : std::filesystem::path(mStrLastDataPath).parent_path().wstring();
+    IsosurfaceExportGUI_cls::ShowAndExport(this, *iso, mpPrompt.get(), folder);
+    WriteStateReport();
+}
+
+bool FrameMain_cls::RefreshAnimatedSceneItems()
+{
+    // The chain runs when a frame's textures are made; a frame that stays the same while an
+    // animated level moves would keep the old mesh, so such a frame is made again.
+    const double time = Parameters_cls::GetCurrentDoubleIndex();
+    bool marked = false;
+    for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
+        DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
+        DF3_cls* frame = sequence.GetCurrentDF3();
+        if (frame == nullptr)
+            continue;
+        const FilterCtrl_cls& chain = sequence.GetFilterCtrl();
+        for (int i = 0; i < chain.GetItemNum(); ++i) {
+            auto* item = dynamic_cast<FilterOutput_cls*>(chain.GetPFilterBase(i));
+            if (item == nullptr || !item->GetPData()->IsValid() || !item->GetParameters().IsTimeDependent())
+                continue;
+            const Parameters_cls& set = item->GetParameters();
+            std::vector<double> now(set.GetDimension());
+            set.Evaluate(time, 0.0, now.data());
+            if (!std::equal(now.begin(), now.end(), set.GetPCurrentValue())) {
+                frame->SetDirty();
+                marked = true;
+                break;
+            }
+        }
+    }
+    return marked;
 }
 
 std::array<double, 3> FrameMain_cls::GetVolumeExtent()
@@ -996,6 +1212,9 @@ void FrameMain_cls::OnDataChanged()
         SetBaseTitle(mpMain->GetDataTitle());
     mvDrawnIndex.fill(-1);
     mvReadySignature.fill(-1);
+    UpdateTimeLineSets();
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
     if (mpSequencePanel != nullptr)
         mpSequencePanel->UpdateFromSlots();
     if (mpTimeLine != nullptr)
@@ -1209,10 +1428,13 @@ void FrameMain_cls::RefreshAfterRead()
         mpColorChooser->PushToSlots();
         OnSlotColoursChanged(-1);
     }
+    UpdateTimeLineSets();
     if (mpTimeLine != nullptr)
         mpTimeLine->UpdateFromClock();
     if (mpSequencePanel != nullptr)
         mpSequencePanel->UpdateFromSlots();
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
     mbPendingRelayout = true;
     mbPendingViewUpdate = true;
 }
@@ -1553,6 +1775,9 @@ void FrameMain_cls::OnFilterChainChanged()
     StartFilterRun();
     RefreshViews();
     WakeIdle();
+    UpdateTimeLineSets();
+    if (mpScenePanel != nullptr)
+        mpScenePanel->UpdateFromModel();
     WriteStateReport();
 }
 
@@ -1609,18 +1834,13 @@ void FrameMain_cls::UpdateChainParameters()
 
 void FrameMain_cls::SetFilterSetOnTimeLine(Parameters_cls* set, const std::wstring& tag)
 {
-    std::vector<TimeLineGUI_cls::NamedSet> sets = {{L"BoxSize", &mpMain->GetBoxSize()},
-                                                   {L"BoxRotate", &mpMain->GetBoxRotate()},
-                                                   {L"TimeRemap", &mpMain->GetTimeCtrl().GetTimeRemap()}};
     mStrTLTag = set ? tag : L"";
+    mpTLSet = set;
     if (!set)
         mpTLChain = nullptr;
-    const std::wstring name = set ? L"Filter " + set->GetName() : L"";
+    UpdateTimeLineSets();
     if (set)
-        sets.emplace_back(name, set);
-    mpTimeLine->SetParameterSets(std::move(sets));
-    if (set)
-        mpTimeLine->SelectSet(name);
+        mpTimeLine->SelectSet(L"Filter " + set->GetName());
     WriteStateReport();
 }
 
@@ -2082,6 +2302,25 @@ void FrameMain_cls::WriteStateReport()
     text += mpRenderMenu->DescribeState();
     if (const PovSettingsDialog_cls* dialog = PovSettingsDialog_cls::GetOpen())
         text += dialog->DescribeWidgetPlaces();
+    text += mpScenePanel->DescribeWidgets();
+    text += mpScenePanel->DescribeWidgetPlaces();
+    {
+        int meshes = 0, sections = 0;
+        size_t triangles = 0;
+        for (const auto& scene : mvpSceneGL) {
+            meshes += scene->GetCounters().miMeshes;
+            sections += scene->GetCounters().miSections;
+            triangles += scene->GetCounters().muTriangles;
+        }
+        text += WStrPrintf("scene.drawn=%d %d %zu\n", meshes, sections, triangles);
+        text += WStrPrintf("slotcolor=%d\n",
+                           mvpDF3GL[static_cast<size_t>(mpMain->GetSeqCtrl().GetActiveSlot())]->GetColorIndex());
+    }
+    if (mpCustomColorGUI != nullptr) {
+        text += mpCustomColorGUI->DescribeState();
+        text += WStrPrintf("customcolor_shown=%d\n", mpCustomColorGUI->IsShown() ? 1 : 0);
+        text += mpCustomColorGUI->DescribeWidgetPlaces();
+    }
     if (text == mStrLastState)
         return;
     mStrLastState = text;

@@ -17,6 +17,9 @@
 #include <vector>
 
 class ColorMapChooser_cls;
+class CameraPathCtrl_cls;
+class Coloring_cls;
+class CustomColorGUI_cls;
 class DF3GL_cls;
 class DrawingBlockGUI_cls;
 class ImgSequence_cls;
@@ -26,6 +29,8 @@ class RenderMenu_cls;
 class FilterCtrl_cls;
 class FilterPanels_cls;
 class ThreadFilterChain;
+class SceneGL_cls;
+class ScenePanelGUI_cls;
 class Main_cls;
 class MainGLCanvas_cls;
 class Parameters_cls;
@@ -151,6 +156,12 @@ class FrameMain_cls : public wxFrame
     void ShowFrameAtStart(int frame);
     /// Draws the current frame of every slot holding data (a paint, context current).
     void DrawVolumes();
+    /// Draws the lights and the camera path as markers (a paint, context current).
+    void DrawSceneMarkers();
+    /// The colour maps of the preview and the export (custom maps included).
+    Coloring_cls& GetColoring();
+    /// The camera path.
+    CameraPathCtrl_cls& GetCameraPath();
     /// Sides of the box the volumes are drawn in: the active frame's aspect (longest side 1)
     /// times the current "BoxSize" extent.
     std::array<double, 3> GetVolumeExtent();
@@ -246,6 +257,23 @@ class FrameMain_cls : public wxFrame
     std::wstring DescribeSlots() const;
     void OnCharHook(wxKeyEvent& event);
 
+    // The scene items (isosurfaces, sections, lights, camera path, custom colours).
+    /// Creates the colour maps and the camera path and connects their change notices.
+    void InitializeScene();
+    /// Lights or cameras changed: panel, time-line sets and views follow.
+    void OnSceneChanged();
+    /// A custom colour map changed: baked textures are made again, the views redrawn.
+    void OnColourMapChanged();
+    /// Shows the "Custom Color" editor (made at first use).
+    void OpenCustomColorEditor();
+    /// Exports the isosurface through its dialog.
+    void ExportIsosurface(class PovIsosurface_cls* iso);
+    /// A new time: slots whose animated output items (isosurface level, planes) take other
+    /// values now have their current frame processed again. True when one was marked.
+    bool RefreshAnimatedSceneItems();
+    /// The parameter sets offered on the time line (shared sets, lights, camera path).
+    void UpdateTimeLineSets();
+
     /// One playback step of the idle loop: advance the clock, aim at one frame per interval.
     void ProcPlayTex();
     void UpdateEditMenu();
@@ -309,10 +337,16 @@ class FrameMain_cls : public wxFrame
     class wxNotebook* mpControlBook = nullptr;         ///< the control panel's pages
     FilterCtrl_cls* mpTLChain = nullptr;               ///< chain of the filter item whose set the time line shows
     std::wstring mStrTLTag;                            ///< that item's tag ("" when none)
+    Parameters_cls* mpTLSet = nullptr;                 ///< that item's set
+    ScenePanelGUI_cls* mpScenePanel = nullptr;
+    CustomColorGUI_cls* mpCustomColorGUI = nullptr;
     std::array<MainGLCanvas_cls*, kViewCount> mvCanvas{};
     std::array<std::unique_ptr<GLCanvasCtrl_cls>, kViewCount> mvViewCtrl;
     // The drawing companions of the four data slots (their textures live in the shared context).
     std::array<std::unique_ptr<DF3GL_cls>, 4> mvpDF3GL;
+    // The scene items drawn with each slot's volume.
+    std::array<std::unique_ptr<SceneGL_cls>, 4> mvpSceneGL;
+    int miSceneTimeListener = 0;
     std::array<int, 4> mvDrawnIndex{-1, -1, -1, -1};     ///< frame each slot's last paint drew, or -1
     std::array<bool, 4> mvFailedCurrent{};               ///< the current frame could not be brought up
     std::array<int, 4> mvReadySignature{-1, -1, -1, -1}; ///< current index * 1000 + bind percent

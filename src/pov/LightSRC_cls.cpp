@@ -1,12 +1,86 @@
 #include "pov/LightSRC_cls.h"
 
+#include "pov/ComLightParamRemove_cls.h"
+
 #include "anim/Parameters_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/TextFormat.h"
 
-LightSRC_cls::LightSRC_cls() = default;
-LightSRC_cls::~LightSRC_cls() = default;
+#include <algorithm>
+#include <mutex>
+#include <set>
+
+namespace
+{
+// Live lists, so that a command left in the history after its list is gone does nothing.
+std::mutex GLiveMutex;
+std::set<const LightSRC_cls*> GLiveLights;
+} // namespace
+
+LightSRC_cls::LightSRC_cls()
+{
+    std::lock_guard<std::mutex> lock(GLiveMutex);
+    GLiveLights.insert(this);
+}
+
+LightSRC_cls::~LightSRC_cls()
+{
+    std::lock_guard<std::mutex> lock(GLiveMutex);
+    GLiveLights.erase(this);
+}
+
+bool LightSRC_cls::IsLive(const LightSRC_cls* lights)
+{
+    std::lock_guard<std::mutex> lock(GLiveMutex);
+    return GLiveLights.count(lights) != 0;
+}
+
+std::unique_ptr<Parameters_cls> LightSRC_cls::TakeLight(size_t i, unsigned* kind)
+{
+    if (i >= mvLights.size())
+        return nullptr;
+    if (kind)
+        *kind = mvLights[i].uKind;
+    std::unique_ptr<Parameters_cls> param = std::move(mvLights[i].pParam);
+    mvLights.erase(mvLights.begin() + static_cast<std::ptrdiff_t>(i));
+    return param;
+}
+
+void LightSRC_cls::InsertLight(size_t i, unsigned kind, std::unique_ptr<Parameters_cls> param)
+{
+    if (!param)
+        return;
+    Light light;
+    light.uKind = kind <= kParallel ? kind : kPoint;
+    light.pParam = std::move(param);
+    mvLights.insert(mvLights.begin() + static_cast<std::ptrdiff_t>(std::min(i, mvLights.size())), std::move(light));
+}
+
+int LightSRC_cls::AddLightExecute(unsigned kind, const double* position, const double* rgb, double energy)
+{
+    // The light is made outside the list and handed to the command pair, which inserts it.
+    const int index = AddLight(kind, position, rgb, energy);
+    unsigned madeKind = kPoint;
+    auto holder = std::make_shared<ComLightParamRemove_cls::Holder>();
+    holder->pParam = TakeLight(static_cast<size_t>(index), &madeKind);
+    holder->uKind = madeKind;
+    GetUndoManager().SetNewCommand(std::make_unique<ComLightParamAdd_cls>(this, index, holder, true),
+                                   std::make_unique<ComLightParamAdd_cls>(this, index, holder, false));
+    GetUndoManager().ExecCurrent();
+    return index;
+}
+
+bool LightSRC_cls::RemoveLightExecute(size_t i)
+{
+    if (i >= mvLights.size())
+        return false;
+    auto holder = std::make_shared<ComLightParamRemove_cls::Holder>();
+    const int index = static_cast<int>(i);
+    GetUndoManager().SetNewCommand(std::make_unique<ComLightParamRemove_cls>(this, index, holder, false),
+                                   std::make_unique<ComLightParamRemove_cls>(this, index, holder, true));
+    return GetUndoManager().ExecCurrent();
+}
 
 int LightSRC_cls::AddLight(unsigned kind, const double* position, const double* rgb, double energy)
 {
@@ -73,6 +147,10 @@ bool LightSRC_cls::ReadStrLine(LineStream_cls& stream, const std::wstring& first
     if (firstLine.rfind(L"--LightSource", 0) != 0)
         return false;
     mvLights.clear();
+    struct Notify {
+        LightSRC_cls* p;
+        ~Notify() { p->NotifyChanged(); }
+    } notify{this};
     std::wstring line;
     while (stream.GetLine(line)) {
         if (line.rfind(L"--FinishLightSource", 0) == 0)

@@ -3,6 +3,7 @@
 // are key-framed ("Light" parameter sets of seven values: x, y, z in world units, red, green,
 // blue, energy), written as light_source blocks for the frame's time and kept in project text
 // between "--LightSource" and "--FinishLightSource".
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +29,25 @@ class LightSRC_cls
     /// Removes light i (out of range: nothing). True when removed.
     bool RemoveLight(size_t i);
     void Clear();
+    /// Takes light i out of the list with its set (null when out of range); kind in *kind.
+    /// No history: the undoable form is ComLightParamRemove_cls.
+    std::unique_ptr<Parameters_cls> TakeLight(size_t i, unsigned* kind);
+    /// Puts a light back at index i (clamped to the end). No history.
+    void InsertLight(size_t i, unsigned kind, std::unique_ptr<Parameters_cls> param);
+    /// Adds a light as one undo step "Add Light" (ComLightParamAdd_cls); returns its index.
+    int AddLightExecute(unsigned kind, const double* position, const double* rgb, double energy);
+    /// Removes light i as one undo step "Remove Light"; false when out of range.
+    bool RemoveLightExecute(size_t i);
+    /// Called after every change of the list (edit, undo, redo, read). GUI thread.
+    std::function<void()> FuncHookChanged;
+    /// Runs FuncHookChanged (used by the commands).
+    void NotifyChanged()
+    {
+        if (FuncHookChanged)
+            FuncHookChanged();
+    }
+    /// True while `lights` is alive (commands check before acting).
+    static bool IsLive(const LightSRC_cls* lights);
     size_t GetCount() const { return mvLights.size(); }
     bool IsEmpty() const { return mvLights.empty(); }
     unsigned GetKind(size_t i) const { return mvLights.at(i).uKind; }

@@ -2244,6 +2244,499 @@ def case_filter_panel_graph(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+# --- scene items -------------------------------------------------------------------------------
+
+def write_cone_ball(folder, n=24):
+    """One DF3 frame: a dense ball of radius 0.3 n with a thin shell falling linearly from 255 to
+    0 over four voxels around it, so the isosurface moves outwards as the level goes down while
+    little fog lies in front of it."""
+    body = bytearray(n * n * n)
+    c = (n - 1) / 2.0
+    r, shell = 0.3 * n, 4.0
+    for z in range(n):
+        for y in range(n):
+            row = (z * n + y) * n
+            for x in range(n):
+                d = ((x - c) ** 2 + (y - c) ** 2 + (z - c) ** 2) ** 0.5
+                body[row + x] = 255 if d <= r else max(0, int(round(255 * (1 - (d - r) / shell))))
+    path = os.path.join(folder, "cone_0000.df3")
+    with open(path, "wb") as f:
+        f.write(n.to_bytes(2, "big") * 3 + bytes(body))
+    return path
+
+
+def widget(app, key):
+    x, y, w, h = [int(v) for v in app.state()[key].split()]
+    check(w > 0 and h > 0 and (x, y) != (0, 0), "%s is not on the screen" % key)
+    return x, y, w, h
+
+
+def reveal(app, key):
+    """Scrolls the control panel with the mouse wheel until the widget lies within the window. The
+    wheel turns over the panel's left margin: over a choice or a spin box it would change them."""
+    v = app.view(3)
+    top, bottom = v["sy"], v["sy"] + v["h"]
+    margin = v["sx"] + v["w"] + 6
+    for _ in range(40):
+        x, y, w, h = widget(app, key)
+        if y >= top and y + h <= bottom:
+            return
+        button = "5" if y + h > bottom else "4"
+        subprocess.run(["xdotool", "mousemove", str(margin), str((top + bottom) // 2), "click", "--repeat", "3",
+                        button], check=True)
+        time.sleep(0.4)
+    raise Failure("%s cannot be scrolled into view" % key)
+
+
+def click(app, key, dx=None):
+    if key.startswith("scw."):
+        reveal(app, key)
+    x, y, w, h = widget(app, key)
+    cx = x + (w // 2 if dx is None else dx)
+    subprocess.run(["xdotool", "mousemove", str(cx), str(y + h // 2), "click", "1"], check=True)
+    time.sleep(0.3)
+
+
+def choose(app, key, downs):
+    """Opens a choice and moves `downs` entries down from the one shown, as a user would."""
+    click(app, key)
+    time.sleep(0.4)
+    for _ in range(downs):
+        subprocess.run(["xdotool", "key", "Down"], check=True)
+        time.sleep(0.05)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+    time.sleep(0.3)
+
+
+def type_spin(app, key, text):
+    """Types into a spin box (its text part is the left half) and presses Return."""
+    reveal(app, key)
+    x, y, w, h = widget(app, key)
+    subprocess.run(["xdotool", "mousemove", str(x + w // 4), str(y + h // 2), "click", "--repeat", "3", "1"],
+                   check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a", "BackSpace"], check=True)
+    subprocess.run(["xdotool", "type", text], check=True)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+
+
+def scene_iso(s):
+    f = s["scene.iso"].split()
+    return int(f[0]), [float(v) for v in f[1:3]], [int(v) for v in f[3:]]
+
+
+def drawn_meshes(s):
+    return int(s.get("scene.drawn", "0 0 0").split()[0])
+
+
+def red_excess(pic, x0, y0, x1, y1):
+    """Mean of red minus the larger of green and blue over a region."""
+    total, n = 0, 0
+    for y in range(y0, y1, 2):
+        for x in range(x0, x1, 2):
+            p = pic.pixel(x, y)
+            total += p[0] - max(p[1], p[2])
+            n += 1
+    return total / max(n, 1)
+
+
+def case_scene_iso(binary):
+    """An isosurface added from the Filter menu shows as a lit mesh; a higher level in the Scene
+    panel shrinks it; a colour template of the Custom Color editor recolours it; each Undo
+    brings the previous picture back."""
+    work = tempfile.mkdtemp(prefix="tessan-scene-")
+    try:
+        path = write_cone_ball(work)
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            core = (cx - 20, cy - 20, cx + 20, cy + 20)
+            half = v["h"] // 6
+            ball = (cx - half, cy - half, cx + half, cy + half)
+            plain = app.grab("plain.png")
+            # Filter > Add Isosurface (the first entry).
+            menu(app, "i", [])
+            s = app.wait_for(lambda s: s["chain"] == "1|Isosurface", "the menu added no isosurface")
+            check(s["undo"].startswith("Undo Add Filter"), "Undo names the addition: %r" % s["undo"])
+            s = app.wait_for(lambda s: drawn_meshes(s) == 1 and scene_iso(s)[2][1] >= 1, "no mesh drawn")
+            count, values, built = scene_iso(s)
+            check(count == 1 and abs(values[0] - 0.5) < 1e-6, "the panel lists the new isosurface: %r" % s["scene.iso"])
+            check(built[1] > 100, "the mesh has triangles: %r" % s["scene.iso"])
+            iso = app.grab("iso.png")
+            # The lit surface darkens toward its outline, where the plain volume is bright.
+            shown = region_difference(plain, iso, *ball)
+            check(shown > 3.0, "the mesh changed nothing on the ball (%.2f)" % shown)
+
+            # A higher level: the chain extracts again, the sphere gets smaller.
+            type_spin(app, "scw.level", "0.85")
+            s = app.wait_for(lambda s: abs(scene_iso(s)[1][0] - 0.85) < 1e-6 and scene_iso(s)[2][0] >= 2,
+                             "the level change was not extracted")
+            check(s["undo"].startswith("Undo"), "the level change is an undo step: %r" % s["undo"])
+            faces_high = scene_iso(s)[2][1]
+            check(faces_high < built[1], "a higher level gives a smaller mesh (%d, %d)" % (faces_high, built[1]))
+            time.sleep(1.0)
+            high = app.grab("high.png")
+            moved = region_difference(iso, high, *ball)
+            check(moved > 1.0, "the smaller mesh changed nothing on the screen (%.2f)" % moved)
+
+            # Undo: level 0.5 again, the picture of the first mesh.
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: abs(scene_iso(s)[1][0] - 0.5) < 1e-6 and scene_iso(s)[2][1] == built[1],
+                             "Undo did not bring the level back")
+            time.sleep(1.0)
+            back = app.grab("back.png")
+            check(region_difference(iso, back, *ball) < moved / 4,
+                  "Undo of the level: not the first mesh's picture (%.3f)" % region_difference(iso, back, *ball))
+
+            # The Custom Color editor: a new map (Black White) for the slot, then "Red Yellow".
+            click(app, "scw.customcolor")
+            s = app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+            click(app, "ccw.newmap")
+            app.wait_for(lambda s: s.get("customcolor", "").startswith("1 0 "), "New Map made no map")
+            choose(app, "ccw.slotcolor", 10)
+            app.wait_for(lambda s: s.get("slotcolor") == "10", "the slot did not take the custom map")
+            time.sleep(1.0)
+            grey = app.grab("grey.png")
+            choose(app, "ccw.template", 1)
+            app.wait_for(lambda s: s.get("customcolor", "").split()[3] == "2", "the template did not replace the keys")
+            time.sleep(1.0)
+            red = app.grab("red.png")
+            check(red_excess(red, *core) > 40, "Red Yellow: the mesh is not red (%.1f)" % red_excess(red, *core))
+            check(red_excess(grey, *core) < 10, "Black White: the mesh is red (%.1f)" % red_excess(grey, *core))
+            app.key("ctrl+z")
+            time.sleep(1.5)
+            grey_again = app.grab("grey_again.png")
+            check(region_difference(grey, grey_again, *box) < 1.0,
+                  "Undo of the template: not the earlier picture (%.3f)" % region_difference(grey, grey_again, *box))
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_scene_lights_cameras(binary):
+    """Add Light and Add Camera in the Scene panel are undo steps; the lights and the camera path
+    are offered on the time line; the camera path moves view 0 when the frame changes."""
+    work = tempfile.mkdtemp(prefix="tessan-lights-")
+    try:
+        first = write_series(work)[0]
+        app = App(binary, args=[first], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            # Spot lights: the kind chosen before Add Light.
+            choose(app, "scw.lightkind", 1)
+            click(app, "scw.addlight")
+            # The list changes inside the step; the Edit menu names it once the step is done.
+            app.wait_for(lambda s: s["scene.lights"] == "1 1", "Add Light added no spot light")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Add Light"), "Undo does not name the light")
+            click(app, "scw.addlight")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "a second light was not added")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.lights"] == "1 1", "Undo left the second light")
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Redo did not bring the light back")
+            click(app, "scw.removelight")
+            app.wait_for(lambda s: s["scene.lights"] == "1 1", "Remove Light removed nothing")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Remove Light"), "Undo does not name the removal")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Undo did not bring the removed light back")
+
+            # The chosen light's energy: one undo step, undone back to 1.
+            s = app.state()
+            chosen = s["scene.light"].split()
+            check(chosen[4] == "1.0000", "a new light has energy 1: %r" % s["scene.light"])
+            type_spin(app, "scw.energy", "3")
+            s = app.wait_for(lambda s: s["scene.light"].split()[4] == "3.0000", "the energy did not change")
+            check(s["scene.light"].split()[0] == chosen[0], "the same light: %r" % s["scene.light"])
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.light"].split()[4] == "1.0000", "Undo left the energy at 3")
+            app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Undo of the energy changed the list")
+
+            # The lights' key-framed sets are offered on the time line after the shared ones
+            # (BoxSize, BoxRotate, TimeRemap, CameraPath).
+            choose(app, "tlw.set", 5)
+            s = app.wait_for(lambda s: s["timeline_set"] == "Light 2", "the time line does not offer Light 2")
+            check(s["keys"] == "0", "a new light holds one constant key: %r" % s["keys"])
+
+            # Cameras: the perspective view's camera at frame 0, another at frame 4 after a turn.
+            click(app, "scw.addcamera")
+            app.wait_for(lambda s: s["scene.cameras"] == "1 0", "Add Camera added nothing")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Add Camera"), "Undo does not name the camera")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.cameras"] == "0", "Undo left the camera")
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["scene.cameras"] == "1 0", "Redo did not bring the camera back")
+            type_into(app, "framebox", "4")
+            app.wait_for(lambda s: s["frame"] == "4", "the frame did not change")
+            cam3_before = app.camera(3)[0]
+            v = app.view(3)
+            subprocess.run(["xdotool", "mousemove", str(v["sx"] + v["w"] // 2), str(v["sy"] + v["h"] // 2),
+                            "mousedown", "1", "mousemove_relative", "--", "120", "0", "mouseup", "1"], check=True)
+            app.wait_for(lambda s: distance(app.camera(3)[0], cam3_before) > 0.1, "the drag did not turn the view")
+            click(app, "scw.addcamera")
+            s = app.wait_for(lambda s: s["scene.cameras"] == "2 0 4", "the second camera was not added at frame 4")
+            # The path's set on the time line: one key per camera (Light 2 is shown; two up).
+            click(app, "tlw.set")
+            time.sleep(0.4)
+            for _ in range(2):
+                subprocess.run(["xdotool", "key", "Up"], check=True)
+                time.sleep(0.05)
+            subprocess.run(["xdotool", "key", "Return"], check=True)
+            s = app.wait_for(lambda s: s["timeline_set"] == "CameraPath", "the time line does not offer the path")
+            check(len(s["keys"].split()) == 2, "one key per camera on the time line: %r" % s["keys"])
+            # Looking through the path is covered by the camera_path case.
+            # The undo of the second camera takes it off the path.
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.cameras"] == "1 0", "Undo left the second camera")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_custom_color_rgba(binary):
+    """With colours baked into RGBA textures, a template applied in the Custom Color editor makes
+    the slot's textures again, so the volume itself takes the new colours; Undo brings the old
+    ones back."""
+    work = tempfile.mkdtemp(prefix="tessan-rgba-")
+    try:
+        path = write_cone_ball(work)
+        with open(os.path.join(work, "KivrelConfigure.txt"), "w", encoding="utf-8") as f:
+            f.write("PreviewTextureType=2\n")
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            v = app.view(3)
+            cx, cy = v["sx"] + v["w"] // 2, v["sy"] + v["h"] // 2
+            half = v["h"] // 8
+            core = (cx - half, cy - half, cx + half, cy + half)
+            click(app, "scw.customcolor")
+            app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+            click(app, "ccw.newmap")
+            app.wait_for(lambda s: s.get("customcolor", "").startswith("1 0 "), "New Map made no map")
+            choose(app, "ccw.slotcolor", 10)
+            app.wait_for(lambda s: s.get("slotcolor") == "10", "the slot did not take the custom map")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 not drawn again")
+            time.sleep(1.0)
+            grey = app.grab("grey.png")
+            check(abs(red_excess(grey, *core)) < 10, "Black White is not grey (%.1f)" % red_excess(grey, *core))
+            choose(app, "ccw.template", 1)
+            app.wait_for(lambda s: s.get("customcolor", "").split()[3] == "2", "the template did not replace the keys")
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 not drawn after the template")
+            time.sleep(1.5)
+            red = app.grab("red.png")
+            check(red_excess(red, *core) > 40, "the baked volume did not turn red (%.1f)" % red_excess(red, *core))
+            app.key("ctrl+z")
+            time.sleep(2.0)
+            again = app.grab("again.png")
+            check(region_difference(grey, again, *core) < 2.0,
+                  "Undo of the template: not the grey volume (%.2f)" % region_difference(grey, again, *core))
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_scene_project(binary):
+    """Lights, the camera path and the custom colour maps are saved with the project and come back
+    when it is opened again, without an undo step."""
+    folder = tempfile.mkdtemp(prefix="tessan-scene-project-")
+    project = os.path.join(folder, "scene.vsp")
+    with open(project, "w") as f:
+        f.write("DF3MaxFrame=49\nDF3WorkAreaMax=49\nDF3ActiveAreaMax=49\n")
+    app = App(binary, answers="yes", args=[project], folder=folder, size="1100x900")
+    try:
+        app.wait_for(lambda s: s["clock"].startswith("49 "), "the project's scene length is read")
+        click(app, "scw.addlight")
+        app.wait_for(lambda s: s["scene.lights"] == "1 0", "Add Light added no point light")
+        for _ in range(7):
+            app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "7", "frame 7")
+        click(app, "scw.addcamera")
+        app.wait_for(lambda s: s["scene.cameras"] == "1 7", "Add Camera added nothing at frame 7")
+        click(app, "scw.customcolor")
+        app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+        click(app, "ccw.newmap")
+        app.wait_for(lambda s: s.get("customcolor", "").startswith("1 0 "), "New Map made no map")
+        choose(app, "ccw.template", 3)  # "Green Red": three keys
+        app.wait_for(lambda s: s.get("customcolor", "").split()[3] == "3", "the template did not set three keys")
+        app.key("ctrl+s")
+        app.wait_for(lambda s: s["title"] == project + " - Tessan", "the project was not saved")
+        with open(project, encoding="utf-8") as f:
+            text = f.read()
+        check("--CameraPath\n" in text and "--LightSource\n" in text and "CUSTOMCOLOR_NUM=1\n" in text,
+              "the scene items are in the project")
+        app.close(keep=True)
+        app2 = App(binary, answers="yes", args=[project], folder=folder, size="1100x900")
+        try:
+            s = app2.wait_for(lambda s: s["scene.lights"] == "1 0" and s["scene.cameras"] == "1 7",
+                              "lights and cameras did not come back")
+            check(s["undo"] == "Undo|0|0", "reading is no edit: %r" % s["undo"])
+            click(app2, "scw.customcolor")
+            s = app2.wait_for(lambda s: s.get("customcolor_shown") == "1", "the editor did not open")
+            check(s["customcolor"].split()[:4] == ["1", "0", "0", "3"], "the map came back: %r" % s["customcolor"])
+        finally:
+            app2.close(keep=True)
+    finally:
+        app.close()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
+def export_through_dialog(app, path):
+    """Clicks the Scene panel's export button and saves as `path` in the file dialog."""
+    click(app, "scw.export")
+    dialog = None
+    for _ in range(50):
+        out = subprocess.run(["xdotool", "search", "--name", "^Export isosurfece \\(POV mesh2 Format\\)$"],
+                             capture_output=True, text=True).stdout.split()
+        if out:
+            dialog = out[0]
+            break
+        time.sleep(0.1)
+    check(dialog is not None, "no file dialog titled 'Export isosurfece (POV mesh2 Format)'")
+    time.sleep(0.5)
+    subprocess.run(["xdotool", "windowfocus", "--sync", dialog], check=True)
+    subprocess.run(["xdotool", "key", "ctrl+a"], check=True)
+    subprocess.run(["xdotool", "type", path], check=True)
+    time.sleep(0.3)
+    subprocess.run(["xdotool", "key", "Return"], check=True)
+    for _ in range(50):
+        gone = subprocess.run(["xdotool", "search", "--name", "^Export isosurfece"], capture_output=True,
+                              text=True).stdout.split()
+        if not gone:
+            return
+        time.sleep(0.1)
+    raise Failure("the export dialog did not close")
+
+
+def case_iso_export(binary):
+    """The export dialog writes the isosurface as OBJ (by the name's extension); an existing file
+    is replaced only after Yes to the question."""
+    work = tempfile.mkdtemp(prefix="tessan-export-")
+    try:
+        path = write_cone_ball(work)
+        # The snapshot question at the start, then the two overwrite questions.
+        app = App(binary, answers="no,no,yes", args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            menu(app, "i", [])
+            s = app.wait_for(lambda s: drawn_meshes(s) == 1 and scene_iso(s)[2][1] > 0, "no mesh drawn")
+            faces = scene_iso(s)[2][1]
+            target = os.path.join(work, "ball.obj")
+            export_through_dialog(app, target)
+            for _ in range(50):
+                if os.path.exists(target):
+                    break
+                time.sleep(0.1)
+            with open(target) as f:
+                text = f.read()
+            check(text.startswith("o Isosurface\n"), "not an OBJ file: %r" % text[:40])
+            check(sum(1 for line in text.splitlines() if line.startswith("f ")) == faces,
+                  "the file holds the drawn mesh's %d triangles" % faces)
+            with open(target, "w") as f:
+                f.write("precious\n")
+            export_through_dialog(app, target)
+            time.sleep(0.5)
+            with open(target) as f:
+                check(f.read() == "precious\n", "No to the question replaced the file")
+            check("File already exists. Overwrite? -> no" in app.stderr(), "the question was not asked")
+            export_through_dialog(app, target)
+            for _ in range(50):
+                with open(target) as f:
+                    if f.read().startswith("o Isosurface"):
+                        break
+                time.sleep(0.1)
+            with open(target) as f:
+                check(f.read().startswith("o Isosurface\n"), "Yes to the question did not replace the file")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def case_iso_animated(binary):
+    """An isosurface's level keyed on the time line: the preview's mesh follows the level of the
+    frame shown, although the data frame stays the same."""
+    work = tempfile.mkdtemp(prefix="tessan-animated-")
+    try:
+        path = write_cone_ball(work)
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            menu(app, "i", [])
+            s = app.wait_for(lambda s: drawn_meshes(s) == 1 and scene_iso(s)[2][1] > 0, "no mesh drawn")
+            faces_low = scene_iso(s)[2][1]
+            # The time line offers the item's set after the shared ones.
+            choose(app, "tlw.set", 4)
+            s = app.wait_for(lambda s: s["timeline_set"].startswith("Isosurface "), "the set is not offered")
+            app.key("Insert")  # animated from here on, its key at frame 0 holds level 0.5
+            type_into(app, "framebox", "40")
+            app.wait_for(lambda s: s["frame"] == "40", "frame 40 not shown")
+            type_spin(app, "scw.level", "0.85")
+            s = app.wait_for(lambda s: len(s["keys"].split()) == 2, "no key at frame 40")
+            s = app.wait_for(lambda s: abs(scene_iso(s)[1][0] - 0.85) < 1e-6 and scene_iso(s)[2][1] < faces_low,
+                             "the level of frame 40 was not extracted")
+            faces_high = scene_iso(s)[2][1]
+            type_into(app, "framebox", "0")
+            s = app.wait_for(lambda s: s["frame"] == "0" and abs(scene_iso(s)[1][0] - 0.5) < 1e-6
+                             and scene_iso(s)[2][1] == faces_low, "frame 0 does not show the level of its key")
+            type_into(app, "framebox", "20")
+            s = app.wait_for(lambda s: s["frame"] == "20" and 0.5 < scene_iso(s)[1][0] < 0.85,
+                             "frame 20 does not show a level between the keys")
+            check(faces_high < scene_iso(s)[2][1] < faces_low,
+                  "the mesh between the keys lies between them: %r" % s["scene.iso"])
+            check(drawn_meshes(s) == 1, "the mesh is drawn at frame 20")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def drawn_sections(s):
+    return int(s.get("scene.drawn", "0 0 0").split()[1])
+
+
+def case_scene_sections(binary):
+    """A cross-section from the Filter menu is one plane through the data, a three-view three;
+    each Undo takes its planes away again and gives the previous picture back."""
+    work = tempfile.mkdtemp(prefix="tessan-sections-")
+    try:
+        path = write_cone_ball(work)
+        app = App(binary, args=[path], folder=work, size="1100x900")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("1 0 0 1"), "frame 0 never drawn")
+            v = app.view(3)
+            box = (v["sx"], v["sy"], v["sx"] + v["w"], v["sy"] + v["h"])
+            time.sleep(0.5)
+            plain = app.grab("plain.png")
+            menu(app, "i", ["Down"])  # Add Cross-section
+            app.wait_for(lambda s: s["chain"] == "1|Cross-section" and drawn_sections(s) == 1,
+                         "no cross-section plane drawn")
+            time.sleep(1.0)
+            one = app.grab("one.png")
+            check(region_difference(plain, one, *box) > 2.0, "the plane changed nothing on the screen")
+            menu(app, "i", ["Down", "Down"])  # Add Three-View
+            app.wait_for(lambda s: s["chain"] == "2|Cross-section|Three-view" and drawn_sections(s) == 4,
+                         "the three-view did not add three planes")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["chain"] == "1|Cross-section" and drawn_sections(s) == 1,
+                         "Undo left the three-view's planes")
+            time.sleep(1.0)
+            again = app.grab("again.png")
+            check(region_difference(one, again, *box) < 0.5, "Undo: not the one-plane picture")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["chain"] == "0" and drawn_sections(s) == 0, "Undo left the cross-section")
+            time.sleep(1.0)
+            back = app.grab("back.png")
+            check(region_difference(plain, back, *box) < 0.5, "Undo: not the plain picture")
+        finally:
+            app.close(keep=True)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -2283,6 +2776,13 @@ CASES = {
     "preferences_saved": case_preferences_saved,
     "filter_worker": case_filter_worker,
     "filter_panel_graph": case_filter_panel_graph,
+    "scene_iso": case_scene_iso,
+    "scene_lights_cameras": case_scene_lights_cameras,
+    "custom_color_rgba": case_custom_color_rgba,
+    "scene_project": case_scene_project,
+    "iso_export": case_iso_export,
+    "iso_animated": case_iso_animated,
+    "scene_sections": case_scene_sections,
 }
 
 if __name__ == "__main__":
