@@ -297,12 +297,12 @@ wxEND_EVENT_TABLE()
     DF3GL_cls::SetTexProperty(&mpMain->GetTexProperty());
     DrawingBlock_cls::SetTreeBoxRule(&mpMain->GetTreeBoxRule());
     {
-        // The colour map of the active slot and the render button go below the preview settings.
+        // The colour map of the active slot and the render button go below the pages.
         wxSizer* panelSizer = mpControlPanel->GetSizer();
         size_t at = 0;
         for (const wxSizerItem* item : panelSizer->GetChildren()) {
             ++at;
-            if (item->GetWindow() == mpPreviewGUI)
+            if (item->GetWindow() == mpControlBook)
                 break;
         }
         mpColorChooser = new ColorMapChooser_cls(mpControlPanel, &mpMain->GetColoring(), companions);
@@ -328,16 +328,20 @@ wxEND_EVENT_TABLE()
     // The views show the clock's frame; the menus and the title follow the history.
     miTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) {
         RefreshViews();
-        // Animated filter values follow the clock in their panels.
-        if (mpFilterPanels != nullptr && !mpMain->GetTimeCtrl().IsPlaying()) {
+        const bool panels = mpFilterPanels != nullptr && !mpMain->GetTimeCtrl().IsPlaying();
+        if (panels)
             WaitForFilterRun();
+        // Before the sets take the new time's values: a frame whose animated output items move
+        // is made again.
+        if (RefreshAnimatedSceneItems())
+            WakeIdle();
+        // Animated filter values follow the clock in their panels.
+        if (panels) {
             UpdateChainParameters();
             mpFilterPanels->UpdateFromChains();
         }
     });
     miSceneTimeListener = mpMain->GetTimeCtrl().AddTimeListener([this](const TimeCtrl_cls::TimeData&) {
-        if (RefreshAnimatedSceneItems())
-            WakeIdle();
         if (mpScenePanel != nullptr)
             mpScenePanel->UpdateFromModel();
     });
@@ -560,9 +564,10 @@ void FrameMain_cls::BuildControlPanel()
     links.mSceneChanged = [this] { OnSceneChanged(); };
     links.mOpenCustomColor = [this] { OpenCustomColorEditor(); };
     links.mExportIso = [this](PovIsosurface_cls* iso) { ExportIsosurface(iso); };
-    mpScenePanel = new ScenePanelGUI_cls(book, std::move(links));
-    book->AddPage(mpScenePanel, TrW("Scene"));
     sizer->Add(book, 0, wxEXPAND | wxALL, 4);
+    // The scene items (isosurfaces, lights, camera path) stay in view below the pages.
+    mpScenePanel = new ScenePanelGUI_cls(mpControlPanel, std::move(links));
+    sizer->Add(mpScenePanel, 0, wxEXPAND | wxALL, 4);
     mpControlPanel->SetSizer(sizer);
     UpdateCameraInfo();
 }

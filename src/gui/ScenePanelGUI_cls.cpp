@@ -23,6 +23,7 @@
 #include <wx/textctrl.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace
 {
@@ -395,11 +396,21 @@ void ScenePanelGUI_cls::OnAddCamera()
     }
     // The view as it stands becomes the path's key at this frame; the first one also makes the
     // camera. One step for the user either way.
+    const double time = Parameters_cls::GetCurrentDoubleIndex();
     UndoManager_cls& undo = GetUndoManager();
     undo.OpenBlock("Add Camera");
-    if (path->GetCameraNumber() == 0)
+    const bool fresh = path->GetCameraNumber() == 0;
+    if (fresh)
         path->AddCamera(values);
-    path->SetCameraKey(path->GetActiveCamera(), Parameters_cls::GetCurrentDoubleIndex(), values);
+    path->SetCameraKey(path->GetActiveCamera(), time, values);
+    // A new camera's constant value was a key of its own; the path starts at this frame.
+    Parameters_cls* camera = path->GetPCamera(path->GetActiveCamera());
+    if (fresh && camera != nullptr && camera->GetKeyNumber() > 1)
+        for (int k = 0; k < camera->GetKeyNumber(); ++k)
+            if (const KeyFrame_cls* key = camera->GetPKeyFrame(k); key && std::abs(key->GetTime() - time) > 1e-9) {
+                camera->ExecCommandDeleteKey(k);
+                break;
+            }
     undo.CloseBlock();
     UpdateFromModel();
     if (mCLinks.mSceneChanged)

@@ -2455,8 +2455,8 @@ def case_scene_lights_cameras(binary):
             app.wait_for(lambda s: s["scene.lights"] == "2 1 1", "Undo of the energy changed the list")
 
             # The lights' key-framed sets are offered on the time line after the shared ones
-            # (BoxSize, BoxRotate, TimeRemap, CameraPath).
-            choose(app, "tlw.set", 5)
+            # (BoxSize, BoxRotate, TimeRemap; the path's set comes with its first camera).
+            choose(app, "tlw.set", 4)
             s = app.wait_for(lambda s: s["timeline_set"] == "Light 2", "the time line does not offer Light 2")
             check(s["keys"] == "0", "a new light holds one constant key: %r" % s["keys"])
 
@@ -2669,7 +2669,7 @@ def case_iso_animated(binary):
             s = app.wait_for(lambda s: drawn_meshes(s) == 1 and scene_iso(s)[2][1] > 0, "no mesh drawn")
             faces_low = scene_iso(s)[2][1]
             # The time line offers the item's set after the shared ones.
-            choose(app, "tlw.set", 4)
+            choose(app, "tlw.set", 3)
             s = app.wait_for(lambda s: s["timeline_set"].startswith("Isosurface "), "the set is not offered")
             app.key("Insert")  # animated from here on, its key at frame 0 holds level 0.5
             type_into(app, "framebox", "40")

@@ -88,7 +88,7 @@ TEST(PreferencesDialog, KeyTableRefusesBadKeysAndResets)
     // Reset of one row, then of all rows.
     dialog.ResetKey(quit);
     EXPECT_EQ(dialog.GetEditedKeys().GetKey("Quit"), L"Ctrl+Q");
-    ASSERT_TRUE(dialog.AssignKey(undo, L"F6"));
+    ASSERT_TRUE(dialog.AssignKey(undo, L"F7"));
     dialog.ResetKey(-1);
     EXPECT_EQ(dialog.GetEditedKeys().GetKey("Undo"), L"Ctrl+Z");
     EXPECT_EQ(dialog.GetEditedKeys().SerializeForConfigure(), Shortcut_cls().SerializeForConfigure());
