@@ -3,6 +3,7 @@
 // [--frame N]
 // [FILE.df3 | PROJECT.vsp]`, plus --help and --version. Parsed before the toolkit starts, so
 // --help works without a display.
+#include <cstdint>
 #include <string>
 
 class CommandLine_cls
@@ -31,6 +32,12 @@ class CommandLine_cls
     int GetWidth() const { return miWidth; }
     int GetHeight() const { return miHeight; }
 
+    /// The hidden robustness run `--monkey SEED:COUNT`: COUNT random user actions (0: none).
+    long GetMonkeyCount() const { return miMonkeyCount; }
+    uint32_t GetMonkeySeed() const { return muMonkeySeed; }
+    /// Parses "SEED:COUNT" (whole numbers; SEED below 10^9, COUNT 1..10^7); false leaves both alone.
+    static bool ParseMonkey(const std::string& text, uint32_t& seed, long& count);
+
     /// Parses "WxH" (both 64..16384); false leaves width and height untouched.
     static bool ParseSize(const std::string& text, int& width, int& height);
 
@@ -41,4 +48,6 @@ class CommandLine_cls
     int miWidth = 0;
     int miHeight = 0;
     int miFrame = -1;
+    uint32_t muMonkeySeed = 0;
+    long miMonkeyCount = 0;
 };

@@ -908,6 +908,36 @@ def case_filter_menu(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+def case_monkey(binary):
+    # A few thousand random menu commands, key presses and mouse drags (fixed seed) on the demo
+    # series: the program must neither crash nor fail a check, and ends by itself with status 0.
+    work = tempfile.mkdtemp(prefix="tessan-monkey-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", work], check=True, capture_output=True)
+        exe = os.path.join(work, "tessan")
+        shutil.copy2(binary, exe)
+        count = int(os.environ.get("TESSAN_MONKEY_COUNT", "2000"))
+        seed = os.environ.get("TESSAN_MONKEY_SEED", "7")
+        env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", TESSAN_PROMPT_ANSWERS="")
+        start = time.time()
+        try:
+            r = subprocess.run([exe, "--size", "800x600", "--monkey", "%s:%d" % (seed, count),
+                                os.path.join(work, "demo_0000.df3")], cwd=work, env=env,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, timeout=170)
+        except subprocess.TimeoutExpired:
+            raise Failure("the monkey run did not end within 170 s")
+        took = time.time() - start
+        summary = [l for l in r.stderr.splitlines() if l.startswith("monkey: ") and "actions" in l]
+        check(r.returncode == 0, "exit status %d; stderr tail: %s" % (r.returncode, r.stderr[-2000:]))
+        check(len(summary) == 1 and summary[0].startswith("monkey: %d actions" % count),
+              "no summary of %d actions: %r" % (count, summary))
+        check(summary[0].endswith("; 0 failed checks"), summary[0])
+        print(summary[0], "(%.1f s)" % took)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
     "screenshot": case_screenshot,
@@ -924,6 +954,7 @@ CASES = {
     "data_screenshot": case_data_screenshot,
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
+    "monkey": case_monkey,
 }
 
 if __name__ == "__main__":
