@@ -23,7 +23,7 @@ while (($#)); do
     --max-time) maxtime="$2"; shift 2 ;;
     --max-time=*) maxtime="${1#--max-time=}"; shift ;;
     --keep) keep=1; shift ;;
-    -h|--help) sed -n '2,14p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,12p' "$0"; exit 0 ;;
     -*) echo "usage: scripts/fuzz.sh [--runs N] [--max-time S] [--keep] [TARGET...]" >&2; exit 2 ;;
     *) targets+=("$1"); shift ;;
   esac
