@@ -5,6 +5,7 @@
 #include "config/TessanAssert.h"
 #include "gui/MyApp.h"
 
+#include <wx/debug.h>
 #include <wx/dialog.h>
 #include <wx/frame.h>
 #include <wx/glcanvas.h>
@@ -64,6 +65,13 @@ MonkeyDriver_cls::MonkeyDriver_cls(wxFrame* frame, uint32_t seed, long count)
         ++GiAssertFailures;
         std::fprintf(stderr, "monkey: assertion failed: %s (%s) at %s:%d\n", expr, source, file, line);
     });
+    // The toolkit's own checks too: recorded instead of a dialog that would stop the run.
+    wxSetAssertHandler(
+        [](const wxString& file, int line, const wxString& func, const wxString& cond, const wxString& msg) {
+            ++GiAssertFailures;
+            std::fprintf(stderr, "monkey: toolkit assertion failed: %s in %s() at %s:%d: %s\n", cond.utf8_str().data(),
+                         func.utf8_str().data(), file.utf8_str().data(), line, msg.utf8_str().data());
+        });
 }
 
 void MonkeyDriver_cls::Begin()
