@@ -134,6 +134,8 @@ bool ReferenceDf3(const uint8_t* data, size_t size, const uint32_t* f, std::vect
         return false;
     const uint32_t cx = sz[0] / f[0], cy = sz[1] / f[1], cz = sz[2] / f[2];
     out.clear();
+    if (uint64_t(cx) * cy * cz == 0)
+        return true; // a 0-size axis beside a negative (huge) one: nothing to walk
     out.reserve(uint64_t(cx) * cy * cz);
     for (uint32_t z = 0; z < cz; ++z)
         for (uint32_t y = 0; y < cy; ++y)

@@ -8,7 +8,9 @@
 #include "config/RecordingPrompt_cls.h"
 #include "config/TextFormat.h"
 #include "filter/FilterBase_cls.h"
+#include "filter/FilterCenterOfMass_cls.h"
 #include "filter/FilterCtrl_cls.h"
+#include "filter/FilterFixPosition_cls.h"
 #include "pov/PovRay_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
@@ -144,6 +146,26 @@ TEST(BadDf3, AZeroSizeAxisGivesAnEmptyFrameAndNoCrash)
     EXPECT_EQ(f.frame.GetCurrentTotalSize(), 0u);
     EXPECT_TRUE(f.frame.IsReadFinished());
     EXPECT_EQ(f.prompt.MessageCount(), 0u);
+}
+
+TEST(BadDf3, AZeroSizeAxisBesideANegativeOneIsReadAtOnce)
+{
+    // 0 x -32763 x 5 and 0 x 5 x -1: no samples, but a huge axis; reading must not walk it slice
+    // by slice (billions of empty steps), with or without down-sizing.
+    for (const char* name : {"zero_beside_negative_y.df3", "zero_beside_negative_z.df3"}) {
+        for (uint32_t factor : {1u, 2u}) {
+            SCOPED_TRACE(std::string(name) + " down-size " + std::to_string(factor));
+            Frame f;
+            f.seq.SetDownSizeSRC(1, factor);
+            f.frame.SetFilePath(Widen(Bad(name)));
+            ASSERT_TRUE(f.frame.ReadHeader(&f.prompt));
+            ASSERT_TRUE(f.frame.Allocate());
+            f.frame.GetReadBodyDF3().SetTimeBudget(0);
+            EXPECT_TRUE(f.frame.ReadBodyIfNotFinished(false, &f.prompt));
+            EXPECT_TRUE(f.frame.IsReadFinished()) << "one call reads everything there is";
+            EXPECT_EQ(f.prompt.MessageCount(), 0u);
+        }
+    }
 }
 
 TEST(BadDf3, AFailedReadLeavesTheReusedBuffersAsTheyWere)
@@ -304,6 +326,63 @@ TEST(BadProject, ATruncatedOrShuffledProjectLoadsWhatItCanAndNeverCrashes)
         DF3SeqCtrl_cls ctrl(&c);
         ReadProject(ctrl, garbled);
         EXPECT_FALSE(ctrl.SerializeAllDF3Sequence().empty());
+    }
+}
+
+// Reads one filter item of `type` whose threshold line is replaced by `threshold`.
+template <typename Item>
+Item* ItemWithThreshold(FilterCtrl_cls& chain, int type, const std::wstring& key, const std::wstring& threshold)
+{
+    FilterCtrl_cls source;
+    source.AddToList(0, FilterCtrl_cls::CreateItem(type, &source));
+    std::wstring text = source.SerializeConf();
+    const size_t at = text.find(key);
+    EXPECT_NE(at, std::wstring::npos);
+    text.replace(at, text.find(L'\n', at) - at, key + threshold);
+    LineStream_cls stream(text);
+    std::wstring line;
+    while (stream.GetLine(line))
+        chain.ReadStrLine(stream, line);
+    EXPECT_EQ(chain.GetItemNum(), 1);
+    return chain.GetItemNum() == 1 ? dynamic_cast<Item*>(chain.GetPFilterBase(0)) : nullptr;
+}
+
+TEST(BadProject, AThresholdBeyondItsRangeIsClampedToIt)
+{
+    // Thresholds are fractions 0..1 of the density range; a file holding "1e39" (infinite as a
+    // float) or "nan" must neither overflow the conversion to a byte level nor count every voxel.
+    const unsigned size[3] = {4, 3, 2};
+    const std::vector<unsigned char> voxels(24, 200);
+    {
+        FilterCtrl_cls chain;
+        auto* fix = ItemWithThreshold<FilterFixPosition_cls>(
+            chain, FilterCtrl_cls::GetTypeFromTagLine(L"--FixPosition"), L"FixPositionThreshold=", L"1e39");
+        ASSERT_NE(fix, nullptr);
+        fix->DoCalc(voxels.data(), size, 0);
+        double position[3];
+        EXPECT_FALSE(fix->GetFeaturePosition(0, position)) << "nothing lies above the top of the range";
+    }
+    {
+        FilterCtrl_cls chain;
+        auto* centre = ItemWithThreshold<FilterCenterOfMass_cls>(
+            chain, FilterCtrl_cls::GetTypeFromTagLine(L"--CenterOfMass"), L"CenterOfMassThreshold=", L"1e39");
+        ASSERT_NE(centre, nullptr);
+        centre->DoCalc(voxels.data(), size, 0);
+        FilterCenterOfMass_cls::Centroid c;
+        EXPECT_TRUE(!centre->GetCentroid(0, c) || c.uMass == 0);
+    }
+    {
+        // NaN counts as 0: every voxel has mass, the centre is the middle of the box.
+        FilterCtrl_cls chain;
+        auto* fix = ItemWithThreshold<FilterFixPosition_cls>(
+            chain, FilterCtrl_cls::GetTypeFromTagLine(L"--FixPosition"), L"FixPositionThreshold=", L"nan");
+        ASSERT_NE(fix, nullptr);
+        fix->DoCalc(voxels.data(), size, 0);
+        double position[3];
+        ASSERT_TRUE(fix->GetFeaturePosition(0, position));
+        EXPECT_DOUBLE_EQ(position[0], 1.5);
+        EXPECT_DOUBLE_EQ(position[1], 1.0);
+        EXPECT_DOUBLE_EQ(position[2], 0.5);
     }
 }
 
