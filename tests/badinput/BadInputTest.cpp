@@ -15,6 +15,7 @@
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
+#include "volume/ImageSliceReader_cls.h"
 
 #include <gtest/gtest.h>
 
@@ -449,6 +450,29 @@ TEST(BadCli, MalformedOptionsAreUsageErrors)
     }
     const RunResult d = RunCli("convert --downsize 0,x,2 " + io);
     EXPECT_EQ(d.exitCode, 2) << d.err;
+}
+
+} // namespace
+
+namespace
+{
+
+TEST(BadImages, ADamagedSampleCountDoesNotInflateTheRows)
+{
+    // A TIFF page of 3 x 65281 pixels claiming 65530 samples per pixel: rows of that many samples
+    // would need 12.8 GB for a picture of 200 K pixels (an allocation that fails or, worse, is
+    // granted and zeroed). Such a page goes to libtiff's general RGBA decoder, which needs four
+    // bytes per pixel.
+    ImageSliceReader_cls reader;
+    ImageSliceReader_cls::Info info;
+    const std::wstring path = Widen(Bad("samples_per_pixel_0000.tif"));
+    ASSERT_TRUE(reader.ReadInfo(path, info)) << Narrow(reader.GetError());
+    std::vector<uint8_t> grey;
+    uint32_t w = 0, h = 0;
+    ASSERT_TRUE(reader.ReadSlice(path, 0, grey, w, h)) << Narrow(reader.GetError());
+    EXPECT_EQ(w, 3u);
+    EXPECT_EQ(h, 65281u);
+    EXPECT_EQ(grey.size(), size_t(w) * h);
 }
 
 } // namespace
