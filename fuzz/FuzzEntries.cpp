@@ -258,12 +258,10 @@ struct ProjectSet {
         while (stream.GetLine(line)) {
             if (slots.ReadStrLineAllDF3Sequence(stream, line))
                 continue;
-            bool taken = clock.ReadStrLine(stream, line);
-            taken = !taken && light.ReadStrLine(stream, line) ? true : taken;
-            taken = !taken && boxSize.ReadStrLine(stream, line) ? true : taken;
-            taken = !taken && boxRotate.ReadStrLine(stream, line) ? true : taken;
-            taken = !taken && lights.ReadStrLine(stream, line) ? true : taken;
-            taken = !taken && colours.ReadStrLine(stream, line) ? true : taken;
+            // The block readers take their own marker lines (and the lines of their block).
+            const bool taken = clock.ReadStrLine(stream, line) || light.ReadStrLine(stream, line) ||
+                               boxSize.ReadStrLine(stream, line) || boxRotate.ReadStrLine(stream, line) ||
+                               lights.ReadStrLine(stream, line) || colours.ReadStrLine(stream, line);
             if (!taken) {
                 slots.GetActiveSequence().GetFilterCtrl().ReadStrLine(stream, line);
                 slots.ReadStrLine(line);
