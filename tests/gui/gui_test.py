@@ -908,6 +908,37 @@ def case_filter_menu(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+def case_save_fails(binary):
+    # A project save that cannot be written says "File open fails" and leaves the old file as it
+    # was. The write is made to fail with a folder where the save puts its temporary file (root
+    # writes anywhere, so file modes cannot make it fail).
+    folder = tempfile.mkdtemp(prefix="tessan-gui-")
+    project = os.path.join(folder, "scene.vsp")
+    old = "DF3MaxFrame=49\nDF3WorkAreaMax=49\nDF3ActiveAreaMax=49\n"
+    with open(project, "w") as f:
+        f.write(old)
+    app = App(binary, answers="yes", args=[project], folder=folder)
+    try:
+        app.wait_for(lambda s: s["clock"].startswith("49 "), "the project is read")
+        app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "1", "frame 1")
+        app.key("Insert")
+        app.wait_for(lambda s: s["title"].startswith("*"), "an edit marks the project modified")
+        os.mkdir(project + ".tmp")
+        app.key("ctrl+s")
+        end = time.time() + 20
+        while "File open fails" not in app.stderr() and time.time() < end:
+            time.sleep(0.1)
+        check("prompt: Error!: File open fails" in app.stderr(), "no message: %r" % app.stderr()[-500:])
+        with open(project) as f:
+            check(f.read() == old, "the old project file changed")
+        check(app.state()["title"].startswith("*"), "a failed save must not clear the modified mark")
+        check(app.proc.poll() is None, "the program ended")
+    finally:
+        app.close()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
 def case_monkey(binary):
     # A few thousand random menu commands, key presses and mouse drags (fixed seed) on the demo
     # series: the program must neither crash nor fail a check, and ends by itself with status 0.
@@ -955,6 +986,7 @@ CASES = {
     "data_play_close": case_data_play_close,
     "filter_menu": case_filter_menu,
     "monkey": case_monkey,
+    "save_fails": case_save_fails,
 }
 
 if __name__ == "__main__":
