@@ -25,7 +25,9 @@ void FilterFixPosition_cls::DoCalc(const unsigned char* data, const unsigned int
     if (!std::equal(sizes, sizes + 3, muSize))
         mResults.clear();
     std::copy(sizes, sizes + 3, muSize);
-    const int threshold = static_cast<int>(std::floor(mCData.mfThreshold.Get() * 255.0f));
+    // A threshold from a garbled file (NaN, huge) must not overflow the conversion: 0..1 only.
+    const float level = std::clamp(std::isnan(mCData.mfThreshold.Get()) ? 0.0f : mCData.mfThreshold.Get(), 0.0f, 1.0f);
+    const int threshold = static_cast<int>(std::floor(level * 255.0f));
     mCThreadCtrl.InitializeThreadCtrl();
     mResults[frame] = FilterCenterOfMass_cls::ComputeCentroid(data, sizes, threshold, mCThreadCtrl);
 }

@@ -4,6 +4,23 @@
 
 #include <cctype>
 
+bool CommandLine_cls::ParseMonkey(const std::string& text, uint32_t& seed, long& count)
+{
+    const size_t colon = text.find(':');
+    if (colon == std::string::npos || colon == 0 || colon + 1 >= text.size())
+        return false;
+    const std::string s = text.substr(0, colon), c = text.substr(colon + 1);
+    if (s.find_first_not_of("0123456789") != std::string::npos ||
+        c.find_first_not_of("0123456789") != std::string::npos || s.size() > 9 || c.size() > 8)
+        return false;
+    const long n = ParseLong(c);
+    if (n < 1 || n > 10000000)
+        return false;
+    seed = static_cast<uint32_t>(ParseLong(s));
+    count = n;
+    return true;
+}
+
 CommandLine_cls::Action CommandLine_cls::Parse(int argc, const char* const* argv)
 {
     for (int i = 1; i < argc; ++i) {
@@ -93,6 +110,13 @@ CommandLine_cls::Action CommandLine_cls::Parse(int argc, const char* const* argv
                         miStereoMode = m;
             if (miStereoMode < 0) {
                 mStrError = "option --stereo needs off, parallel, crossed, anaglyph or overunder";
+                return kUsageError;
+            }
+        } else if (name == "--monkey") {
+            // Not in --help: a robustness run for the test suite, not a user feature.
+            std::string text;
+            if (!value(text) || !ParseMonkey(text, muMonkeySeed, miMonkeyCount)) {
+                mStrError = "option --monkey needs SEED:COUNT, e.g. 7:2000";
                 return kUsageError;
             }
         } else if (arg.size() > 1 && arg[0] == '-') {

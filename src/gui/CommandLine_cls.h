@@ -3,6 +3,7 @@
 // [--frame N] [--play] [--screenshot-every DIR]
 // [FILE.df3 | PROJECT.vsp]`, plus --help and --version. Parsed before the toolkit starts, so
 // --help works without a display.
+#include <cstdint>
 #include <string>
 
 class CommandLine_cls
@@ -52,6 +53,12 @@ class CommandLine_cls
     /// --stereo: the stereogram mode to show at start (-1: not given).
     int GetStereoMode() const { return miStereoMode; }
 
+    /// The hidden robustness run `--monkey SEED:COUNT`: COUNT random user actions (0: none).
+    long GetMonkeyCount() const { return miMonkeyCount; }
+    uint32_t GetMonkeySeed() const { return muMonkeySeed; }
+    /// Parses "SEED:COUNT" (whole numbers; SEED below 10^9, COUNT 1..10^7); false leaves both alone.
+    static bool ParseMonkey(const std::string& text, uint32_t& seed, long& count);
+
     /// Parses "WxH" (both 64..16384); false leaves width and height untouched.
     static bool ParseSize(const std::string& text, int& width, int& height);
 
@@ -70,4 +77,6 @@ class CommandLine_cls
     int miViewScale = 1;
     bool mbOffscreen = false;
     int miStereoMode = -1;
+    uint32_t muMonkeySeed = 0;
+    long miMonkeyCount = 0;
 };

@@ -76,9 +76,10 @@ bool MainGLCanvas_cls::ReadAnchor(LineStream_cls& stream, const std::wstring& li
 
 bool MainGLCanvas_cls::MakeContextCurrent()
 {
-    // A canvas that has painted has its native window; hiding it later (the window closing,
-    // another layout) keeps that window, so it can still carry the context.
-    if (msContext == nullptr || miPaintCount == 0)
+    // A canvas that has painted has its native window; the main window closing keeps that window,
+    // so it can still carry the context. A canvas hidden on its own (the views of another layout)
+    // cannot: the toolkit refuses to make it current.
+    if (msContext == nullptr || miPaintCount == 0 || !IsShown())
         return false;
     return SetCurrent(*msContext);
 }

@@ -6,6 +6,7 @@
 #include "gui/FrameMain_cls.h"
 #include "gui/StereoViewGUI_cls.h"
 #include "pov/StereoGram_cls.h"
+#include "gui/MonkeyDriver_cls.h"
 
 #include <wx/display.h>
 #include <wx/filename.h>
@@ -78,6 +79,12 @@ bool MyApp::OnInit()
             frame->ShowFrameAtStart(startFrame);
         });
     }
+    if (msCommandLine.GetMonkeyCount() > 0) {
+        mpMonkey =
+            std::make_unique<MonkeyDriver_cls>(frame, msCommandLine.GetMonkeySeed(), msCommandLine.GetMonkeyCount());
+        // After the start-up file: its opening is queued first.
+        frame->CallAfter([this] { mpMonkey->Begin(); });
+    }
     return true;
 }
 
@@ -92,6 +99,7 @@ int MyApp::OnExit()
     // A closed window is only scheduled for deletion; let it go first, it still talks to the
     // controller's clock on its way out.
     DeletePendingObjects();
+    mpMonkey.reset();
     mpMain.reset();
     return 0;
 }

@@ -9,6 +9,7 @@
 #include <memory>
 
 class Main_cls;
+class MonkeyDriver_cls;
 
 class MyApp : public wxApp
 {
@@ -28,6 +29,7 @@ class MyApp : public wxApp
   private:
     wxLocale mCLocale;
     std::unique_ptr<Main_cls> mpMain;
+    std::unique_ptr<MonkeyDriver_cls> mpMonkey; ///< --monkey runs only
     int miExitCode = 0;
     static CommandLine_cls msCommandLine;
 };

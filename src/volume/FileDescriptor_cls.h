@@ -4,12 +4,23 @@
 
 #include <fcntl.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
-class FileDescriptor_cls {
-public:
+class FileDescriptor_cls
+{
+  public:
     /// Opens `path` (wide, converted to the file-name encoding) for reading; Get() < 0 on failure.
-    explicit FileDescriptor_cls(const std::wstring& path) : miFd(open(Narrow(path).c_str(), O_RDONLY | O_CLOEXEC)) {}
+    /// A directory counts as a file that cannot be opened: reading it would only fail later with a
+    /// less helpful message.
+    explicit FileDescriptor_cls(const std::wstring& path) : miFd(open(Narrow(path).c_str(), O_RDONLY | O_CLOEXEC))
+    {
+        struct stat st;
+        if (miFd >= 0 && (fstat(miFd, &st) != 0 || S_ISDIR(st.st_mode))) {
+            close(miFd);
+            miFd = -1;
+        }
+    }
     ~FileDescriptor_cls()
     {
         if (miFd >= 0)
@@ -20,6 +31,6 @@ public:
     /// The descriptor, or -1 when the file could not be opened.
     int Get() const { return miFd; }
 
-private:
+  private:
     int miFd;
 };

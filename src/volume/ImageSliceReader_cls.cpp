@@ -734,7 +734,10 @@ bool ImageSliceReader_cls::ReadSlice(const std::wstring& path, uint32_t page, st
             mStrError = TrW("32-bit and floating-point samples are not supported; save the stack with 8 or 16 bits");
             return false;
         }
-        const bool direct = !l.bTiled && (l.uBits == 8 || l.uBits == 16) &&
+        // Rows are read whole, so the direct path takes only the sample counts it can use (grey,
+        // grey + alpha, RGB, RGBA): a damaged SamplesPerPixel of thousands would make every row
+        // thousands of times the picture's width.
+        const bool direct = !l.bTiled && (l.uBits == 8 || l.uBits == 16) && l.uSamples >= 1 && l.uSamples <= 4 &&
                             (l.uFormat == SAMPLEFORMAT_UINT || l.uFormat == SAMPLEFORMAT_INT) &&
                             (l.uPhotometric == PHOTOMETRIC_MINISBLACK || l.uPhotometric == PHOTOMETRIC_MINISWHITE ||
                              (l.uPhotometric == PHOTOMETRIC_RGB && l.uSamples >= 3));

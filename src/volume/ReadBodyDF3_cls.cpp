@@ -212,8 +212,10 @@ bool ReadBodyDF3_cls::MainProcess(bool noInterrupt, UserPrompt_cls* parent)
         mpParent->Message(path + TrW("can not open"), TrW("read Error Main"));
         return false;
     }
-    bool ok;
-    if (mpDF3->IsDownSized())
+    bool ok = true;
+    if (mpDF3->GetCurrentTotalSize() == 0)
+        SetPosition(mpDF3->GetCurrSize(2)); // no samples: a 0-size axis beside a huge one has no slices to walk
+    else if (mpDF3->IsDownSized())
         ok = miSampleBits == 8 ? Read8bitDownSize(noInterrupt, file.Get()) : Read16bitDownSize(noInterrupt, file.Get());
     else
         ok = miSampleBits == 8 ? Read8bit(noInterrupt, file.Get()) : Read16bit(noInterrupt, file.Get());

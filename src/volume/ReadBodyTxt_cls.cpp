@@ -121,9 +121,37 @@ class TextScanner_cls
 };
 
 // A token shortened for messages, so a megabyte of garbage without blanks does not fill the screen.
+// Length of the valid UTF-8 sequence at t[i], 0 when the bytes there are not one.
+size_t Utf8Length(const std::string& t, size_t i)
+{
+    const unsigned char c = static_cast<unsigned char>(t[i]);
+    const size_t n = c >= 0xF0 && c <= 0xF4 ? 4 : c >= 0xE0 ? 3 : c >= 0xC2 && c <= 0xDF ? 2 : 0;
+    if (n == 0 || c >= 0xF5 || i + n > t.size())
+        return 0;
+    for (size_t k = 1; k < n; ++k)
+        if ((static_cast<unsigned char>(t[i + k]) & 0xC0) != 0x80)
+            return 0;
+    return n;
+}
+
+// A token as quoted in a message: at most 40 characters, and bytes that are no printable text
+// (binary garbage, a NUL that would cut the message short) written as \xNN.
 std::string Shown(const std::string& token)
 {
-    return token.size() <= 40 ? token : token.substr(0, 37) + "...";
+    const std::string t = token.size() <= 40 ? token : token.substr(0, 37);
+    std::string out;
+    for (size_t i = 0; i < t.size();) {
+        const unsigned char c = static_cast<unsigned char>(t[i]);
+        const size_t n = c >= 0x80 ? Utf8Length(t, i) : (c >= 0x20 && c != 0x7F ? 1 : 0);
+        if (n == 0) {
+            out += StrPrintf("\\x%02X", c);
+            ++i;
+        } else {
+            out.append(t, i, n);
+            i += n;
+        }
+    }
+    return token.size() <= 40 ? out : out + "...";
 }
 
 } // namespace

@@ -72,9 +72,10 @@ TEST(UndoManager, UndoRedoWalkTheHistoryAndStopAtItsEnds)
 
 TEST(UndoManager, NewEditAfterTwoUndosDiscardsTheUndonePairs)
 {
-    UndoManager_cls undo;
+    // The counters outlive the history: its commands count their deaths when it is destroyed.
     int value = 0;
     int deaths = 0;
+    UndoManager_cls undo;
     Edit(undo, value, 1, nullptr, &deaths);
     Edit(undo, value, 2, nullptr, &deaths);
     Edit(undo, value, 3, nullptr, &deaths);

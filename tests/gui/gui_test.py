@@ -2736,6 +2736,66 @@ def case_scene_sections(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
+def case_save_fails(binary):
+    # A project save that cannot be written says "File open fails" and leaves the old file as it
+    # was. The write is made to fail with a folder where the save puts its temporary file (root
+    # writes anywhere, so file modes cannot make it fail).
+    folder = tempfile.mkdtemp(prefix="tessan-gui-")
+    project = os.path.join(folder, "scene.vsp")
+    old = "DF3MaxFrame=49\nDF3WorkAreaMax=49\nDF3ActiveAreaMax=49\n"
+    with open(project, "w") as f:
+        f.write(old)
+    app = App(binary, answers="yes", args=[project], folder=folder)
+    try:
+        app.wait_for(lambda s: s["clock"].startswith("49 "), "the project is read")
+        app.key("Right")
+        app.wait_for(lambda s: s["frame"] == "1", "frame 1")
+        app.key("Insert")
+        app.wait_for(lambda s: s["title"].startswith("*"), "an edit marks the project modified")
+        os.mkdir(project + ".tmp")
+        app.key("ctrl+s")
+        end = time.time() + 20
+        while "File open fails" not in app.stderr() and time.time() < end:
+            time.sleep(0.1)
+        check("prompt: Error!: File open fails" in app.stderr(), "no message: %r" % app.stderr()[-500:])
+        with open(project) as f:
+            check(f.read() == old, "the old project file changed")
+        check(app.state()["title"].startswith("*"), "a failed save must not clear the modified mark")
+        check(app.proc.poll() is None, "the program ended")
+    finally:
+        app.close()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
+def case_monkey(binary):
+    # A few thousand random menu commands, key presses and mouse drags (fixed seed) on the demo
+    # series: the program must neither crash nor fail a check, and ends by itself with status 0.
+    work = tempfile.mkdtemp(prefix="tessan-monkey-")
+    try:
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        subprocess.run([cli, "sample", work], check=True, capture_output=True)
+        exe = os.path.join(work, "tessan")
+        shutil.copy2(binary, exe)
+        count = int(os.environ.get("TESSAN_MONKEY_COUNT", "2000"))
+        seed = os.environ.get("TESSAN_MONKEY_SEED", "7")
+        env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", TESSAN_PROMPT_ANSWERS="")
+        start = time.time()
+        try:
+            r = subprocess.run([exe, "--size", "800x600", "--monkey", "%s:%d" % (seed, count),
+                                os.path.join(work, "demo_0000.df3")], cwd=work, env=env,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, timeout=170)
+        except subprocess.TimeoutExpired:
+            raise Failure("the monkey run did not end within 170 s")
+        took = time.time() - start
+        summary = [l for l in r.stderr.splitlines() if l.startswith("monkey: ") and "actions" in l]
+        check(r.returncode == 0, "exit status %d; stderr tail: %s" % (r.returncode, r.stderr[-2000:]))
+        check(len(summary) == 1 and summary[0].startswith("monkey: %d actions" % count),
+              "no summary of %d actions: %r" % (count, summary))
+        check(summary[0].endswith("; 0 failed checks"), summary[0])
+        print(summary[0], "(%.1f s)" % took)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
 
 CASES = {
     "cli": case_cli,
@@ -2783,6 +2843,8 @@ CASES = {
     "iso_export": case_iso_export,
     "iso_animated": case_iso_animated,
     "scene_sections": case_scene_sections,
+    "monkey": case_monkey,
+    "save_fails": case_save_fails,
 }
 
 if __name__ == "__main__":
