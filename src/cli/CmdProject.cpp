@@ -43,7 +43,7 @@ const char kUsage[] =
     "project new writes OUT.vsp with the series that FIRST_FILE begins (numbered files are\n"
     "found as the program's Open Data command finds them) in data slot N (0..3, default 0),\n"
     "and the filter chain given by the --filter options, each item with its default settings\n"
-    "unless the specification gives values. OUT is never overwritten.\n"
+    "unless the SPEC gives values. OUT is never overwritten.\n"
     "  --data FIRST_FILE  the first file of the series (DF3, image-stack slice, text volume)\n"
     "  --slot N           the data slot, 0..3\n"
     "  --length N         scene length in frames (default: the series' own)\n"
@@ -103,7 +103,7 @@ struct PlainItem {
     const char* pWord;
     int iType;
 };
-// The items whose specification is their name alone.
+// The items given by their name alone.
 const PlainItem kPlainItems[] = {{"volume", 4},        {"fog", 1},         {"boxcopy", 2},       {"fixposition", 8},
                                  {"crosssection", 11}, {"object", 12},     {"centerofmass", 13}, {"diffobject", 14},
                                  {"threeview", 16},    {"streamline", 17}, {"velfield", 18}};

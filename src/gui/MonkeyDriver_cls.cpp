@@ -19,13 +19,15 @@ namespace
 
 std::atomic<int> GiAssertFailures{0};
 
-// Labels of commands that open a modal file dialog, show the about box or end the program.
+// Labels of commands that open a modal file dialog, show the about box, end the program or start
+// the external ray tracer.
 bool IsSkipped(const wxString& label)
 {
     const wxString l = wxMenuItem::GetLabelText(label).Lower();
-    return label.Contains("...") || l.Contains("open") || l.Contains("append") || l.Contains("save") ||
+    // An ellipsis, spelt with three dots or as one character, marks a command that asks first.
+    return label.Contains("...") || label.Contains(wxString::FromUTF8("\u2026")) || l.Contains("open") || l.Contains("append") || l.Contains("save") ||
            l.Contains("quit") || l.Contains("exit") || l.Contains("about") || l.Contains("export") ||
-           l.Contains("render");
+           l.Contains("render") || l.Contains("snapshot");
 }
 
 void CollectItems(wxMenu* menu, std::vector<wxMenuItem*>& out)
