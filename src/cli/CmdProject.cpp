@@ -36,18 +36,18 @@ namespace
 // ---- usage ----------------------------------------------------------------------------------------
 
 const char kUsage[] =
-    "Usage: tessan-cli project new OUT.vsp --data FIRST_FILE [--slot N] [--filter SPEC]... [--length N]\n"
+    "Usage: tessan-cli project new OUT.vsp --data FIRST_FILE [--slot N] [--filter ITEM]... [--length N]\n"
     "  or:  tessan-cli project show PROJECT.vsp\n"
     "Make a project file, or show what a project file holds.\n"
     "\n"
     "project new writes OUT.vsp with the series that FIRST_FILE begins (numbered files are\n"
     "found as the program's Open Data command finds them) in data slot N (0..3, default 0),\n"
     "and the filter chain given by the --filter options, each item with its default settings\n"
-    "unless the SPEC gives values. OUT is never overwritten.\n"
+    "unless the ITEM gives values. OUT is never overwritten.\n"
     "  --data FIRST_FILE  the first file of the series (DF3, image-stack slice, text volume)\n"
     "  --slot N           the data slot, 0..3\n"
     "  --length N         scene length in frames (default: the series' own)\n"
-    "  --filter SPEC      one chain item, in the order given:\n"
+    "  --filter ITEM      one chain item, in the order given:\n"
     "      volume                    volume media (shows the data)\n"
     "      iso:LEVEL                 isosurface at LEVEL (0..255)\n"
     "      blur:S | blur:SX,SY,SZ    Gaussian blur (S: variance in voxels^2)\n"
@@ -124,17 +124,17 @@ void SetConstant(FilterBase_cls& item, const std::vector<double>& values)
     animated->UpdateParameters(0.0);
 }
 
-/// Appends the item of one --filter SPEC to `chain`; false with `error` set when not understood.
-bool AddFilterSpec(const std::string& spec, FilterCtrl_cls& chain, std::string& error)
+/// Appends the item of one --filter ITEM to `chain`; false with `error` set when not understood.
+bool AddFilterItem(const std::string& item, FilterCtrl_cls& chain, std::string& error)
 {
-    const size_t colon = spec.find(':');
-    const std::string word = spec.substr(0, colon);
-    const std::string rest = colon == std::string::npos ? "" : spec.substr(colon + 1);
+    const size_t colon = item.find(':');
+    const std::string word = item.substr(0, colon);
+    const std::string rest = colon == std::string::npos ? "" : item.substr(colon + 1);
     for (const PlainItem& plain : kPlainItems) {
         if (word != plain.pWord)
             continue;
         if (colon != std::string::npos) {
-            error = "invalid --filter '" + spec + "' (" + word + " takes no values)";
+            error = "invalid --filter '" + item + "' (" + word + " takes no values)";
             return false;
         }
         chain.AddToList(-1, FilterCtrl_cls::CreateItem(plain.iType, &chain));
@@ -143,7 +143,7 @@ bool AddFilterSpec(const std::string& spec, FilterCtrl_cls& chain, std::string& 
     if (word == "iso") {
         double level = 0;
         if (!Number(rest, level) || level < 0.0 || level > 255.0) {
-            error = "invalid --filter '" + spec + "' (expected iso:LEVEL with LEVEL 0..255)";
+            error = "invalid --filter '" + item + "' (expected iso:LEVEL with LEVEL 0..255)";
             return false;
         }
         const int at = chain.AddToList(-1, FilterCtrl_cls::CreateItem(0, &chain));
@@ -167,7 +167,7 @@ bool AddFilterSpec(const std::string& spec, FilterCtrl_cls& chain, std::string& 
         }
         if (box.size() != 6 || box[0] > box[3] || box[1] > box[4] || box[2] > box[5]) {
             chain.TakeFromList(at);
-            error = "invalid --filter '" + spec + "' (expected clip:X0,Y0,Z0,X1,Y1,Z1 with 0 <= min <= max <= 1)";
+            error = "invalid --filter '" + item + "' (expected clip:X0,Y0,Z0,X1,Y1,Z1 with 0 <= min <= max <= 1)";
             return false;
         }
         SetConstant(*chain.GetPFilterBase(at), box);
@@ -182,7 +182,7 @@ bool AddFilterSpec(const std::string& spec, FilterCtrl_cls& chain, std::string& 
             value = rest.substr(0, second) + ":sphere:" + rest.substr(second + 1);
     }
     if (!CliFilterOptions_cls::OptionNames().count(word) || colon == std::string::npos) {
-        error = "invalid --filter '" + spec + "' (see --help for the item specifications)";
+        error = "invalid --filter '" + item + "' (see --help for the items)";
         return false;
     }
     CliFilterOptions_cls options;
@@ -235,9 +235,9 @@ int RunNew(const std::vector<std::string>& args)
     if (main.AddFileSequence(Widen(first), DF3Sequence_cls::kAppendAtEnd) <= 0)
         return Fail("no data file found at '" + *data + "'");
     FilterCtrl_cls& chain = seqCtrl.GetSequence(slot).GetFilterCtrl();
-    for (const std::string& spec : parsed.Values("filter")) {
+    for (const std::string& item : parsed.Values("filter")) {
         std::string error;
-        if (!AddFilterSpec(spec, chain, error))
+        if (!AddFilterItem(item, chain, error))
             return Usage(error);
     }
     if (length >= 0) {
