@@ -11,6 +11,8 @@
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -46,3 +48,22 @@ inline PovImage ReadPicture(const std::string& path)
         DecodePpm(std::vector<uint8_t>(r.out.begin(), r.out.end()), image);
     return image;
 }
+
+/// A test suite sharing one written sample series (DataDir()/demo_NNNN.df3) and a fresh folder
+/// per test; the series is written once per suite because it is the slow part.
+struct SampleSeriesFixture : public ::testing::Test {
+    static inline TempDir* msData = nullptr;
+    TempDir mDir;
+
+    static void SetUpTestSuite()
+    {
+        msData = new TempDir;
+        RunCli("sample " + msData->Path().string() + "/data");
+    }
+    static void TearDownTestSuite()
+    {
+        delete msData;
+        msData = nullptr;
+    }
+    static std::filesystem::path DataDir() { return msData->Path() / "data"; }
+};

@@ -13,25 +13,13 @@ namespace
 
 namespace fs = std::filesystem;
 
-struct CliRenderFixture : public ::testing::Test {
-    static inline TempDir* msData = nullptr;
-    TempDir mDir;
+struct CliRenderFixture : public SampleSeriesFixture {
     std::string mProject;
 
-    static void SetUpTestSuite()
-    {
-        msData = new TempDir;
-        RunCli("sample " + msData->Path().string() + "/data");
-    }
-    static void TearDownTestSuite()
-    {
-        delete msData;
-        msData = nullptr;
-    }
     void SetUp() override
     {
-        ASSERT_TRUE(fs::exists(msData->Path() / "data" / "demo_0002.df3")) << "the sample was not written";
-        mProject = WriteSampleProject(mDir, msData->Path() / "data", 3);
+        ASSERT_TRUE(fs::exists(DataDir() / "demo_0002.df3")) << "the sample was not written";
+        mProject = WriteSampleProject(mDir, DataDir(), 3);
     }
     std::string Work() const { return mDir.File("work"); }
     bool Exists(const std::string& name) const { return fs::exists(fs::path(Work()) / name); }

@@ -13,25 +13,13 @@ namespace
 
 namespace fs = std::filesystem;
 
-struct FarmFixture : public ::testing::Test {
-    static inline TempDir* msData = nullptr;
-    TempDir mDir;
+struct FarmFixture : public SampleSeriesFixture {
     std::string mProject;
 
-    static void SetUpTestSuite()
-    {
-        msData = new TempDir;
-        RunCli("sample " + msData->Path().string() + "/data");
-    }
-    static void TearDownTestSuite()
-    {
-        delete msData;
-        msData = nullptr;
-    }
     void SetUp() override
     {
-        ASSERT_TRUE(fs::exists(msData->Path() / "data" / "demo_0023.df3")) << "the sample was not written";
-        mProject = WriteSampleProject(mDir, msData->Path() / "data", 24, L"PovWorkThread=3\n");
+        ASSERT_TRUE(fs::exists(DataDir() / "demo_0023.df3")) << "the sample was not written";
+        mProject = WriteSampleProject(mDir, DataDir(), 24, L"PovWorkThread=3\n");
     }
     std::string Dir(const std::string& name) const { return mDir.File(name); }
     static std::string Png(int frame) { return StrPrintf("povanim%04d.png", frame); }
