@@ -1,9 +1,9 @@
 // tessan-cli export: write a project's frames as ray-tracer scenes without a window.
 #include "cli/CliArgs_cls.h"
 #include "cli/CliCommand.h"
-#include "cli/CliFarm_cls.h"
 #include "cli/CliProject_cls.h"
 #include "config/TextFormat.h"
+#include "pov/PovFarm_cls.h"
 
 #include <cstdio>
 #include <string>
@@ -27,6 +27,15 @@ const char kUsage[] = "Usage: tessan-cli export [OPTION]... PROJECT.vsp\n"
                       "                   (threads from PovWorkThread=, a log per task, frames whose picture\n"
                       "                   exists skipped), and print the sbatch command that submits it\n"
                       "  --limit N        with --farm slurm: at most N tasks at once\n"
+                      "  --farm parallel  also write RenderParallel.sh and its job list render.jobs: GNU\n"
+                      "                   Parallel renders one frame per job, here or on the hosts of a host\n"
+                      "                   file given to the script, resumable from render.joblog; prints the\n"
+                      "                   command that runs it\n"
+                      "  --jobs N         with --farm parallel: frames rendered here at a time without a host\n"
+                      "                   file (1..64; default 1)\n"
+                      "  --transfer       with --farm parallel: scenes that name their files relative to the\n"
+                      "                   folder they are rendered in, and a script that sends each job's\n"
+                      "                   files to its host and brings picture and log back\n"
                       "  --povray PATH    the POV-Ray program the scripts run (default: POVRAY_PATH=)\n"
                       "  --help           display this help and exit\n"
                       "  --version        output version information and exit\n"
@@ -43,7 +52,7 @@ int Usage(const std::string& error)
 
 int RunExport(const std::vector<std::string>& args)
 {
-    CliArgs_cls parsed(args, {"frames", "workdir", "farm", "limit", "povray"}, {"overwrite"});
+    CliArgs_cls parsed(args, {"frames", "workdir", "farm", "limit", "povray", "jobs"}, {"overwrite", "transfer"});
     if (!parsed.Error().empty())
         return Usage(parsed.Error());
     if (parsed.Operands().size() != 1)
@@ -52,11 +61,21 @@ int RunExport(const std::vector<std::string>& args)
     if (auto v = parsed.Value("frames"))
         if (!CliProject_cls::ParseFrames(*v, &first, &last))
             return Usage("invalid --frames '" + *v + "' (expected A:B with A <= B)");
-    if (parsed.Value("farm") && *parsed.Value("farm") != "slurm")
-        return Usage("invalid --farm '" + *parsed.Value("farm") + "' (expected 'slurm')");
+    const std::string farm = parsed.Value("farm").value_or("");
+    if (parsed.Value("farm") && farm != "slurm" && farm != "parallel")
+        return Usage("invalid --farm '" + farm + "' (expected 'slurm' or 'parallel')");
+    if (farm != "parallel" && (parsed.Value("jobs") || parsed.Has("transfer")))
+        return Usage("--jobs and --transfer need --farm parallel");
+    unsigned jobs = 1;
+    if (auto v = parsed.Value("jobs")) {
+        if (v->empty() || v->size() > 2 || v->find_first_not_of("0123456789") != std::string::npos ||
+            ParseLong(*v) < 1 || ParseLong(*v) > 64)
+            return Usage("invalid --jobs '" + *v + "' (expected 1..64)");
+        jobs = static_cast<unsigned>(ParseLong(*v));
+    }
     unsigned limit = 0;
     if (auto v = parsed.Value("limit")) {
-        if (!parsed.Value("farm"))
+        if (farm != "slurm")
             return Usage("--limit needs --farm slurm");
         if (v->empty() || v->size() > 5 || v->find_first_not_of("0123456789") != std::string::npos)
             return Usage("invalid --limit '" + *v + "'");
@@ -71,6 +90,7 @@ int RunExport(const std::vector<std::string>& args)
         parsed.Value("workdir") ? *parsed.Value("workdir") : Narrow(project.GetPovRay().GetWorkingDir());
     if (!project.SetWorkDir(workdir))
         return 1;
+    project.GetPovRay().SetRelativePaths(parsed.Has("transfer"));
     project.ResolveFrames(&first, &last);
     if (!parsed.Has("overwrite")) {
         const std::vector<std::string> existing = project.ExistingOutputs(first, last, true);
@@ -84,13 +104,21 @@ int RunExport(const std::vector<std::string>& args)
         std::fprintf(stderr, "tessan-cli export: the export of frames %d..%d failed\n", first, last);
         return 1;
     }
-    if (parsed.Value("farm")) {
-        const std::string script = CliFarm_cls::WriteSlurmScript(project, first, last, limit);
+    const PovFarm_cls farmFiles(&project.GetPovRay());
+    if (farm == "slurm") {
+        const std::string script = farmFiles.WriteSlurmScript(first, last, limit);
         if (script.empty()) {
             std::fprintf(stderr, "tessan-cli export: cannot write the Slurm script\n");
             return 1;
         }
-        std::printf("submit with: sbatch %s\n", CliFarm_cls::Quote(script).c_str());
+        std::printf("submit with: sbatch %s\n", PovFarm_cls::Quote(script).c_str());
+    } else if (farm == "parallel") {
+        const std::string script = farmFiles.WriteParallelScript(first, last, jobs, parsed.Has("transfer"));
+        if (script.empty()) {
+            std::fprintf(stderr, "tessan-cli export: cannot write the GNU Parallel script\n");
+            return 1;
+        }
+        std::printf("render with: bash %s [HOSTFILE]\n", PovFarm_cls::Quote(script).c_str());
     }
     std::printf("exported frames %d..%d (%zu scene%s) and RenderAnim.sh into %s\n", first, last,
                 project.GetPovRay().GetCommands().size(), project.GetPovRay().GetCommands().size() == 1 ? "" : "s",

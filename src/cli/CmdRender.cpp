@@ -1,15 +1,17 @@
 // tessan-cli render: export a project's frames and run POV-Ray on them, several at a time.
 #include "cli/CliArgs_cls.h"
 #include "cli/CliCommand.h"
-#include "cli/CliFarm_cls.h"
 #include "cli/CliProject_cls.h"
 #include "config/TextFormat.h"
+#include "pov/PovFarm_cls.h"
 #include "pov/ThreadPovRay.h"
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -33,11 +35,18 @@ const char kUsage[] = "Usage: tessan-cli render [OPTION]... PROJECT.vsp\n"
                       "  --overwrite      replace scene files of an earlier export\n"
                       "  --farm parallel  hand the frames to GNU Parallel, one POV-Ray job per frame, with the\n"
                       "                   job log WORKDIR/render.joblog (Parallel shows its own progress)\n"
+                      "                   (the script WORKDIR/RenderParallel.sh, which can be run again by hand)\n"
                       "  --hosts FILE     with --farm parallel: Parallel's --sshloginfile (':' is this\n"
-                      "                   machine); the working directory must be at the same path on every\n"
-                      "                   host; without it --jobs frames run here at a time\n"
+                      "                   machine); without it --jobs frames run here at a time\n"
+                      "  --transfer       with --farm parallel: the scenes name their files relative to the\n"
+                      "                   folder they are rendered in; each job's files are sent to its host,\n"
+                      "                   picture and log come back into WORKDIR, the host's copies are\n"
+                      "                   removed. Without it the working directory must be at the same path\n"
+                      "                   on every host (a shared file system)\n"
+                      "  --ssh COMMAND    with --farm parallel: the ssh command Parallel uses (its --ssh)\n"
                       "  --resume         with --farm parallel: use the scenes already exported and render the\n"
-                      "                   frames whose picture is missing\n"
+                      "                   frames whose picture is missing (with or without --transfer, as\n"
+                      "                   they were exported)\n"
                       "  --help           display this help and exit\n"
                       "  --version        output version information and exit\n"
                       "\n"
@@ -99,7 +108,7 @@ int RenderFrames(PovRay_cls& pov, const std::vector<Frame>& frames, unsigned job
             const Frame& f = frames[next];
             auto thread = std::make_unique<ThreadPovRay>();
             const std::wstring command =
-                f.strCommand + Widen(" > " + CliFarm_cls::Quote(dir + "/" + f.strStem + ".log") + " 2>&1");
+                f.strCommand + Widen(" > " + PovFarm_cls::Quote(dir + "/" + f.strStem + ".log") + " 2>&1");
             thread->SetParameters(&pov, command, f.strPost);
             thread->MarkStarted();
             thread->Run();
@@ -144,6 +153,48 @@ int RenderFrames(PovRay_cls& pov, const std::vector<Frame>& frames, unsigned job
     return 0;
 }
 
+// Runs the frames through the GNU Parallel script beside the scenes; returns the exit code.
+int RunParallel(PovRay_cls& pov, int first, int last, const std::string& hosts, unsigned jobs, bool transfer,
+                const std::string& ssh)
+{
+    const PovFarm_cls farm(&pov);
+    const std::string script = farm.WriteParallelScript(first, last, jobs, transfer);
+    if (script.empty()) {
+        std::fprintf(stderr, "tessan-cli render: cannot write %s/%s\n", farm.WorkDir().c_str(),
+                     PovFarm_cls::kParallelScript);
+        return 1;
+    }
+    if (!ssh.empty())
+        setenv("PARALLEL_SSH", ssh.c_str(), 1);
+    std::string command = "bash " + PovFarm_cls::Quote(script);
+    if (!hosts.empty())
+        command += " " + PovFarm_cls::Quote(hosts);
+    std::fflush(stdout);
+    const int status = std::system(command.c_str());
+    if (status == -1) {
+        std::fprintf(stderr, "tessan-cli render: cannot start GNU Parallel\n");
+        return 1;
+    }
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
+    if (code == 127) {
+        std::fprintf(stderr, "tessan-cli render: GNU Parallel ('parallel') is not installed\n");
+        return 1;
+    }
+    const std::vector<std::string> stems = farm.Stems(first, last);
+    const std::vector<std::string> failed = farm.FailedStems(stems);
+    if (!failed.empty() || code != 0) {
+        for (const std::string& stem : failed)
+            std::fprintf(stderr, "tessan-cli render: POV-Ray failed on %s.ini; see %s/%s.log\n", stem.c_str(),
+                         farm.WorkDir().c_str(), stem.c_str());
+        if (failed.empty())
+            std::fprintf(stderr, "tessan-cli render: GNU Parallel ended with status %d\n", code);
+        return 1;
+    }
+    std::printf("rendered %zu frame%s through GNU Parallel (job log %s/%s)\n", stems.size(),
+                stems.size() == 1 ? "" : "s", farm.WorkDir().c_str(), PovFarm_cls::kJobLog);
+    return 0;
+}
+
 // The stem of a render command ("nice povray DIR/STEM.ini").
 std::string StemOf(const std::wstring& command)
 {
@@ -157,8 +208,8 @@ std::string StemOf(const std::wstring& command)
 
 int RunRender(const std::vector<std::string>& args)
 {
-    CliArgs_cls parsed(args, {"frames", "workdir", "jobs", "snapshot", "povray", "farm", "hosts"},
-                       {"overwrite", "resume"});
+    CliArgs_cls parsed(args, {"frames", "workdir", "jobs", "snapshot", "povray", "farm", "hosts", "ssh"},
+                       {"overwrite", "resume", "transfer"});
     if (!parsed.Error().empty())
         return Usage(parsed.Error());
     if (parsed.Operands().size() != 1)
@@ -184,8 +235,8 @@ int RunRender(const std::vector<std::string>& args)
     const bool farm = parsed.Value("farm").has_value();
     if (farm && *parsed.Value("farm") != "parallel")
         return Usage("invalid --farm '" + *parsed.Value("farm") + "' (expected 'parallel')");
-    if (!farm && (parsed.Value("hosts") || parsed.Has("resume")))
-        return Usage("--hosts and --resume need --farm parallel");
+    if (!farm && (parsed.Value("hosts") || parsed.Value("ssh") || parsed.Has("resume") || parsed.Has("transfer")))
+        return Usage("--hosts, --ssh, --transfer and --resume need --farm parallel");
     if (farm && snapshot >= 0)
         return Usage("--snapshot renders here; it does not go with --farm");
     CliProject_cls project;
@@ -215,14 +266,26 @@ int RunRender(const std::vector<std::string>& args)
         frames.push_back({snapshot, Narrow(s), pov.GetPovRayCommand(s), pov.GetPostSceneCommands()});
     } else if (farm && parsed.Has("resume")) {
         project.ResolveFrames(&first, &last);
-        for (const std::string& stem : CliFarm_cls::Stems(project, first, last))
-            if (access((Narrow(pov.GetWorkingDir()) + "/" + stem + ".ini").c_str(), F_OK) != 0) {
+        const PovFarm_cls farmFiles(&pov);
+        const std::vector<std::string> stems = farmFiles.Stems(first, last);
+        for (const std::string& stem : stems)
+            if (access((farmFiles.WorkDir() + "/" + stem + ".ini").c_str(), F_OK) != 0) {
                 std::fprintf(stderr, "tessan-cli render: %s/%s.ini is missing: nothing to resume\n",
-                             Narrow(pov.GetWorkingDir()).c_str(), stem.c_str());
+                             farmFiles.WorkDir().c_str(), stem.c_str());
                 return 1;
             }
-        return CliFarm_cls::RunParallel(project, first, last, parsed.Value("hosts").value_or(""), jobs);
+        // The scenes decide: files that name each other relatively travel to the hosts.
+        const bool relative = farmFiles.IsRelativeScene(stems.front());
+        if (parsed.Has("transfer") && !relative) {
+            std::fprintf(stderr, "tessan-cli render: the scenes in %s were exported without --transfer\n",
+                         farmFiles.WorkDir().c_str());
+            return 1;
+        }
+        pov.SetRelativePaths(relative);
+        return RunParallel(pov, first, last, parsed.Value("hosts").value_or(""), jobs, relative,
+                           parsed.Value("ssh").value_or(""));
     } else {
+        pov.SetRelativePaths(parsed.Has("transfer"));
         project.ResolveFrames(&first, &last);
         if (!parsed.Has("overwrite")) {
             const std::vector<std::string> existing = project.ExistingOutputs(first, last, true);
@@ -242,7 +305,8 @@ int RunRender(const std::vector<std::string>& args)
                               pov.GetPostCommands()[i]});
     }
     if (farm)
-        return CliFarm_cls::RunParallel(project, first, last, parsed.Value("hosts").value_or(""), jobs);
+        return RunParallel(pov, first, last, parsed.Value("hosts").value_or(""), jobs, parsed.Has("transfer"),
+                           parsed.Value("ssh").value_or(""));
     return RenderFrames(pov, frames, jobs);
 }
 

@@ -173,7 +173,7 @@ std::wstring PovRay_cls::GetPovStrCommon() const
     s += L"\n";
     s += L"#include \"shapes.inc\"";
     s += L"\n";
-    s += L"#declare WORKINGDIR=\"" + GetWorkingDir() + L"/" + L"\"";
+    s += L"#declare WORKINGDIR=\"" + (mbRelativePaths ? std::wstring(L".") : GetWorkingDir()) + L"/" + L"\"";
     s += L"\n";
     s += L"global_settings {";
     s += L"\n";
@@ -231,9 +231,11 @@ void PovRay_cls::GetPovStrIniFile(std::wstring& out, const std::wstring& stem, i
     out += mCFormat.GetIniText();
     if (mbSubsetRow.Get())
         out += WStrPrintf("Start_Row=%u\nEnd_Row=%u\n", muStartRow.Get(), muEndRow.Get());
-    const std::wstring input = L"\"" + GetWorkingDir() + L"/" + stem;
+    // Relative scenes name the bare stem: the files travel together and are rendered from
+    // the folder they arrive in.
+    const std::wstring input = mbRelativePaths ? L"\"" + stem : L"\"" + GetWorkingDir() + L"/" + stem;
     out += L"Input_File_Name=" + input + L".pov\"\n";
-    const std::wstring outDir = GetOutputDir().empty() ? L"./" : GetOutputDir() + L"/";
+    const std::wstring outDir = GetOutputDir().empty() || mbRelativePaths ? L"./" : GetOutputDir() + L"/";
     out += L"Output_File_Name=\"" + outDir + stem + L"\"\n";
     out += mCRadiosity.GetIniText();
     if (mbRemoveFile.Get()) {

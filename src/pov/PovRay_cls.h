@@ -73,6 +73,12 @@ class PovRay_cls
     const std::wstring& GetAnimPattern() const { return mStrAnimFile.Get(); }
     void SetSnapPattern(const std::wstring& p) { mStrSnapFile.Set(p); }
     void SetAnimPattern(const std::wstring& p) { mStrAnimFile.Set(p); }
+    /// Scene files that name each other relative to the ray tracer's current directory ("./")
+    /// instead of by the working directory's absolute path, so a frame's files can be copied
+    /// to another machine and rendered there; the picture is then written to "./" as well.
+    /// Not a saved setting: the render-farm exports turn it on for one export.
+    void SetRelativePaths(bool on) { mbRelativePaths = on; }
+    bool IsRelativePaths() const { return mbRelativePaths; }
     /// The folder the pictures go to ("PovOutputDir="; empty: "./", the ray tracer's folder).
     const std::wstring& GetOutputDir() const { return mStrOutputDir.Get(); }
     void SetOutputDir(const std::wstring& dir) { mStrOutputDir.Set(dir); }
@@ -231,6 +237,7 @@ class PovRay_cls
     PovBG_cls mCBG;
 
     unsigned muProcessorCount = 0;
+    bool mbRelativePaths = false;
     std::wstring mStrPostSceneCommands;
     std::array<wchar_t, kStemBufferLength> mvScriptName{};
     std::vector<std::wstring> mvCommands;
