@@ -13,6 +13,7 @@
 #include "gui/PovSettingsDialog_cls.h"
 #include "gui/Shortcut_cls.h"
 #include "pov/PovExport_cls.h"
+#include "pov/PovFarm_cls.h"
 #include "pov/PovSceneObjects_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
@@ -26,6 +27,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <thread>
 
 // --- construction and hooks --------------------------------------------------------------------
 
@@ -37,6 +39,8 @@ RenderMenu_cls::RenderMenu_cls(FrameMain_cls* frame, Main_cls* main)
     mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnExportAnim, this, kIdExportAnim);
     mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnRenderAnim, this, kIdRenderAnim);
     mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnPovSettings, this, kIdPovSettings);
+    mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnExportParallel, this, kIdExportParallel);
+    mpFrame->Bind(wxEVT_MENU, &RenderMenu_cls::OnExportSlurm, this, kIdExportSlurm);
     InstallHooks();
 }
 
@@ -206,6 +210,75 @@ void RenderMenu_cls::OnPovSettings(wxCommandEvent&)
 {
     PovSettingsDialog_cls dialog(mpFrame, &mpExport->GetPovRay());
     dialog.ShowModal();
+}
+
+bool RenderMenu_cls::ExportForFarm(bool parallel, bool transfer)
+{
+    PovRay_cls& pov = mpExport->GetPovRay();
+    unsigned first = 0, last = 0;
+    pov.GetFrameRange(mpMain->GetTimeCtrl(), &first, &last);
+    // Relative paths only for this export: the window's own renders run POV-Ray from elsewhere.
+    pov.SetRelativePaths(transfer);
+    std::string script;
+    const bool exported = RunExport([&] {
+        if (!mpExport->CommandExportAnim())
+            return false;
+        const PovFarm_cls farm(&pov);
+        if (parallel) {
+            // Frames side by side on this machine: as many as the cores hold at "PovWorkThread="
+            // threads each.
+            const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+            const unsigned jobs = std::max(1u, cores / std::max(1u, pov.GetWorkThreadsForIni()));
+            script = farm.WriteParallelScript(static_cast<int>(first), static_cast<int>(last), jobs, transfer);
+        } else {
+            script = farm.WriteSlurmScript(static_cast<int>(first), static_cast<int>(last), 0);
+        }
+        return true;
+    });
+    pov.SetRelativePaths(false);
+    if (!exported)
+        return false;
+    if (script.empty()) {
+        GetUserPrompt()->SetStatusText(TrW("Disk I/O Error"), 0);
+        GetUserPrompt()->Message(TrW("File output failed. Please check the working directory and its permission."),
+                                 TrW("Write Error"));
+        return false;
+    }
+    const std::wstring command = parallel ? L"bash " + Widen(PovFarm_cls::Quote(script)) + L" [HOSTFILE]"
+                                          : L"sbatch " + Widen(PovFarm_cls::Quote(script));
+    GetUserPrompt()->SetStatusText(TrW("Render with: ") + command, 0);
+    if (parallel)
+        GetUserPrompt()->Message(TrW("The GNU Parallel job is written beside the scenes.\nRender the frames with\n\n") +
+                                     command +
+                                     TrW("\n\nHOSTFILE lists the hosts (':' is this machine); without it the frames "
+                                         "render here. Running it again renders the frames whose picture is missing."),
+                                 TrW("Render Farm"));
+    else
+        GetUserPrompt()->Message(TrW("The Slurm job array is written beside the scenes.\nSubmit it with\n\n") +
+                                     command +
+                                     TrW("\n\nA task whose picture exists does nothing, so submitting it again "
+                                         "finishes an interrupted run."),
+                                 TrW("Render Farm"));
+    return true;
+}
+
+void RenderMenu_cls::OnExportParallel(wxCommandEvent&)
+{
+    if (mbBusy || mpExport->GetPovRay().IsExporting())
+        return;
+    const int choice = GetUserPrompt()->AskChoice(
+        TrW("How do the render hosts reach the scene files?"), TrW("Export for GNU Parallel"),
+        {TrW("0: The working directory is at the same path on every host."),
+         TrW("1: Send each frame's files to its host and bring the picture back.")},
+        0);
+    if (choice < 0)
+        return;
+    ExportForFarm(true, choice == 1);
+}
+
+void RenderMenu_cls::OnExportSlurm(wxCommandEvent&)
+{
+    ExportForFarm(false, false);
 }
 
 // --- render button -----------------------------------------------------------------------------

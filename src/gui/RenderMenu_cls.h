@@ -50,6 +50,13 @@ class RenderMenu_cls : public wxEvtHandler
     void OnExportAnim(wxCommandEvent& event);
     void OnRenderAnim(wxCommandEvent& event);
     void OnPovSettings(wxCommandEvent& event);
+    /// Exports the sequence and writes RenderParallel.sh with its job list beside the scenes,
+    /// after asking whether the hosts share the working directory or get the files sent; then
+    /// tells the user the command that runs it.
+    void OnExportParallel(wxCommandEvent& event);
+    /// Exports the sequence and writes the Slurm job array RenderSlurm.sh beside the scenes;
+    /// then tells the user the sbatch command.
+    void OnExportSlurm(wxCommandEvent& event);
 
   private:
     void InstallHooks();
@@ -59,6 +66,9 @@ class RenderMenu_cls : public wxEvtHandler
     bool EnsureWorkingDir();
     /// Runs an export command with the busy mark set and the clock's frame restored afterwards.
     template <typename Fn> bool RunExport(Fn&& command);
+    /// The farm exports: the sequence's scenes (relative paths when transfer), then the script
+    /// of the kind (true: GNU Parallel, false: Slurm) and the message naming its command.
+    bool ExportForFarm(bool parallel, bool transfer);
 
     FrameMain_cls* mpFrame;
     Main_cls* mpMain;

@@ -122,6 +122,13 @@ const std::vector<Shortcut_cls::Record>& Shortcut_cls::Records()
         {0, "&Render", "", "", "", "", "", kSeparator},
         {kIdPovSettings, "&Render", "PovSettings", "Ray-tracer se&ttings...",
          "Pov-Ray path, working directory, image size and quality", "", "", kNormal},
+        {0, "&Render", "", "", "", "", "", kSeparator},
+        {kIdExportParallel, "&Render", "ExportParallel", "Export for &GNU Parallel...",
+         "Write every frame's scene and RenderParallel.sh, which renders them through GNU Parallel here or on "
+         "other hosts",
+         "", "", kNormal},
+        {kIdExportSlurm, "&Render", "ExportSlurm", "Export for S&lurm...",
+         "Write every frame's scene and RenderSlurm.sh, a Slurm job array with one task per frame", "", "", kNormal},
         {kIdAbout, "&Help", "About", "&About...", "About Kivrel Tessan", "F1", "", kNormal},
     };
     return sRecords;

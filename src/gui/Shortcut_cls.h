@@ -49,6 +49,8 @@ enum ShortcutId : int {
     kIdUseCameraPath,
     kIdShowCameraPath,
     kIdPreferences,
+    kIdExportParallel,
+    kIdExportSlurm,
     kIdRecentFirst = 6200, ///< recent-project entries use kIdRecentFirst .. kIdRecentFirst + 9
 };
 

@@ -1751,6 +1751,110 @@ def case_render_error(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+FAKE_SSH = """#!/bin/bash
+# ssh stand-in: every host is a folder under FAKE_ROOT, its home and login folder, so Parallel's
+# rsync transfers and clean-up really happen between separate file trees.
+while [ $# -gt 0 ]; do
+  case "$1" in
+    -[BbcDEeFIiJLlmOopQRSWw]) shift 2 ;;
+    --) shift; break ;;
+    -*) shift ;;
+    *) break ;;
+  esac
+done
+host=$1; shift
+[ "${1:-}" = "--" ] && shift
+mkdir -p "$FAKE_ROOT/$host"
+cd "$FAKE_ROOT/$host" && HOME="$FAKE_ROOT/$host" exec bash -c "$*"
+"""
+
+
+def case_render_farm(binary):
+    """The Render menu's farm exports: "Export for GNU Parallel" (files sent to the hosts) writes
+    scenes with relative paths and RenderParallel.sh, which renders every frame on two stand-in
+    ssh hosts and leaves nothing behind there; "Export for Slurm" writes RenderSlurm.sh, which
+    run by hand as array task 3 renders exactly frame 3, the same picture. Both tell the command."""
+    work = tempfile.mkdtemp(prefix="tessan-farm-")
+    try:
+        paths, log = render_setup(work, 6, "0")
+        pov = os.path.join(work, "POV")
+        app = App(binary, answers="1", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            menu(app, "r", ["Down"] * 5)
+            s = app.wait_for(lambda s: s.get("status0", "").startswith("Render with: bash "), "no Parallel export")
+            script = os.path.join(pov, "RenderParallel.sh")
+            check(s["status0"] == "Render with: bash '%s' [HOSTFILE]" % script, "status: %r" % s["status0"])
+            err = app.stderr()
+            check("prompt: Export for GNU Parallel: How do the render hosts reach the scene files? -> 1" in err,
+                  "the transfer question: %r" % err)
+            check("prompt: Render Farm: The GNU Parallel job is written" in err and script in err,
+                  "the message names the command")
+            menu(app, "r", ["Down"] * 6)
+            s = app.wait_for(lambda s: s.get("status0", "").startswith("Render with: sbatch "), "no Slurm export")
+            slurm = os.path.join(pov, "RenderSlurm.sh")
+            check(s["status0"] == "Render with: sbatch '%s'" % slurm, "status: %r" % s["status0"])
+            check("prompt: Render Farm: The Slurm job array is written" in app.stderr(), "the Slurm message")
+        finally:
+            app.close(keep=True)
+        for path in (script, slurm):
+            r = subprocess.run(["bash", "-n", path], capture_output=True, text=True)
+            check(r.returncode == 0, "bash -n %s: %s" % (path, r.stderr))
+        # The Slurm export wrote the scenes again with absolute paths (the window's own renders
+        # need them); the Parallel job's list still names every frame's files.
+        with open(os.path.join(pov, "render.jobs")) as f:
+            jobs = [line.rstrip("\n").split("\t") for line in f]
+        check([j[0] for j in jobs] == ["povanim%04d" % i for i in range(6)], "job list: %r" % jobs)
+        check(all("%s_BOX0.df3" % j[0] in j and "%s.pov" % j[0] in j for j in jobs), "frame files: %r" % jobs)
+
+        # Slurm task 3 by hand: exactly that frame's picture, in the output folder.
+        env = dict(os.environ, SLURM_ARRAY_TASK_ID="3")
+        r = subprocess.run(["bash", slurm], env=env, capture_output=True, text=True, timeout=120)
+        check(r.returncode == 0, "slurm task: %s %s" % (r.stdout, r.stderr))
+        check(images(work) == ["povanim0003.png"], "one picture: %r" % images(work))
+        runs = read_runs(log)
+        check([os.path.basename(run[2]) for run in runs] == ["povanim0003.ini"], "one run: %r" % runs)
+
+        # Export for Parallel again, now as the only export, and render on two stand-in hosts.
+        app = App(binary, answers="1", args=[paths[0]], folder=work, size="1200x1000")
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
+            menu(app, "r", ["Down"] * 5)
+            app.wait_for(lambda s: s.get("status0", "").startswith("Render with: bash "), "no Parallel export")
+        finally:
+            app.close(keep=True)
+        with open(os.path.join(pov, "povanim0002.ini")) as f:
+            ini = f.read()
+        check('Input_File_Name="povanim0002.pov"' in ini and 'Output_File_Name="./povanim0002"' in ini,
+              "relative option file: %r" % ini)
+        with open(os.path.join(pov, "povanim0002.pov")) as f:
+            check('#declare WORKINGDIR="./"' in f.read(), "relative scene")
+        fake = os.path.join(work, "fake-ssh")
+        with open(fake, "w") as f:
+            f.write(FAKE_SSH)
+        os.chmod(fake, 0o755)
+        hosts_root = os.path.join(work, "hosts")
+        os.makedirs(hosts_root)
+        hostfile = os.path.join(work, "hostfile")
+        with open(hostfile, "w") as f:
+            f.write("1/nodeA\n1/nodeB\n")
+        env = dict(os.environ, PARALLEL_SSH=fake, FAKE_ROOT=hosts_root)
+        r = subprocess.run(["bash", script, hostfile], env=env, capture_output=True, text=True, timeout=170)
+        check(r.returncode == 0, "parallel: %s %s" % (r.stdout, r.stderr))
+        rendered = sorted(n for n in os.listdir(pov) if n.endswith(".png"))
+        check(rendered == ["povanim%04d.png" % i for i in range(6)], "pictures came back: %r" % rendered)
+        with open(os.path.join(pov, "render.joblog")) as f:
+            used = {line.split("\t")[1] for line in list(f)[1:]}
+        check(used <= {"nodeA", "nodeB"} and len(used) >= 1, "jobs ran on the stand-in hosts: %r" % used)
+        left = [os.path.join(d, n) for d, _, names in os.walk(hosts_root) for n in names]
+        check(left == [], "files left on the hosts: %r" % left)
+        same = Picture(os.path.join(pov, "povanim0003.png"))
+        check(same.rgb == Picture(os.path.join(work, "out", "povanim0003.png")).rgb, "farm picture = Slurm picture")
+        check(same.distinct_colours() > 3, "the picture shows something")
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 def view_shot(binary, work, name, args):
     """Runs the window with --view-shot; returns the picture of the active view."""
     out = os.path.join(work, name + ".png")
@@ -2829,6 +2933,7 @@ CASES = {
     "colour_map": case_colour_map,
     "screenshot_every": case_screenshot_every,
     "render_error": case_render_error,
+    "render_farm": case_render_farm,
     "offscreen_shot": case_offscreen_shot,
     "stereo_anaglyph": case_stereo_anaglyph,
     "camera_path": case_camera_path,
