@@ -1,6 +1,8 @@
 // Rendering through GNU Parallel and Slurm: the farm's pictures equal the plain render's, a
-// resumed run renders exactly the missing frames, and the Slurm array script renders the frame
-// of its task and skips a frame already rendered.
+// resumed run renders exactly the missing frames, files sent to stand-in ssh hosts (each its own
+// folder tree, reached through Parallel's --ssh) render the same pictures and leave nothing
+// there, and the Slurm array script renders the frame of its task and skips a frame already
+// rendered.
 #include "cli/CliTestUtil.h"
 
 #include <gtest/gtest.h>
@@ -77,6 +79,112 @@ TEST_F(FarmFixture, ParallelNamesAFailingFrame)
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(r.err.find("POV-Ray failed on povanim0002.ini"), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find("povanim0001.ini"), std::string::npos) << r.err;
+}
+
+// An ssh stand-in: every host is a folder under FAKE_ROOT, its home and login folder, so rsync
+// really copies between separate file trees and Parallel's clean-up really removes files there.
+const char kFakeSsh[] = "#!/bin/bash\n"
+                        "while [ $# -gt 0 ]; do\n"
+                        "  case \"$1\" in\n"
+                        "    -[BbcDEeFIiJLlmOopQRSWw]) shift 2 ;;\n"
+                        "    --) shift; break ;;\n"
+                        "    -*) shift ;;\n"
+                        "    *) break ;;\n"
+                        "  esac\n"
+                        "done\n"
+                        "host=$1; shift\n"
+                        "[ \"${1:-}\" = \"--\" ] && shift\n"
+                        "mkdir -p \"$FAKE_ROOT/$host\"\n"
+                        "cd \"$FAKE_ROOT/$host\" && HOME=\"$FAKE_ROOT/$host\" exec bash -c \"$*\"\n";
+
+std::vector<std::string> FilesUnder(const std::string& dir)
+{
+    std::vector<std::string> files;
+    for (const auto& e : fs::recursive_directory_iterator(dir))
+        if (!e.is_directory())
+            files.push_back(e.path().string());
+    return files;
+}
+
+TEST_F(FarmFixture, TransferSendsEachFramesFilesToTheHostsAndLeavesNothingThere)
+{
+    if (!HaveTools() || RunCommand("rsync --version").exitCode != 0)
+        GTEST_SKIP() << "POV-Ray, GNU Parallel, ImageMagick or rsync missing";
+    const std::string pov = " --povray " + PovRayPath();
+    const std::string ssh = mDir.File("fake-ssh");
+    WriteFileText(ssh, kFakeSsh);
+    fs::permissions(ssh, fs::perms::owner_all);
+    const std::string root = mDir.File("hosts");
+    fs::create_directories(root);
+    setenv("FAKE_ROOT", root.c_str(), 1);
+    WriteFileText(Dir("hostfile"), "1/nodeA\n1/nodeB\n");
+
+    // Eight frames; each sends its option file, scene and density file.
+    const std::string project = WriteSampleProject(mDir, DataDir(), 8, L"PovWorkThread=1\n");
+    RunResult r = RunCli("render " + project + " --frames 0:7 --jobs 2 --workdir " + Dir("plain") + pov);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    r = RunCli("render " + project + " --frames 0:7 --farm parallel --transfer --hosts " + Dir("hostfile") + " --ssh " +
+               ssh + " --workdir " + Dir("farm") + pov);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("rendered 8 frames through GNU Parallel"), std::string::npos) << r.out;
+    // The scenes name no folder of this machine.
+    const std::string ini = ReadFileText(Dir("farm") + "/" + StrPrintf("povanim%04d.ini", 5));
+    EXPECT_NE(ini.find("Input_File_Name=\"povanim0005.pov\""), std::string::npos) << ini;
+    EXPECT_EQ(ini.find(Dir("farm")), std::string::npos) << ini;
+    EXPECT_EQ(ReadFileText(Dir("farm") + "/povanim0005.pov").find(Dir("farm")), std::string::npos);
+    for (int f = 0; f < 8; ++f) {
+        const PovImage a = ReadPicture(Dir("plain") + "/" + Png(f)), b = ReadPicture(Dir("farm") + "/" + Png(f));
+        ASSERT_TRUE(a.Valid() && b.Valid()) << Png(f);
+        EXPECT_EQ(a.vData, b.vData) << Png(f);
+        EXPECT_TRUE(fs::exists(Dir("farm") + StrPrintf("/povanim%04d.log", f))) << "the log came back";
+    }
+    // Every job ran on a stand-in host, and --cleanup took everything away there.
+    const std::string log = ReadFileText(Dir("farm") + "/render.joblog");
+    EXPECT_EQ(log.find("\t:\t"), std::string::npos) << log;
+    EXPECT_NE(log.find("\tnodeA\t"), std::string::npos) << log;
+    EXPECT_NE(log.find("\tnodeB\t"), std::string::npos) << log;
+    EXPECT_EQ(FilesUnder(root), std::vector<std::string>());
+
+    // Resuming finds out by itself that the scenes travel; this machine may take part too.
+    fs::remove(Dir("farm") + "/" + Png(6));
+    WriteFileText(Dir("hostfile"), "1/:\n1/nodeB\n");
+    r = RunCli("render " + project + " --frames 0:7 --farm parallel --resume --hosts " + Dir("hostfile") + " --ssh " +
+               ssh + " --workdir " + Dir("farm") + pov);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(ReadPicture(Dir("farm") + "/" + Png(6)).vData, ReadPicture(Dir("plain") + "/" + Png(6)).vData);
+    EXPECT_EQ(FilesUnder(root), std::vector<std::string>());
+    unsetenv("FAKE_ROOT");
+}
+
+TEST_F(FarmFixture, ParallelOptionsAreCheckedAndExportWritesTheScript)
+{
+    RunResult r = RunCli("render " + mProject + " --transfer --workdir " + Dir("w"));
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_NE(r.err.find("need --farm parallel"), std::string::npos) << r.err;
+    r = RunCli("export " + mProject + " --farm slurm --transfer --workdir " + Dir("w"));
+    EXPECT_EQ(r.exitCode, 2);
+    r = RunCli("export " + mProject + " --farm parallel --limit 3 --workdir " + Dir("w"));
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_FALSE(fs::exists(Dir("w") + "/povanim0000.pov"));
+
+    r = RunCli("export " + mProject + " --frames 0:2 --farm parallel --transfer --jobs 4 --workdir " + Dir("w"));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const std::string script = fs::absolute(Dir("w") + "/RenderParallel.sh").string();
+    EXPECT_NE(r.out.find("render with: bash '" + script + "' [HOSTFILE]"), std::string::npos) << r.out;
+    EXPECT_EQ(RunCommand("bash -n '" + script + "'").exitCode, 0);
+    EXPECT_NE(ReadFileText(script).find("hosts=(-j 4)"), std::string::npos);
+    EXPECT_EQ(ReadFileText(Dir("w") + "/render.jobs"),
+              "povanim0000\tpovanim0000.ini\tpovanim0000.pov\tpovanim0000_BOX0.df3\n"
+              "povanim0001\tpovanim0001.ini\tpovanim0001.pov\tpovanim0001_BOX0.df3\n"
+              "povanim0002\tpovanim0002.ini\tpovanim0002.pov\tpovanim0002_BOX0.df3\n");
+    EXPECT_NE(ReadFileText(Dir("w") + "/povanim0001.pov").find("#declare WORKINGDIR=\"./\""), std::string::npos);
+
+    // Resuming with --transfer what was exported without it is refused.
+    r = RunCli("export " + mProject + " --frames 0:2 --workdir " + Dir("abs"));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    r = RunCli("render " + mProject + " --frames 0:2 --farm parallel --resume --transfer --workdir " + Dir("abs"));
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find("exported without --transfer"), std::string::npos) << r.err;
 }
 
 TEST_F(FarmFixture, SlurmScriptRendersTheFrameOfItsTask)
