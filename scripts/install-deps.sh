@@ -13,7 +13,7 @@ packages=(
   xvfb xauth x11-utils imagemagick xdotool desktop-file-utils
   gettext locales
   clang-14 libclang-rt-14-dev
-  assimp-utils parallel
+  assimp-utils parallel rsync
   libpng-dev libtiff-dev libjpeg-dev
 )
 if [[ "${1:-}" == "--bench" ]]; then
