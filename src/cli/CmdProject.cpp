@@ -147,7 +147,8 @@ bool AddFilterItem(const std::string& item, FilterCtrl_cls& chain, std::string& 
             return false;
         }
         const int at = chain.AddToList(-1, FilterCtrl_cls::CreateItem(0, &chain));
-        SetConstant(*chain.GetPFilterBase(at), {level});
+        // The item keeps its level as a fraction of the byte range, as the Scene panel sets it.
+        SetConstant(*chain.GetPFilterBase(at), {level / 255.0});
         return true;
     }
     if (word == "clip") {

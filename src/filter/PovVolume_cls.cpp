@@ -94,7 +94,8 @@ bool PovVolume_cls::WritePaddedDF3(const std::string& path, const uint8_t* voxel
 
 std::wstring PovVolume_cls::GetPovStrDensityDeclare(const std::wstring& name, const std::wstring& df3File, unsigned nx,
                                                     unsigned ny, unsigned nz, const std::wstring& colorMacro,
-                                                    float emission, float absorption, const std::wstring& cutOut)
+                                                    float emission, float absorption, const std::wstring& cutOut,
+                                                    unsigned intervals)
 {
     auto scale = [](unsigned n) { return n == 0 ? 1.0 : (n + 2.0) / n; };
     // Interpolating modes put sample j on the grid vertex j / m; mode 0 fills the cell
@@ -109,9 +110,10 @@ std::wstring PovVolume_cls::GetPovStrDensityDeclare(const std::wstring& name, co
     std::wstring s = cutOut.empty() ? L"#declare " + name + L"=box { <0,0,0>, <1,1,1>\n"
                                     : L"#declare " + name + L"=difference {\n\tbox { <0,0,0>, <1,1,1> }\n" + cutOut;
     s += L"\tpigment { rgbt 1 }\n\thollow\n\tinterior {\n\t\tmedia {\n";
-    s += WStrPrintf("\t\t\tmethod %u\n\t\t\tintervals %u\n\t\t\tsamples %u, %u\n", msMethod,
-                    msInterval < 1 ? 1u : msInterval, msSamplesMin < 1 ? 1u : msSamplesMin,
-                    msSamplesMax < msSamplesMin ? msSamplesMin : msSamplesMax);
+    // The item's own interval count wins; the class-wide one serves boxes without an item.
+    const unsigned useIntervals = intervals > 0 ? intervals : (msInterval < 1 ? 1u : msInterval);
+    s += WStrPrintf("\t\t\tmethod %u\n\t\t\tintervals %u\n\t\t\tsamples %u, %u\n", msMethod, useIntervals,
+                    msSamplesMin < 1 ? 1u : msSamplesMin, msSamplesMax < msSamplesMin ? msSamplesMin : msSamplesMax);
     if (msMethod == 3)
         s += WStrPrintf("\t\t\taa_level %u\n\t\t\taa_threshold %g\n", msAALevel, static_cast<double>(msAAThreshold));
     for (int pass = 0; pass < 2; ++pass) {

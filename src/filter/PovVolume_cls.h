@@ -69,12 +69,13 @@ class PovVolume_cls : public FilterWithParameter_cls
     /// The "#declare <name>=..." media object for one data box: a unit box [0,1]^3 filled with
     /// media whose density reads df3File ("WORKINGDIR" relative name), placed as described
     /// above, coloured by the colour-map macro colorMacro (empty: grey ramp), with emission and
-    /// absorption strengths. cutOut: objects (in the unit box) removed from it. The caller
-    /// scales and places the unit box.
+    /// absorption strengths. cutOut: objects (in the unit box) removed from it. intervals: the
+    /// item's "VolumeIntervals=" (0: the class-wide interval). The caller scales and places the
+    /// unit box.
     static std::wstring GetPovStrDensityDeclare(const std::wstring& name, const std::wstring& df3File, unsigned nx,
                                                 unsigned ny, unsigned nz, const std::wstring& colorMacro,
                                                 float emission, float absorption,
-                                                const std::wstring& cutOut = std::wstring());
+                                                const std::wstring& cutOut = std::wstring(), unsigned intervals = 0);
 
   protected:
     void ApplyParameterValues(const double* values) override;

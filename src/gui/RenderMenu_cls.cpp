@@ -88,7 +88,14 @@ void RenderMenu_cls::InstallHooks()
         }
         return false;
     };
-    mpExport->mPrepareFrame = [this](int frame) { mpFrame->PrepareFrameForExport(frame); };
+    // The window brings the frame up for the views; then every chain runs once more on it, as
+    // the headless export does, because the output items (sections, isosurfaces) keep the data
+    // they last saw, which may be a frame the idle loop read ahead.
+    mpExport->mPrepareFrame = [this](int frame) {
+        mpFrame->PrepareFrameForExport(frame);
+        if (mpSceneObjects)
+            mpSceneObjects->PrepareFrame(frame >= 0 ? frame : mpMain->GetTimeCtrl().GetIndex());
+    };
     // Every chain's animated settings at the frame's time, for the objects the chains export.
     mpExport->mUpdateFilterParameters = [this](double time) {
         for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot)
@@ -134,8 +141,11 @@ void RenderMenu_cls::InstallHooks()
             const unsigned sizes[3] = {box.uX, box.uY, box.uZ};
             for (int a = 0; a < 3; ++a)
                 box.dSize[a] = scale[static_cast<size_t>(a)] * sizes[a] / longest;
+            // The colour the preview shows the slot in; the media as the slot's volume item
+            // sets them up, as the command-line export does.
             if (const DF3GL_cls* gl = mpFrame->GetDF3GL(slot))
                 box.iColorIndex = gl->GetColorIndex();
+            PovSceneObjects_cls::ApplyVolumeItem(sequence.GetFilterCtrl(), box);
             boxes.push_back(box);
         }
         return boxes;

@@ -349,7 +349,7 @@ bool PovExport_cls::OutputPovStrObjDensity(std::wstring& out, std::wstring& memb
         const std::wstring macro =
             mpColoring != nullptr ? mpColoring->GetPovStrColorMapName(b.iColorIndex, style) : std::wstring();
         out += PovVolume_cls::GetPovStrDensityDeclare(L"BOX_" + n, df3Name, b.uX, b.uY, b.uZ, macro, b.fEmission,
-                                                      b.fAbsorption, b.strCutOut);
+                                                      b.fAbsorption, b.strCutOut, b.uIntervals);
         // The world's z axis is mirrored in the ray tracer's frame: the box is mirrored with it,
         // so voxel order along z keeps matching the preview.
         const std::wstring place =

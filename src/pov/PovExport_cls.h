@@ -48,6 +48,9 @@ class PovExport_cls
         int iColorIndex = 0; ///< colour index of the slot (0: white)
         float fEmission = 1.0f;
         float fAbsorption = 0.0f;
+        /// Sampling intervals of the media ("VolumeIntervals=" of the slot's volume item); 0 takes
+        /// the class-wide interval of the media object.
+        unsigned uIntervals = 0;
         /// Shapes (in the unit cube of the data) cut out of the media; empty: none.
         std::wstring strCutOut;
     };

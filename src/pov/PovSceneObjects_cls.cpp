@@ -227,6 +227,18 @@ std::array<double, 3> PovSceneObjects_cls::GetBoxExtent() const
     return extent;
 }
 
+void PovSceneObjects_cls::ApplyVolumeItem(const FilterCtrl_cls& chain, PovExport_cls::DataBox& box)
+{
+    // The volume's "Alpha" scales how strongly the density glows or hides what lies behind.
+    const float strength = static_cast<float>(kMediaStrength * std::max(0.0, chain.GetVolumeParameter(0)));
+    const int type = chain.GetVolumeDataType();
+    box.fEmission = type == 1 ? 0.0f : strength;
+    box.fAbsorption = type == 0 ? 0.0f : strength;
+    PovVolume_cls* volume = chain.GetVolumeItem();
+    const int intervals = volume != nullptr ? volume->GetData().miIntervals.Get() : 0;
+    box.uIntervals = intervals > 0 ? static_cast<unsigned>(intervals) : 0u;
+}
+
 std::vector<PovExport_cls::DataBox> PovSceneObjects_cls::GetDataBoxes(int /*frame*/)
 {
     std::vector<PovExport_cls::DataBox> boxes;
@@ -244,11 +256,7 @@ std::vector<PovExport_cls::DataBox> PovSceneObjects_cls::GetDataBoxes(int /*fram
         box.uZ = size[2];
         std::copy(extent.begin(), extent.end(), box.dSize);
         box.iColorIndex = chain.GetVolumeColorType();
-        // The volume's "Alpha" scales how strongly the density glows or hides what lies behind.
-        const float strength = static_cast<float>(kMediaStrength * std::max(0.0, chain.GetVolumeParameter(0)));
-        const int type = chain.GetVolumeDataType();
-        box.fEmission = type == 1 ? 0.0f : strength;
-        box.fAbsorption = type == 0 ? 0.0f : strength;
+        ApplyVolumeItem(chain, box);
         // The clipping items before the volume leave a box of it; what lies outside is cut away.
         double clipMin[3], clipMax[3];
         const PovVolume_cls* volume = chain.GetVolumeItem();

@@ -57,6 +57,10 @@ class PovSceneObjects_cls
     // ---- data boxes --------------------------------------------------------------------------
     /// One box per slot with data and a switched-on volume item, from the prepared frame.
     std::vector<PovExport_cls::DataBox> GetDataBoxes(int frame);
+    /// The media settings of the chain's volume item in a box: emission or absorption (or
+    /// both, by "VolumeDataType=") at the strength its "Alpha" gives, and "VolumeIntervals=".
+    /// A chain without a volume item gives the item's defaults (the window draws such slots).
+    static void ApplyVolumeItem(const FilterCtrl_cls& chain, PovExport_cls::DataBox& box);
     /// The sides of the drawing box for the current frame (see the geometry note above).
     std::array<double, 3> GetBoxExtent() const;
 

@@ -1487,10 +1487,58 @@ def case_render_sequence(binary):
                 scene = f.read()
             check("density_file df3 \"povanim0007_BOX0.df3\"" in scene or "povanim0007_BOX0.df3" in scene,
                   "frame 7's scene reads frame 7's data")
+            camera = s["camera3"].split()
         finally:
             app.close(keep=True)
+        # Real pictures: each shows the data, and they follow the frames (the small blob moves
+        # across the box, less than a pixel a frame at this size, so first, middle and last).
+        pictures = [Picture(os.path.join(work, "out", n)) for n in names]
+        for n, pic in zip(names, pictures):
+            check((pic.width, pic.height) == (64, 48), "%s is %dx%d" % (n, pic.width, pic.height))
+            check(max(max(pic.rgb[i:i + 3]) for i in range(0, len(pic.rgb), 3)) > 60, "%s is blank" % n)
+        for a, b in ((0, 12), (12, 23), (0, 23)):
+            moved = sum(distance(pictures[a].pixel(x, y), pictures[b].pixel(x, y)) > 40
+                        for y in range(48) for x in range(64))
+            check(moved >= 4, "frames %d and %d look the same (%d pixels differ)" % (a, b, moved))
+        # The same frames rendered by tessan-cli from a project with the window's camera and
+        # what the window exports for a slot without items (palette 0, one media interval).
+        check_cli_render_equals(binary, work, paths[0], camera, pictures)
     finally:
         shutil.rmtree(work, ignore_errors=True)
+
+
+def check_cli_render_equals(binary, work, first, camera, pictures):
+    project = os.path.join(work, "cli.vsp")
+    r = subprocess.run([cli_binary(binary), "project", "new", project, "--data", first, "--filter", "volume"],
+                       capture_output=True, text=True)
+    check(r.returncode == 0, "tessan-cli project new: %s" % r.stderr)
+    with open(project, encoding="utf-8") as f:
+        text = f.read()
+    for key, value in {"VolumeColorIndex=": "0", "VolumeIntervals=": "1", "PovImageWidth=": "64",
+                       "PovImageHeight=": "48", "PovAntialias=": "0", "PovWorkThread=": "1"}.items():
+        text = re.sub("^" + re.escape(key) + ".*$", key + value, text, flags=re.M)
+    text += "GLView0CamLocation=%s %s %s\nGLView0CamLookAt=%s %s %s\n" % tuple(camera[0:3] + camera[4:7])
+    with open(project, "w", encoding="utf-8") as f:
+        f.write(text)
+    out = os.path.join(work, "cli")
+    r = subprocess.run([cli_binary(binary), "render", project, "--frames", "0:%d" % (len(pictures) - 1), "--jobs", "2",
+                        "--povray", "/usr/bin/povray", "--workdir", out], capture_output=True, text=True, timeout=170)
+    check(r.returncode == 0, "tessan-cli render: %s" % r.stderr[-800:])
+    worst, other = 0.0, None
+    for i, pic in enumerate(pictures):
+        cli = Picture(os.path.join(out, "povanim%04d.png" % i))
+        check((cli.width, cli.height) == (pic.width, pic.height), "frame %d: CLI picture of another size" % i)
+        diff = region_difference(pic, cli, 0, 0, pic.width, pic.height)
+        # The same scene text gives the same picture; the bound leaves room for nothing more than
+        # rounding, well below what separates the first frame from the last (about 2).
+        check(diff < 0.5, "frame %d: the window's picture differs from the CLI render (mean %.2f)" % (i, diff))
+        worst = max(worst, diff)
+        if i == len(pictures) - 1:
+            # The measure tells frames apart: the last CLI picture against the window's first.
+            other = region_difference(pictures[0], cli, 0, 0, pic.width, pic.height)
+    check(other > 1.0, "the comparison cannot tell the first frame from the last (%.2f)" % other)
+    print("window against CLI: mean colour difference at most %.2f (first against last frame: %.2f)"
+          % (worst, other))
 
 
 def case_render_stop(binary):
@@ -1567,6 +1615,290 @@ def case_snapshot(binary):
             app.close(keep=True)
     finally:
         shutil.rmtree(work, ignore_errors=True)
+
+
+# --- the rendered scene against the preview ----------------------------------------------------
+
+# The camera of the perspective view in these scenes: off to one side and above, looking at a
+# point beside the box centre, so the data sit off the middle of the picture and a mirrored or
+# swapped axis would move them.
+MATCH_CAMERA = "GLView3CamLocation=1.5 1.1 2.2\nGLView3CamLookAt=0.15 0.1 0\n"
+# A light behind the camera, for the isosurface: the visible side is lit evenly, so shading
+# darkens the outline alike all round and moves no centroid.
+MATCH_LIGHT = ("--LightSource\nLightKind=0\nParameter_Light\ndimension 7\ntimeDepend 0\nvisible 1\nshow 1\n"
+               "selectable 1\nitemnum 1\n0 7 1 3 2.2 4.4 1 1 1 1" + " 0" * 14 + "\n--FinishLightSource\n")
+
+
+def cli_binary(binary):
+    return os.path.join(os.path.dirname(binary), "tessan-cli")
+
+
+def match_project(binary, work, name, filters, size, extra=""):
+    """A project of the bundled sample (first frame, down-sized to 32^3) with the given chain
+    items, the test camera in the perspective view, and a picture of `size` rendered from that
+    view, anti-aliasing off, one render thread."""
+    data = os.path.join(work, "data")
+    if not os.path.exists(os.path.join(data, "demo_0000.df3")):
+        r = subprocess.run([cli_binary(binary), "sample", data], capture_output=True, text=True)
+        check(r.returncode == 0, "tessan-cli sample: %s" % r.stderr)
+    path = os.path.join(work, name + ".vsp")
+    if os.path.exists(path):
+        os.remove(path)
+    args = [cli_binary(binary), "project", "new", path, "--data", os.path.join(data, "demo_0000.df3")]
+    for f in filters:
+        args += ["--filter", f]
+    r = subprocess.run(args, capture_output=True, text=True)
+    check(r.returncode == 0, "tessan-cli project new: %s" % r.stderr)
+    with open(path, encoding="utf-8") as f:
+        text = f.read()
+    replace = {"DownSizeSRC=": "4 4 4", "PovRenderCamera=": "3", "PovImageWidth=": str(size[0]),
+               "PovImageHeight=": str(size[1]), "PovAntialias=": "0", "PovWorkThread=": "1",
+               "WORKING_DIR=": os.path.join(work, name), "PovOutputDir=": os.path.join(work, name + "_out"),
+               # The preview's background, and a picture file in display gamma as the preview is:
+               # a dark section plane then stands out of the background in both pictures alike.
+               "PovBGColor=": "%.6f %.6f %.6f" % tuple(c / 255.0 for c in BACKGROUND), "PovFileGamma=": "2.2",
+               # Fog that lets the volume through: a dark blue, its distance beyond the box.
+               "FogDistance=": "4", "FogColor=": "0.15 0.2 0.45",
+               # No frames read ahead: the output items of the chain keep the data of the last
+               # frame run through it, and the preview draws them from there.
+               "DF3SequencePrefetch=": "0"}
+    lines = []
+    for line in text.split("\n"):
+        for key, value in replace.items():
+            if line.startswith(key):
+                line = key + value
+        lines.append(line)
+    text = "\n".join(lines)
+    if "VOLUME_ALPHA0" in extra:
+        # The volume item's "Alpha" at 0: its media neither glow nor absorb in the scene.
+        start = text.index("--Volume\n")
+        key = text.index("itemnum 1\n0 1 1 1 0 0\n", start)
+        text = text[:key] + "itemnum 1\n0 1 1 0 0 0\n" + text[key + len("itemnum 1\n0 1 1 1 0 0\n"):]
+        extra = extra.replace("VOLUME_ALPHA0", "")
+    if "--LightSource\n--FinishLightSource\n" in text and "LIGHT" in extra:
+        text = text.replace("--LightSource\n--FinishLightSource\n", MATCH_LIGHT)
+        extra = extra.replace("LIGHT", "")
+    with open(path, "w", encoding="utf-8") as f:
+        f.write(text + MATCH_CAMERA + extra)
+    os.makedirs(os.path.join(work, name + "_out"), exist_ok=True)
+    return path
+
+
+def window_snapshot(binary, work, project, name):
+    """Opens the project in the window, takes a snapshot from the Render menu (F6) and waits for
+    the real POV-Ray to finish the picture; returns it with the scene text."""
+    app = App(binary, answers="yes", args=[project], folder=work, size="640x480")
+    try:
+        app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 never drawn")
+        app.key("F6")
+        picture = os.path.join(work, name + "_out", "povsnap0000.png")
+        end = time.time() + 150
+        while time.time() < end:
+            s = app.state()
+            if os.path.exists(picture) and s.get("render", "").endswith(" 0"):
+                break
+            check(app.proc.poll() is None, "the program ended: " + app.stderr())
+            time.sleep(0.2)
+        check(os.path.exists(picture), "no picture from the snapshot; stderr: %s" % app.stderr()[-800:])
+        with open(os.path.join(work, name, "povsnap0000.pov"), encoding="utf-8") as f:
+            scene = f.read()
+        return Picture(picture), scene
+    finally:
+        app.close(keep=True)
+
+
+def povray_parses(scene_path):
+    """POV-Ray reads the scene without a picture (+MV3.7 as the option file says); True when it
+    parses."""
+    r = subprocess.run(["povray", "-D", "+W8", "+H6", "-F", "+MV3.7", "+I" + scene_path, "+O/dev/null"],
+                       capture_output=True, text=True, cwd=os.path.dirname(scene_path), timeout=120)
+    return r.returncode == 0, r.stderr[-1500:]
+
+
+def background_of(pic):
+    """The colour of the picture's four corners (the scene's background), averaged."""
+    corners = [pic.pixel(0, 0), pic.pixel(pic.width - 1, 0), pic.pixel(0, pic.height - 1),
+               pic.pixel(pic.width - 1, pic.height - 1)]
+    return tuple(sum(c[i] for c in corners) / 4.0 for i in range(3))
+
+
+def mask_against(pic, reference, fraction):
+    """The pixels that differ from `reference` (a picture, or one background colour) by more
+    than `fraction` of the largest difference in the picture: the silhouette of what is drawn
+    over the background, at the same relative depth of its soft edge in either picture."""
+    diffs = []
+    for y in range(pic.height):
+        for x in range(pic.width):
+            ref = reference.pixel(x, y) if isinstance(reference, Picture) else reference
+            diffs.append(distance(pic.pixel(x, y), ref))
+    top = max(diffs)
+    check(top > 40, "the picture is blank (largest difference from its background %.1f)" % top)
+    return [d > fraction * top for d in diffs], top
+
+
+def mask_by_hue(pic, fraction):
+    """The pixels whose red leads blue by more than `fraction` of the most in the picture: the
+    warm colours of palette 1 on a section plane, apart from the white volume and the grey or
+    bluish background in either picture."""
+    warm = [max(0, p[0] - p[2]) for p in (pic.pixel(x, y) for y in range(pic.height) for x in range(pic.width))]
+    top = max(warm)
+    check(top > 40, "no warm colour in the picture (largest red lead %d)" % top)
+    return [v > fraction * top for v in warm], top
+
+
+def iou(a, b):
+    both = sum(1 for p, q in zip(a, b) if p and q)
+    anyone = sum(1 for p, q in zip(a, b) if p or q)
+    return both / anyone if anyone else 0.0
+
+
+def shifted(mask, w, h, dx, dy):
+    out = [False] * (w * h)
+    for y in range(h):
+        for x in range(w):
+            sx, sy = x - dx, y - dy
+            if 0 <= sx < w and 0 <= sy < h:
+                out[y * w + x] = mask[sy * w + sx]
+    return out
+
+
+def mirrored(mask, w, h):
+    return [mask[y * w + (w - 1 - x)] for y in range(h) for x in range(w)]
+
+
+def write_mask(mask, w, h, path):
+    with open(path, "wb") as f:
+        f.write(b"P5 %d %d 255\n" % (w, h) + bytes(255 if m else 0 for m in mask))
+
+
+def centroid(mask, w):
+    n = sum(mask)
+    sx = sum(i % w for i, m in enumerate(mask) if m)
+    sy = sum(i // w for i, m in enumerate(mask) if m)
+    return (sx / n, sy / n) if n else (None, None)
+
+
+# The silhouettes must overlap by at least this much (intersection over union) and their
+# centroids lie this many pixels apart at most. One voxel of the down-sized sample spans about
+# 4.5 pixels of the 340x249 view, so a volume placed half a voxel off (2.2 pixels) fails the
+# centroid bound; a mirrored axis or a wrong camera moves the data far more; a picture of the
+# wrong aspect stretches the silhouette out of the overlap bound. (The overlap alone cannot
+# see a small shift: the rendered silhouette's soft edge is cut a little inside the preview's,
+# and moving it by a pixel or two keeps it inside.) Each case checks that a deliberately
+# mirrored and a half-voxel-shifted picture do fail.
+MATCH_IOU = 0.8
+MATCH_CENTROID_PX = 1.2
+HALF_VOXEL_PX = 2.2
+
+
+def silhouettes_match(label, view_mask, pov_mask, w, h, ignore, bound=MATCH_IOU):
+    """(IoU, centroid distance) of the two masks, checked against the bounds; the same bounds
+    must reject the rendered mask mirrored and moved by half a voxel."""
+    def measure(a, b):
+        # Pixels under the preview's guide lines, triad and labels say nothing about the data.
+        a = [m and not o for m, o in zip(a, ignore)]
+        b = [m and not o for m, o in zip(b, ignore)]
+        (ax, ay), (bx, by) = centroid(a, w), centroid(b, w)
+        return iou(a, b), ((ax - bx) ** 2 + (ay - by) ** 2) ** 0.5
+
+    def passes(m):
+        return m[0] >= bound and m[1] <= MATCH_CENTROID_PX
+
+    real = measure(view_mask, pov_mask)
+    step = int(HALF_VOXEL_PX + 0.5)
+    faults = {"mirrored": mirrored(pov_mask, w, h),
+              "half a voxel right": shifted(pov_mask, w, h, step, 0),
+              "half a voxel left": shifted(pov_mask, w, h, -step, 0),
+              "half a voxel down": shifted(pov_mask, w, h, 0, step),
+              "half a voxel up": shifted(pov_mask, w, h, 0, -step)}
+    for fault, mask in faults.items():
+        m = measure(view_mask, mask)
+        check(not passes(m), "%s: the bounds cannot tell a picture %s (IoU %.3f, centroids %.2f px apart)"
+              % (label, fault, m[0], m[1]))
+    check(passes(real), "%s: the rendered silhouette does not match the preview's: IoU %.3f (at least %.2f), "
+          "centroids %.2f px apart (at most %.1f)" % (label, real[0], bound, real[1], MATCH_CENTROID_PX))
+    return real
+
+
+def render_matches_view(binary, name, filters, extra="", fraction=0.2, hue=False, bound=MATCH_IOU):
+    """The scene the window exports for its snapshot parses and renders in the real POV-Ray, the
+    picture is not blank, and its silhouette is the preview's from the same camera and size."""
+    work = tempfile.mkdtemp(prefix="tessan-match-")
+    keep = os.environ.get("TESSAN_KEEP")
+    try:
+        # The preview first (its size gives the picture's), then the same camera without data:
+        # what differs from that is the data, not the guide box, the triad or the labels.
+        probe = match_project(binary, work, name, filters, (64, 48), extra)
+        view, _ = shoot_view(binary, work, "view", probe)
+        w, h = view.width, view.height
+        project = match_project(binary, work, name, filters, (w, h), extra)
+        with open(project, encoding="utf-8") as f:
+            empty_text = "".join(l for l in f if not l.startswith("DF3SeqFile="))
+        empty = os.path.join(work, "empty.vsp")
+        with open(empty, "w", encoding="utf-8") as f:
+            f.write(empty_text)
+        blank, _ = shoot_view(binary, work, "blank", empty)
+        check((blank.width, blank.height) == (w, h), "the two views differ in size")
+        view_mask, _ = mask_by_hue(view, fraction) if hue else mask_against(view, blank, fraction)
+        ground = background_of(blank)
+        overlay = [distance(blank.pixel(x, y), ground) > 12 for y in range(h) for x in range(w)]
+
+        pov, scene = window_snapshot(binary, work, project, name)
+        if keep:
+            shutil.copytree(work, os.path.join(keep, name + "_work"), dirs_exist_ok=True)
+        check((pov.width, pov.height) == (w, h), "picture %dx%d for a %dx%d view" % (pov.width, pov.height, w, h))
+        ok, err = povray_parses(os.path.join(work, name, "povsnap0000.pov"))
+        check(ok, "POV-Ray does not parse the scene: %s" % err)
+        pov_mask, _ = mask_by_hue(pov, fraction) if hue else mask_against(pov, background_of(pov), fraction)
+        if keep:
+            write_mask(view_mask, w, h, os.path.join(keep, name + "_view.pgm"))
+            write_mask(pov_mask, w, h, os.path.join(keep, name + "_pov.pgm"))
+            shutil.copy(os.path.join(work, "view.png"), os.path.join(keep, name + "_view.png"))
+            shutil.copy(os.path.join(work, name + "_out", "povsnap0000.png"), os.path.join(keep, name + "_pov.png"))
+        result = silhouettes_match(name, view_mask, pov_mask, w, h, overlay, bound)
+        print("%s: IoU %.3f, centroids %.2f px apart" % (name, result[0], result[1]))
+        return scene, pov
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
+def shoot_view(binary, work, name, project):
+    """The perspective view alone (--view-shot) of the project at the window size the snapshot
+    uses."""
+    out = os.path.join(work, name + ".png")
+    env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1")
+    env.pop("TESSAN_FORCE_2D_TEXTURES", None)
+    r = subprocess.run([binary, "--size", "640x480", "--view-shot", out, project], cwd=work, capture_output=True,
+                       text=True, timeout=120, env=env)
+    check(r.returncode == 0, "view shot exit code %d: %s" % (r.returncode, r.stderr[-800:]))
+    return Picture(out), r.stderr
+
+
+def case_render_match_volume(binary):
+    scene, _ = render_matches_view(binary, "volume", ["volume"])
+    check("media {" in scene and "light_source" not in scene, "a volume alone, no light")
+
+
+def case_render_match_iso_light(binary):
+    scene, _ = render_matches_view(binary, "isolight", ["volume", "iso:90"], extra="LIGHT")
+    check("light_source {" in scene and "object { ISOBOX_" in scene and "media {" in scene,
+          "volume, isosurface and light in the scene")
+
+
+def case_render_match_section(binary):
+    # The preview draws section planes over the slices, while the ray tracer shows the media in
+    # front of the plane glowing over it; with the volume's "Alpha" at 0 the scene holds the
+    # plane alone, and the plane's own warm colours are compared. The preview shows the plane's
+    # voxels as flat squares where the ray tracer blends them, so a thin ring of density
+    # overlaps less than a solid silhouette: the overlap bound is lower, the centroid's the same.
+    scene, _ = render_matches_view(binary, "section", ["volume", "crosssection"], extra="VOLUME_ALPHA0", hue=True,
+                                   bound=0.6)
+    check("OBJECT_C_SECTION_" in scene, "the cross-section is in the scene")
+
+
+def case_render_match_fog(binary):
+    scene, _ = render_matches_view(binary, "fog", ["volume", "fog"])
+    check("fog {" in scene, "the fog is in the scene")
 
 
 def case_pov_settings(binary):
@@ -2930,6 +3262,10 @@ CASES = {
     "render_stop": case_render_stop,
     "snapshot": case_snapshot,
     "pov_settings": case_pov_settings,
+    "render_match_volume": case_render_match_volume,
+    "render_match_iso_light": case_render_match_iso_light,
+    "render_match_section": case_render_match_section,
+    "render_match_fog": case_render_match_fog,
     "colour_map": case_colour_map,
     "screenshot_every": case_screenshot_every,
     "render_error": case_render_error,

@@ -546,4 +546,82 @@ TEST(MediaPlacement, VoxelLayersLandOnTheirCellsInBothModes)
     }
 }
 
+// Every setting of the volume item reaches its media block: colour map, emission or absorption
+// (or both) at the strength of its "Alpha", and the sampling intervals; the scene still renders.
+TEST_F(SceneFixture, VolumeItemSettingsReachTheMedia)
+{
+    SetData(0, {Ball(12, 12, 12, 6)});
+    auto* volume = Add<PovVolume_cls>();
+    auto media = [&] {
+        EXPECT_TRUE(Export().ProcOutputPovRay(0));
+        const std::string scene = Scene();
+        const size_t at = scene.find("#declare BOX_0=");
+        return at == std::string::npos ? std::string() : scene.substr(at);
+    };
+    // Defaults: emission only at full strength, the item's 10 intervals (not the class-wide 1).
+    std::string text = media();
+    ASSERT_FALSE(text.empty());
+    EXPECT_NE(text.find("\t\t\tintervals 10\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\t\t\temission 6\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("absorption"), std::string::npos) << text;
+    EXPECT_NE(text.find("CLRMAP1_0CLR()"), std::string::npos) << text;
+
+    volume->GetData().miIntervals.Set(3);
+    volume->GetData().miDataType.Set(2);
+    volume->GetData().miColorIndex.Set(4);
+    Values(volume, {{0, 0.5}});
+    text = media();
+    EXPECT_NE(text.find("\t\t\tintervals 3\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\t\t\temission 3\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\t\t\tabsorption 3\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("CLRMAP4_0CLR()"), std::string::npos) << text;
+    EXPECT_EQ(text.find("CLRMAP1_0CLR()"), std::string::npos) << text;
+    // The macro the media call is declared in the same scene.
+    EXPECT_NE(Scene().find("#macro CLRMAP4_0CLR()"), std::string::npos);
+
+    // Absorption only; a count below 1 (a hand-edited project) falls back to the class-wide one.
+    volume->GetData().miDataType.Set(1);
+    volume->GetData().miIntervals.Set(0);
+    PovVolume_cls::msInterval = 5;
+    text = media();
+    PovVolume_cls::ResetDefaults();
+    EXPECT_NE(text.find("\t\t\tintervals 5\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("emission"), std::string::npos) << text;
+    EXPECT_NE(text.find("\t\t\tabsorption 3\n"), std::string::npos) << text;
+
+    REQUIRE_POVRAY();
+    // The non-default settings parse and render: emission and absorption, 3 intervals, palette 4.
+    volume->GetData().miDataType.Set(2);
+    volume->GetData().miIntervals.Set(3);
+    const PovRayResult r = Render();
+    ASSERT_TRUE(r.Ok()) << r.err;
+    const std::vector<bool> lit = Lit(r.image, 0.05);
+    EXPECT_GT(std::count(lit.begin(), lit.end(), true), 20) << "the volume is not visible";
+    EXPECT_NE(Scene().find("\t\t\tintervals 3\n"), std::string::npos);
+}
+
+// The window exports slots that have no volume item too (it draws every slot with data): such
+// a box gets the item's defaults, and the class-wide interval.
+TEST(VolumeItemSettings, ChainWithoutVolumeItemGetsTheDefaults)
+{
+    FilterCtrl_cls chain;
+    PovExport_cls::DataBox box;
+    box.uIntervals = 99;
+    PovSceneObjects_cls::ApplyVolumeItem(chain, box);
+    EXPECT_FLOAT_EQ(box.fEmission, 6.0f);
+    EXPECT_FLOAT_EQ(box.fAbsorption, 0.0f);
+    EXPECT_EQ(box.uIntervals, 0u);
+    const std::wstring text = PovVolume_cls::GetPovStrDensityDeclare(L"BOX_0", L"b.df3", 4, 4, 4, L"", box.fEmission,
+                                                                     box.fAbsorption, std::wstring(), box.uIntervals);
+    EXPECT_NE(text.find(L"\t\t\tintervals 1\n"), std::wstring::npos);
+
+    chain.AddToList(-1, std::make_unique<PovVolume_cls>(&chain));
+    chain.GetVolumeItem()->GetData().miIntervals.Set(12);
+    chain.GetVolumeItem()->GetData().miDataType.Set(1);
+    PovSceneObjects_cls::ApplyVolumeItem(chain, box);
+    EXPECT_EQ(box.uIntervals, 12u);
+    EXPECT_FLOAT_EQ(box.fEmission, 0.0f);
+    EXPECT_FLOAT_EQ(box.fAbsorption, 6.0f);
+}
+
 } // namespace
