@@ -9,7 +9,6 @@
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "color/Coloring_cls.h"
-#include "color/Coloring_cls.h"
 #include "color/CustomColor_cls.h"
 #include "config/GlobalFlags.h"
 #include "config/ImportList_cls.h"
@@ -22,8 +21,8 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
-#include "filter/FilterWithParameter_cls.h"
 #include "filter/FilterOutput_cls.h"
+#include "filter/FilterWithParameter_cls.h"
 #include "filter/PovIsosurface_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/DrawingBlock_cls.h"
@@ -31,11 +30,11 @@
 #include "gl/SceneMarkersGL_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "gui/ColorMapChooser_cls.h"
+#include "gui/CustomColorGUI_cls.h"
 #include "gui/DrawingBlockGUI_cls.h"
 #include "gui/FilterChainGUI_cls.h"
 #include "gui/FilterItemGUI_cls.h"
 #include "gui/FilterPanels_cls.h"
-#include "gui/CustomColorGUI_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
@@ -53,11 +52,12 @@
 #include "gui/StereoViewGUI_cls.h"
 #include "gui/ThreadFilterChain.h"
 #include "gui/TimeLineGUI_cls.h"
+#include "gui/WidgetDriver_cls.h"
 #include "gui/WxUserPrompt_cls.h"
-#include "pov/PovExport_cls.h"
-#include "pov/ViewAnchor_cls.h"
 #include "pov/LightSRC_cls.h"
 #include "pov/PovExport_cls.h"
+#include "pov/StereoGram_cls.h"
+#include "pov/ViewAnchor_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -368,11 +368,34 @@ wxEND_EVENT_TABLE()
     mpImgSequence = std::make_unique<ImgSequence_cls>(this, mpMain);
     mpIsosurfSeqGUI = std::make_unique<IsosurfSeqGUI_cls>(this, mpMain);
     mpDrawingBlockGUI = std::make_unique<DrawingBlockGUI_cls>(this, mpMain);
+    if (const char* driveFile = std::getenv("TESSAN_DRIVE_FILE")) {
+        // Unattended runs edit the panels through their widgets; the roots are looked up at each
+        // command, as panels are made and rebuilt while the window runs.
+        WidgetDriver_cls::Links links;
+        links.mvTargetNames = {L"scene", L"preview", L"filter", L"customcolor"};
+        links.mTarget = [this](const std::wstring& name) -> wxWindow* {
+            if (name == L"scene")
+                return mpScenePanel;
+            if (name == L"preview")
+                return mpPreviewGUI;
+            FilterChainGUI_cls* page = mpFilterPanels != nullptr ? mpFilterPanels->GetShownPage() : nullptr;
+            if (name == L"chain")
+                return page;
+            if (name == L"filter")
+                return page != nullptr ? page->GetItemPanel() : nullptr;
+            if (name == L"customcolor")
+                return mpCustomColorGUI != nullptr && mpCustomColorGUI->IsShown() ? mpCustomColorGUI : nullptr;
+            return nullptr;
+        };
+        links.mReport = [this] { WriteStateReport(); };
+        mpDriver = std::make_unique<WidgetDriver_cls>(this, driveFile, std::move(links));
+    }
 }
 
 FrameMain_cls::~FrameMain_cls()
 {
     // No render news and no export hook may reach this window any more.
+    mpDriver.reset();
     mpRenderMenu.reset();
     mpIsosurfSeqGUI.reset();
     mpImgSequence.reset();
@@ -2279,6 +2302,11 @@ void FrameMain_cls::WriteStateReport()
     }
     text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
     {
+        const StereoGram_cls& stereo = mpMain->GetStereoGram();
+        text += WStrPrintf("stereo=%u %.6g %.6g\n", static_cast<unsigned>(stereo.GetMode()), stereo.GetEyeSeparation(),
+                           stereo.GetConvergence());
+    }
+    {
         // The active slot's chain, item labels in order.
         FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
         text += WStrPrintf("chain=%d", chain.GetItemNum());
@@ -2326,6 +2354,8 @@ void FrameMain_cls::WriteStateReport()
         text += WStrPrintf("customcolor_shown=%d\n", mpCustomColorGUI->IsShown() ? 1 : 0);
         text += mpCustomColorGUI->DescribeWidgetPlaces();
     }
+    if (mpDriver)
+        text += mpDriver->Describe();
     if (text == mStrLastState)
         return;
     mStrLastState = text;
