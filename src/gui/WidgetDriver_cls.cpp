@@ -148,6 +148,7 @@ bool WidgetDriver_cls::Run(const std::wstring& line)
     if (verb == L"walk") {
         mStrWalkTarget = rest;
         miEdited = 0;
+        miSkipped = 0;
         mvUnchanged.clear();
         mStrBefore.clear();
         auto alive = mpAlive;
@@ -240,11 +241,13 @@ void WidgetDriver_cls::WalkStep(size_t index)
         const std::wstring after = last < controls.size() ? WidgetWalker_cls::ValueText(controls[last]) : L"";
         if (!mStrBefore.empty() && after != mStrBefore)
             ++miEdited;
+        else if (mbSkipped)
+            ++miSkipped;
         else
             mvUnchanged.push_back(WStrPrintf("%zu:", last) + (mStrBefore.empty() ? after : mStrBefore));
     }
     if (index >= controls.size()) {
-        mStrLastWalk = mStrWalkTarget + WStrPrintf(" %zu %d", controls.size(), miEdited);
+        mStrLastWalk = mStrWalkTarget + WStrPrintf(" %zu %d %d", controls.size(), miEdited, miSkipped);
         for (const std::wstring& u : mvUnchanged)
             mStrLastWalk += L" [" + u + L"]";
         mbBusy = false;
@@ -254,6 +257,9 @@ void WidgetDriver_cls::WalkStep(size_t index)
     }
     wxWindow* control = controls[index];
     mStrBefore = WidgetWalker_cls::ValueText(control);
+    // A disabled control is no setting the user can change now (a display, or one that another
+    // setting switched off): it is counted apart.
+    mbSkipped = !control->IsEnabled();
     if (!WidgetWalker_cls::Edit(control))
         mStrBefore.clear(); // counted as unchanged in the next step
     if (mCLinks.mReport)

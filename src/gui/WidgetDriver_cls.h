@@ -8,7 +8,8 @@
 //   menu MENU|ITEM       the menu command is given; menuall MENU gives every command of a menu
 //   ok / cancel          the open modal dialog's OK or Cancel button is clicked
 // Targets are named by the window ("scene", "preview", ...); "dialog" is the modal dialog shown.
-// The state report carries "drive.done=<commands done>", the last walk's result and every
+// The state report carries "drive.done=<commands done>", the last walk's result ("TARGET <controls>
+// <edited> <disabled> [<index>:<value> of each control that kept its value]") and every
 // target's controls as "wd.<target>.<n>=<value>" lines. A watcher thread only reads the file and
 // hands new lines to the GUI thread.
 #include <atomic>
@@ -63,6 +64,8 @@ class WidgetDriver_cls
     std::wstring mStrLastWalk;
     std::wstring mStrBefore; ///< what the control last edited showed before the edit
     int miEdited = 0;
+    int miSkipped = 0;      ///< disabled controls met by the walk
+    bool mbSkipped = false; ///< the control last met was disabled
     std::vector<std::wstring> mvUnchanged;
     std::wstring mStrLastError;
 

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <regex>
 
 namespace
 {
@@ -151,7 +152,14 @@ bool EditSpin(wxSpinCtrl* spin)
 
 bool EditText(wxTextCtrl* text)
 {
-    text->ChangeValue(text->GetValue() + L" 2");
+    // A value box gets another number (a quarter more, and a little, so that 0 changes too);
+    // a name gets a word added.
+    static const std::wregex number(LR"(\s*[-+]?([0-9]+\.?[0-9]*|\.[0-9]+)([eE][-+]?[0-9]+)?\s*)");
+    const std::wstring old = text->GetValue().ToStdWstring();
+    if (std::regex_match(old, number))
+        text->ChangeValue(WStrPrintf("%.6g", ParseDouble(old) * 1.25 + 0.01));
+    else
+        text->ChangeValue(old + L" 2");
     wxCommandEvent event(wxEVT_TEXT_ENTER, text->GetId());
     event.SetString(text->GetValue());
     Send(text, event);
