@@ -26,6 +26,7 @@
 #include "filter/PovIsosurface_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/DrawingBlock_cls.h"
+#include "gl/IsoMeshGL_cls.h"
 #include "gl/SceneGL_cls.h"
 #include "gl/SceneMarkersGL_cls.h"
 #include "gl/TexObjectGL_cls.h"
@@ -935,6 +936,25 @@ void FrameMain_cls::DrawVolumes()
         return out;
     }();
     DF3GL_cls::SetBoxScale(scale[0], scale[1], scale[2]);
+    {
+        // The surfaces are lit by the scene's lights at this time, in their colours.
+        const double time = Parameters_cls::GetCurrentDoubleIndex();
+        LightSRC_cls& lights = mpMain->GetPovExport().GetLights();
+        std::vector<IsoMeshGL_cls::SceneLight> lit;
+        for (size_t i = 0; i < lights.GetCount(); ++i) {
+            double v[LightSRC_cls::kDimension];
+            lights.GetParam(i).Evaluate(time, 0.0, v);
+            IsoMeshGL_cls::SceneLight light;
+            const double e = v[6] < 0.0 ? 0.0 : v[6];
+            for (int a = 0; a < 3; ++a) {
+                light.dPos[a] = v[a];
+                light.fRgb[a] = static_cast<float>(v[3 + a] * e);
+            }
+            light.uKind = lights.GetKind(i);
+            lit.push_back(light);
+        }
+        IsoMeshGL_cls::SetSceneLights(std::move(lit));
+    }
     for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
         const DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
         int& drawn = mvDrawnIndex[static_cast<size_t>(slot)];
