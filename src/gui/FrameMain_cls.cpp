@@ -408,6 +408,7 @@ FrameMain_cls::~FrameMain_cls()
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     mpMain->GetTimeCtrl().RemoveListener(miSceneTimeListener);
     mpMain->GetPovExport().GetLights().FuncHookChanged = nullptr;
+    GetPreviewProperty().FuncHookChanged = nullptr;
     mpMain->GetPovExport().SetColoring(nullptr);
     mpMain->SetDataChangedHook(nullptr);
     mpMain->SetProjectOpener(nullptr);
@@ -552,7 +553,7 @@ void FrameMain_cls::BuildControlPanel()
     mpControlBook = book;
     mpPreviewGUI = new PreviewPropertyGUI_cls(book, &GetPreviewProperty());
     // Each change takes effect at once: the views redraw with the new settings.
-    mpPreviewGUI->SetChangeListener([this] {
+    auto previewChanged = [this] {
         // A new texel format or texture filter is baked into the textures: make them again.
         const PreviewProperty_cls& preview = GetPreviewProperty();
         const unsigned texture = preview.GetTextureType() * 2u + (preview.IsTexFilterLinear() ? 1u : 0u);
@@ -565,7 +566,14 @@ void FrameMain_cls::BuildControlPanel()
             WakeIdle();
         }
         RefreshViews();
-    });
+    };
+    mpPreviewGUI->SetChangeListener(previewChanged);
+    // Undo and redo of a preview setting: the panel shows it, the views follow as after an edit.
+    GetPreviewProperty().FuncHookChanged = [this, previewChanged] {
+        if (mpPreviewGUI != nullptr)
+            mpPreviewGUI->UpdateFromProperty();
+        previewChanged();
+    };
     muTextureSettings =
         GetPreviewProperty().GetTextureType() * 2u + (GetPreviewProperty().IsTexFilterLinear() ? 1u : 0u);
     book->AddPage(mpPreviewGUI, TrW("Preview Property"));
