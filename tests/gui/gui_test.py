@@ -2991,6 +2991,8 @@ def case_settings_roundtrip(binary):
                     lost.append("%s #%d: %r, re-opened %r" % (panel, i, a.get(i), b.get(i)))
         check(not lost, "%d settings did not survive:\n  %s" % (len(lost), "\n  ".join(lost)))
         check(walked > 60, "only %d controls walked" % walked)
+        print("%d controls edited in %d panels; %d values compared after re-opening; project %d bytes"
+              % (walked, len(values_a), sum(len(v) for v in values_a.values()), len(text_a)))
         if text_a != text_b:
             import difflib
             diff = "".join(list(difflib.unified_diff(text_a.splitlines(True), text_b.splitlines(True)))[:40])
