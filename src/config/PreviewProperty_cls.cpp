@@ -1,10 +1,13 @@
 #include "config/PreviewProperty_cls.h"
 
+#include "anim/UndoManager_cls.h"
+#include "config/ComPreviewProperty_cls.h"
 #include "config/TextFormat.h"
 
 #include <cstdlib>
 
-namespace {
+namespace
+{
 constexpr int kNQuality[] = {32, 48, 64, 96, 128, 192, 256, 384, 512, 768, 1024, 1536, 2048};
 }
 
@@ -56,8 +59,8 @@ const std::vector<const char*>& PreviewProperty_cls::GetNormalQualityChoices()
 {
     // "48 noamal layers" is spelled so on purpose: saved panels and translations use this text.
     static const std::vector<const char*> s = {
-        "32 normal layers",  "48 noamal layers",  "64 normal layers",   "96 normal layers",  "128 normal layers",
-        "192 normal layers", "256 normal layers", "384 normal layers",  "512 normal layers", "768 normal layers",
+        "32 normal layers",   "48 noamal layers",   "64 normal layers",  "96 normal layers",  "128 normal layers",
+        "192 normal layers",  "256 normal layers",  "384 normal layers", "512 normal layers", "768 normal layers",
         "1024 normal layers", "1536 normal layers", "2048 normal layers"};
     return s;
 }
@@ -90,4 +93,34 @@ PreviewProperty_cls& GetPreviewProperty()
 {
     static PreviewProperty_cls sPreviewProperty;
     return sPreviewProperty;
+}
+
+bool PreviewProperty_cls::SetItemExecute(const std::wstring& key, const std::wstring& value)
+{
+    const ConfItem_cls* item = mCConfList.Find(key);
+    return item != nullptr && SetItemExecute(key, item->GetItemStr(), value);
+}
+
+bool PreviewProperty_cls::SetItemExecute(const std::wstring& key, const std::wstring& before, const std::wstring& value)
+{
+    ConfItem_cls* item = mCConfList.Find(key);
+    if (item == nullptr)
+        return false;
+    // The value as the setting takes it (clamped, formatted), found by trying it.
+    const std::wstring now = item->GetItemStr();
+    ReadStrLine(key + value);
+    const std::wstring after = item->GetItemStr();
+    if (after == before) {
+        // Dragged away and back: no step, but the setting ends where it began.
+        if (now != after)
+            NotifyChanged();
+        return false;
+    }
+    // The history makes the change itself, from the value before the edit.
+    ReadStrLine(key + before);
+    UndoManager_cls& history = GetUndoManager();
+    history.SetNewCommand(std::make_unique<ComPreviewProperty_cls>(this, key + after + L"\n"),
+                          std::make_unique<ComPreviewProperty_cls>(this, key + before + L"\n"));
+    history.ExecCurrent();
+    return true;
 }

@@ -8,8 +8,9 @@
 #include <string>
 #include <vector>
 
-class PreviewProperty_cls {
-public:
+class PreviewProperty_cls
+{
+  public:
     /// Texel formats of "PreviewTextureType=".
     enum TextureType { kTexAlpha = 0, kTexLuminanceAlpha = 1, kTexRGBA = 2 };
 
@@ -62,8 +63,23 @@ public:
     std::wstring SerializeConf() const { return mCConfList.SerializeAll(); }
     /// Takes a line when it is one of the settings' keys.
     bool ReadStrLine(const std::wstring& line) { return mCConfList.ReadStrLineAll(line); }
+    /// Sets the setting `key` (with its "=") to the value text `value` as one undo step
+    /// "Preview Setting" (ComPreviewProperty_cls), from the value it holds now. False, and no
+    /// step, for an unknown key or a value that leaves the setting as it is.
+    bool SetItemExecute(const std::wstring& key, const std::wstring& value);
+    /// As SetItemExecute, from the value `before` (a setting already changed on the way, such as
+    /// a slider being dragged, becomes one step from where the drag began).
+    bool SetItemExecute(const std::wstring& key, const std::wstring& before, const std::wstring& value);
+    /// Called after the history changed a setting (the edit itself, undo, redo). GUI thread.
+    std::function<void()> FuncHookChanged;
+    /// Runs FuncHookChanged (used by the commands).
+    void NotifyChanged()
+    {
+        if (FuncHookChanged)
+            FuncHookChanged();
+    }
 
-private:
+  private:
     ConfItemList_cls mCConfList;
     ConfItemUINT_cls muPreviewType3D;
     ConfItemUINT_cls muPreviewNormalQuality;

@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <cstring>
 
+std::vector<IsoMeshGL_cls::SceneLight> IsoMeshGL_cls::msvLights;
+
 namespace
 {
 
@@ -194,19 +196,50 @@ bool IsoMeshGL_cls::Draw(const float rgb[3], float alpha, const double scale[3])
     glDisable(GL_CULL_FACE);
     glEnable(GL_DEPTH_TEST);
 
-    // A headlight: set with an identity modelview so it stays at the eye whatever the camera.
-    glMatrixMode(GL_MODELVIEW);
-    glPushMatrix();
-    glLoadIdentity();
-    const GLfloat eyeDir[4] = {0.0f, 0.0f, 1.0f, 0.0f};
-    const GLfloat white[4] = {0.85f, 0.85f, 0.85f, 1.0f};
     const GLfloat ambient[4] = {0.25f, 0.25f, 0.25f, 1.0f};
-    glLightfv(GL_LIGHT0, GL_POSITION, eyeDir);
-    glLightfv(GL_LIGHT0, GL_DIFFUSE, white);
-    glLightfv(GL_LIGHT0, GL_AMBIENT, ambient);
-    glPopMatrix();
+    if (msvLights.empty()) {
+        // A headlight: set with an identity modelview so it stays at the eye whatever the camera.
+        glMatrixMode(GL_MODELVIEW);
+        glPushMatrix();
+        glLoadIdentity();
+        const GLfloat eyeDir[4] = {0.0f, 0.0f, 1.0f, 0.0f};
+        const GLfloat white[4] = {0.85f, 0.85f, 0.85f, 1.0f};
+        glLightfv(GL_LIGHT0, GL_POSITION, eyeDir);
+        glLightfv(GL_LIGHT0, GL_DIFFUSE, white);
+        glLightfv(GL_LIGHT0, GL_AMBIENT, ambient);
+        glPopMatrix();
+        glEnable(GL_LIGHT0);
+    } else {
+        // The scene's own lights, placed with the camera's modelview as the markers are; their
+        // colours are what the export writes (colour times energy), seen through the 0..1 range.
+        const size_t n = std::min(msvLights.size(), kMaxLights);
+        for (size_t i = 0; i < n; ++i) {
+            const SceneLight& light = msvLights[i];
+            const GLenum id = GL_LIGHT0 + static_cast<GLenum>(i);
+            const GLfloat w = light.uKind == 2 ? 0.0f : 1.0f;
+            const GLfloat pos[4] = {static_cast<GLfloat>(light.dPos[0]), static_cast<GLfloat>(light.dPos[1]),
+                                    static_cast<GLfloat>(light.dPos[2]), w};
+            GLfloat diffuse[4] = {1, 1, 1, 1};
+            for (int c = 0; c < 3; ++c)
+                diffuse[c] = std::clamp(std::isfinite(light.fRgb[c]) ? light.fRgb[c] : 0.0f, 0.0f, 1.0f);
+            const GLfloat none[4] = {0, 0, 0, 1};
+            glLightfv(id, GL_POSITION, pos);
+            glLightfv(id, GL_DIFFUSE, diffuse);
+            glLightfv(id, GL_SPECULAR, none);
+            glLightfv(id, GL_AMBIENT, i == 0 ? ambient : none);
+            if (light.uKind == 1) {
+                // Aimed at the origin with the export's falloff angle.
+                const GLfloat dir[3] = {-pos[0], -pos[1], -pos[2]};
+                glLightfv(id, GL_SPOT_DIRECTION, dir);
+                glLightf(id, GL_SPOT_CUTOFF, 30.0f);
+                glLightf(id, GL_SPOT_EXPONENT, 2.0f);
+            } else {
+                glLightf(id, GL_SPOT_CUTOFF, 180.0f);
+            }
+            glEnable(id);
+        }
+    }
     glEnable(GL_LIGHTING);
-    glEnable(GL_LIGHT0);
     glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, GL_TRUE);
     glEnable(GL_COLOR_MATERIAL);
     glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);

@@ -8,6 +8,7 @@
 // Everything runs on the thread that owns the GL context, with the context current.
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 class MarchingCube_cls;
@@ -39,10 +40,24 @@ class IsoMeshGL_cls
     /// Bumped by every SetMesh/Clear (callers compare it to see whether they hold the newest).
     uint64_t GetSerial() const { return muSerial; }
 
+    /// One light source of the scene as the preview uses it.
+    struct SceneLight {
+        double dPos[3] = {0, 0, 0}; ///< world position (parallel lights: shining from there to the origin)
+        float fRgb[3] = {1, 1, 1};  ///< colour times energy (clamped to 0..1 when drawn)
+        unsigned uKind = 0;         ///< 0 point, 1 spot (aimed at the origin), 2 parallel
+    };
+    /// Most lights the fixed-function pipeline offers; further ones are left out of the preview.
+    static constexpr size_t kMaxLights = 8;
+    /// The scene's lights for every following Draw (empty: a white headlight). Set by the window
+    /// before it draws a frame, with the time's values.
+    static void SetSceneLights(std::vector<SceneLight> lights) { msvLights = std::move(lights); }
+    static const std::vector<SceneLight>& GetSceneLights() { return msvLights; }
+
     /// Draws the surface in the unit box centred on the origin, scaled by `scale` per axis (the
     /// same scale the slices use), in colour rgb (0..1) with `alpha` (clamped to 0..1; 1 is
-    /// opaque). Lighting: one white light at the viewer, two-sided. Leaves the GL state as it
-    /// found it. False when there is nothing to draw.
+    /// opaque). Lighting, two-sided: the scene's lights in their colours where there are any
+    /// (positions taken in the modelview in force, which holds the camera), else one white light
+    /// at the viewer. Leaves the GL state as it found it. False when there is nothing to draw.
     bool Draw(const float rgb[3], float alpha, const double scale[3]);
     /// Whether the last Draw used buffer objects (false: client arrays).
     bool IsUsingBuffers() const { return mbUseBuffers; }
@@ -59,4 +74,5 @@ class IsoMeshGL_cls
     bool mbUploaded = false;
     bool mbUseBuffers = false;
     uint64_t muSerial = 0;
+    static std::vector<SceneLight> msvLights;
 };

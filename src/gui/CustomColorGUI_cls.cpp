@@ -1,6 +1,8 @@
 // Sections: the colour bar; construction; model to widgets; widget events.
 #include "gui/CustomColorGUI_cls.h"
 
+#include "gui/WidgetWalker_cls.h"
+
 #include "anim/KeyFrame_cls.h"
 #include "anim/Parameters_cls.h"
 #include "color/CustomColor_cls.h"
@@ -105,6 +107,7 @@ CustomColorGUI_cls::CustomColorGUI_cls(wxWindow* parent, CustomColor_cls* model,
     auto* maps = new wxBoxSizer(wxHORIZONTAL);
     maps->Add(new wxStaticText(this, wxID_ANY, TrW("Map")), 0, wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
     mpItemChoice = new wxChoice(this, wxID_ANY);
+    WidgetWalker_cls::SetAction(mpItemChoice, L"map");
     maps->Add(mpItemChoice, 1, wxRIGHT, 4);
     mpNewMap = new wxButton(this, wxID_ANY, TrW("New Map"));
     mpDeleteMap = new wxButton(this, wxID_ANY, TrW("Delete Map"));
@@ -149,6 +152,7 @@ CustomColorGUI_cls::CustomColorGUI_cls(wxWindow* parent, CustomColor_cls* model,
     auto* templates = new wxBoxSizer(wxHORIZONTAL);
     templates->Add(new wxStaticText(this, wxID_ANY, TrW("Template")), 0, wxALIGN_CENTER_VERTICAL | wxRIGHT, 4);
     mpTemplate = new wxChoice(this, wxID_ANY);
+    WidgetWalker_cls::SetAction(mpTemplate, L"template");
     for (const std::wstring& name : CustomColor_cls::GetTemplateNames())
         mpTemplate->Append(name);
     mpTemplate->SetSelection(0);

@@ -9,7 +9,6 @@
 #include "anim/TimeCtrl_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "color/Coloring_cls.h"
-#include "color/Coloring_cls.h"
 #include "color/CustomColor_cls.h"
 #include "config/GlobalFlags.h"
 #include "config/ImportList_cls.h"
@@ -22,20 +21,21 @@
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
-#include "filter/FilterWithParameter_cls.h"
 #include "filter/FilterOutput_cls.h"
+#include "filter/FilterWithParameter_cls.h"
 #include "filter/PovIsosurface_cls.h"
 #include "gl/DF3GL_cls.h"
 #include "gl/DrawingBlock_cls.h"
+#include "gl/IsoMeshGL_cls.h"
 #include "gl/SceneGL_cls.h"
 #include "gl/SceneMarkersGL_cls.h"
 #include "gl/TexObjectGL_cls.h"
 #include "gui/ColorMapChooser_cls.h"
+#include "gui/CustomColorGUI_cls.h"
 #include "gui/DrawingBlockGUI_cls.h"
 #include "gui/FilterChainGUI_cls.h"
 #include "gui/FilterItemGUI_cls.h"
 #include "gui/FilterPanels_cls.h"
-#include "gui/CustomColorGUI_cls.h"
 #include "gui/FrameMainInitializer01_cls.h"
 #include "gui/FrameMainInitializer02_cls.h"
 #include "gui/GLCanvasCtrl_cls.h"
@@ -53,11 +53,12 @@
 #include "gui/StereoViewGUI_cls.h"
 #include "gui/ThreadFilterChain.h"
 #include "gui/TimeLineGUI_cls.h"
+#include "gui/WidgetDriver_cls.h"
 #include "gui/WxUserPrompt_cls.h"
-#include "pov/PovExport_cls.h"
-#include "pov/ViewAnchor_cls.h"
 #include "pov/LightSRC_cls.h"
 #include "pov/PovExport_cls.h"
+#include "pov/StereoGram_cls.h"
+#include "pov/ViewAnchor_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3Sequence_cls.h"
 #include "volume/DF3_cls.h"
@@ -368,11 +369,34 @@ wxEND_EVENT_TABLE()
     mpImgSequence = std::make_unique<ImgSequence_cls>(this, mpMain);
     mpIsosurfSeqGUI = std::make_unique<IsosurfSeqGUI_cls>(this, mpMain);
     mpDrawingBlockGUI = std::make_unique<DrawingBlockGUI_cls>(this, mpMain);
+    if (const char* driveFile = std::getenv("TESSAN_DRIVE_FILE")) {
+        // Unattended runs edit the panels through their widgets; the roots are looked up at each
+        // command, as panels are made and rebuilt while the window runs.
+        WidgetDriver_cls::Links links;
+        links.mvTargetNames = {L"scene", L"preview", L"filter", L"customcolor"};
+        links.mTarget = [this](const std::wstring& name) -> wxWindow* {
+            if (name == L"scene")
+                return mpScenePanel;
+            if (name == L"preview")
+                return mpPreviewGUI;
+            FilterChainGUI_cls* page = mpFilterPanels != nullptr ? mpFilterPanels->GetShownPage() : nullptr;
+            if (name == L"chain")
+                return page;
+            if (name == L"filter")
+                return page != nullptr ? page->GetItemPanel() : nullptr;
+            if (name == L"customcolor")
+                return mpCustomColorGUI != nullptr && mpCustomColorGUI->IsShown() ? mpCustomColorGUI : nullptr;
+            return nullptr;
+        };
+        links.mReport = [this] { WriteStateReport(); };
+        mpDriver = std::make_unique<WidgetDriver_cls>(this, driveFile, std::move(links));
+    }
 }
 
 FrameMain_cls::~FrameMain_cls()
 {
     // No render news and no export hook may reach this window any more.
+    mpDriver.reset();
     mpRenderMenu.reset();
     mpIsosurfSeqGUI.reset();
     mpImgSequence.reset();
@@ -384,6 +408,7 @@ FrameMain_cls::~FrameMain_cls()
     mpMain->GetTimeCtrl().RemoveListener(miTimeListener);
     mpMain->GetTimeCtrl().RemoveListener(miSceneTimeListener);
     mpMain->GetPovExport().GetLights().FuncHookChanged = nullptr;
+    GetPreviewProperty().FuncHookChanged = nullptr;
     mpMain->GetPovExport().SetColoring(nullptr);
     mpMain->SetDataChangedHook(nullptr);
     mpMain->SetProjectOpener(nullptr);
@@ -528,7 +553,7 @@ void FrameMain_cls::BuildControlPanel()
     mpControlBook = book;
     mpPreviewGUI = new PreviewPropertyGUI_cls(book, &GetPreviewProperty());
     // Each change takes effect at once: the views redraw with the new settings.
-    mpPreviewGUI->SetChangeListener([this] {
+    auto previewChanged = [this] {
         // A new texel format or texture filter is baked into the textures: make them again.
         const PreviewProperty_cls& preview = GetPreviewProperty();
         const unsigned texture = preview.GetTextureType() * 2u + (preview.IsTexFilterLinear() ? 1u : 0u);
@@ -541,7 +566,14 @@ void FrameMain_cls::BuildControlPanel()
             WakeIdle();
         }
         RefreshViews();
-    });
+    };
+    mpPreviewGUI->SetChangeListener(previewChanged);
+    // Undo and redo of a preview setting: the panel shows it, the views follow as after an edit.
+    GetPreviewProperty().FuncHookChanged = [this, previewChanged] {
+        if (mpPreviewGUI != nullptr)
+            mpPreviewGUI->UpdateFromProperty();
+        previewChanged();
+    };
     muTextureSettings =
         GetPreviewProperty().GetTextureType() * 2u + (GetPreviewProperty().IsTexFilterLinear() ? 1u : 0u);
     book->AddPage(mpPreviewGUI, TrW("Preview Property"));
@@ -912,6 +944,25 @@ void FrameMain_cls::DrawVolumes()
         return out;
     }();
     DF3GL_cls::SetBoxScale(scale[0], scale[1], scale[2]);
+    {
+        // The surfaces are lit by the scene's lights at this time, in their colours.
+        const double time = Parameters_cls::GetCurrentDoubleIndex();
+        LightSRC_cls& lights = mpMain->GetPovExport().GetLights();
+        std::vector<IsoMeshGL_cls::SceneLight> lit;
+        for (size_t i = 0; i < lights.GetCount(); ++i) {
+            double v[LightSRC_cls::kDimension];
+            lights.GetParam(i).Evaluate(time, 0.0, v);
+            IsoMeshGL_cls::SceneLight light;
+            const double e = v[6] < 0.0 ? 0.0 : v[6];
+            for (int a = 0; a < 3; ++a) {
+                light.dPos[a] = v[a];
+                light.fRgb[a] = static_cast<float>(v[3 + a] * e);
+            }
+            light.uKind = lights.GetKind(i);
+            lit.push_back(light);
+        }
+        IsoMeshGL_cls::SetSceneLights(std::move(lit));
+    }
     for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot) {
         const DF3Sequence_cls& sequence = mpMain->GetSeqCtrl().GetSequence(slot);
         int& drawn = mvDrawnIndex[static_cast<size_t>(slot)];
@@ -2279,6 +2330,11 @@ void FrameMain_cls::WriteStateReport()
     }
     text += WStrPrintf("remap=%d\n", clock.IsUseTimeRemap() ? 1 : 0);
     {
+        const StereoGram_cls& stereo = mpMain->GetStereoGram();
+        text += WStrPrintf("stereo=%u %.6g %.6g\n", static_cast<unsigned>(stereo.GetMode()), stereo.GetEyeSeparation(),
+                           stereo.GetConvergence());
+    }
+    {
         // The active slot's chain, item labels in order.
         FilterCtrl_cls& chain = mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl();
         text += WStrPrintf("chain=%d", chain.GetItemNum());
@@ -2326,6 +2382,8 @@ void FrameMain_cls::WriteStateReport()
         text += WStrPrintf("customcolor_shown=%d\n", mpCustomColorGUI->IsShown() ? 1 : 0);
         text += mpCustomColorGUI->DescribeWidgetPlaces();
     }
+    if (mpDriver)
+        text += mpDriver->Describe();
     if (text == mStrLastState)
         return;
     mStrLastState = text;

@@ -25,6 +25,7 @@ class DrawingBlockGUI_cls;
 class ImgSequence_cls;
 class IsosurfSeqGUI_cls;
 class IdleBenchLog_cls;
+class WidgetDriver_cls;
 class RenderMenu_cls;
 class FilterCtrl_cls;
 class FilterPanels_cls;
@@ -373,13 +374,14 @@ class FrameMain_cls : public wxFrame
     std::unique_ptr<ImgSequence_cls> mpImgSequence;
     std::unique_ptr<DrawingBlockGUI_cls> mpDrawingBlockGUI;
     std::unique_ptr<IsosurfSeqGUI_cls> mpIsosurfSeqGUI;
-    std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::string mStrStateFile; ///< TESSAN_STATE_FILE: where the visible state is reported
     std::unique_ptr<RenderMenu_cls> mpRenderMenu;
     ColorMapChooser_cls* mpColorChooser = nullptr;
     std::wstring mStrScreenshotEvery;
     int miShotFrame = -1; ///< frame --screenshot-every shows now (-1: not started)
     bool mbPlayAtStart = false;
     std::unique_ptr<IdleBenchLog_cls> mpBenchLog;
+    std::unique_ptr<WidgetDriver_cls> mpDriver; ///< TESSAN_DRIVE_FILE: commands for unattended runs
     int miQuitAfter = 0;
     bool mbBenchHadData = false;
     bool mbBenchFinished = false;

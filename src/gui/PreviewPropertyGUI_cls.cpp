@@ -109,6 +109,10 @@ PreviewPropertyGUI_cls::PreviewPropertyGUI_cls(wxWindow* parent, PreviewProperty
         auto* slider = new wxSlider(owner, wxID_ANY, 0, 0, kSliderSteps, wxDefaultPosition, wxSize(90, -1));
         auto* value = new wxTextCtrl(owner, wxID_ANY, L"", wxDefaultPosition, wxSize(64, -1), wxTE_PROCESS_ENTER);
         slider->Bind(wxEVT_SLIDER, [this, i](wxCommandEvent&) { OnSlider(i); });
+        slider->Bind(wxEVT_SCROLL_CHANGED, [this, i](wxScrollEvent& e) {
+            OnSliderReleased(i);
+            e.Skip();
+        });
         value->Bind(wxEVT_TEXT_ENTER, [this, i](wxCommandEvent&) { OnValueText(i); });
         value->Bind(wxEVT_KILL_FOCUS, [this, i](wxFocusEvent& e) {
             OnValueText(i);
@@ -188,11 +192,13 @@ void PreviewPropertyGUI_cls::OnChoice(size_t index)
         return;
     const ChoiceDef& def = ChoiceDefs()[index];
     const int selection = mvChoice[index]->GetSelection();
-    auto* item = dynamic_cast<ConfItemUINT_cls*>(mpProperty->GetConfList().Find(def.mpKey));
-    if (item == nullptr || selection < 0)
+    if (selection < 0)
         return;
-    item->Set(def.mvuValue.empty() ? static_cast<unsigned>(selection) : def.mvuValue[static_cast<size_t>(selection)]);
-    Changed();
+    const unsigned value =
+        def.mvuValue.empty() ? static_cast<unsigned>(selection) : def.mvuValue[static_cast<size_t>(selection)];
+    // One undo step; the settings' notice redraws the views.
+    if (mpProperty->SetItemExecute(def.mpKey, WStrPrintf("%u", value)))
+        Changed();
 }
 
 void PreviewPropertyGUI_cls::SetFloat(size_t index, float value)
@@ -201,17 +207,48 @@ void PreviewPropertyGUI_cls::SetFloat(size_t index, float value)
     auto* item = dynamic_cast<ConfItemFLOAT_cls*>(mpProperty->GetConfList().Find(def.mpKey));
     if (item == nullptr)
         return;
-    item->Set(value);
+    // A slider being dragged changed the setting on the way: the step goes from where it began.
+    const std::wstring before = mvDragStart[index].empty() ? item->GetItemStr() : mvDragStart[index];
+    mvDragStart[index].clear();
+    const bool stepped = mpProperty->SetItemExecute(def.mpKey, before, WStrPrintf("%.9g", static_cast<double>(value)));
+    ShowFloat(index);
+    if (stepped)
+        Changed();
+}
+
+void PreviewPropertyGUI_cls::ShowFloat(size_t index)
+{
+    const FloatDef& def = FloatDefs()[index];
+    const auto* item = dynamic_cast<const ConfItemFLOAT_cls*>(mpProperty->GetConfList().Find(def.mpKey));
+    if (item == nullptr)
+        return;
     mbUpdating = true;
-    mvSlider[index]->SetValue(SliderPos(value, def.mfMin, def.mfMax));
-    mvValue[index]->ChangeValue(WStrPrintf("%g", static_cast<double>(value)));
+    mvSlider[index]->SetValue(SliderPos(item->Get(), def.mfMin, def.mfMax));
+    mvValue[index]->ChangeValue(WStrPrintf("%g", static_cast<double>(item->Get())));
     mbUpdating = false;
-    Changed();
 }
 
 void PreviewPropertyGUI_cls::OnSlider(size_t index)
 {
     if (mbUpdating)
+        return;
+    const FloatDef& def = FloatDefs()[index];
+    auto* item = dynamic_cast<ConfItemFLOAT_cls*>(mpProperty->GetConfList().Find(def.mpKey));
+    if (item == nullptr)
+        return;
+    // While dragged the views follow the slider at once; the release makes it one undo step.
+    if (mvDragStart[index].empty())
+        mvDragStart[index] = item->GetItemStr();
+    item->Set(SliderValue(mvSlider[index]->GetValue(), def.mfMin, def.mfMax));
+    mbUpdating = true;
+    mvValue[index]->ChangeValue(WStrPrintf("%g", static_cast<double>(item->Get())));
+    mbUpdating = false;
+    Changed();
+}
+
+void PreviewPropertyGUI_cls::OnSliderReleased(size_t index)
+{
+    if (mbUpdating || mvDragStart[index].empty())
         return;
     const FloatDef& def = FloatDefs()[index];
     SetFloat(index, SliderValue(mvSlider[index]->GetValue(), def.mfMin, def.mfMax));

@@ -1,7 +1,8 @@
 #pragma once
 // The "Preview Property" panel: every drawing setting of the slice-stack preview with its choice
-// texts, editing the one PreviewProperty_cls. Each change is written to the settings at once and
-// announced, so the views redraw with it; "[+]Shade Settings" folds the shading group.
+// texts, editing the one PreviewProperty_cls. Each change is one undo step (a slider drag: one
+// step at the release, the views following the drag at once) and announced, so the views redraw; "[+]Shade Settings"
+// folds the shading group.
 #include <functional>
 #include <string>
 #include <vector>
@@ -71,6 +72,8 @@ class PreviewPropertyGUI_cls : public wxPanel
   private:
     void OnChoice(size_t index);
     void OnSlider(size_t index);
+    void OnSliderReleased(size_t index);
+    void ShowFloat(size_t index);
     void OnValueText(size_t index);
     void SetFloat(size_t index, float value);
     void Changed();
@@ -82,6 +85,8 @@ class PreviewPropertyGUI_cls : public wxPanel
     std::vector<wxChoice*> mvChoice;  ///< parallel to ChoiceDefs()
     std::vector<wxSlider*> mvSlider;  ///< parallel to FloatDefs()
     std::vector<wxTextCtrl*> mvValue; ///< parallel to FloatDefs()
+    std::vector<std::wstring> mvDragStart =
+        std::vector<std::wstring>(FloatDefs().size()); ///< value text where a drag began
     wxCheckBox* mp3DTexture = nullptr;
     wxButton* mpFoldButton = nullptr;
     wxSizer* mpShadeSizer = nullptr;

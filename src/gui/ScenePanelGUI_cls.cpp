@@ -3,18 +3,20 @@
 
 #include "anim/CameraPathCtrl_cls.h"
 #include "anim/KeyFrame_cls.h"
-#include "anim/UndoManager_cls.h"
 #include "anim/Parameters_cls.h"
+#include "anim/UndoManager_cls.h"
 #include "config/TextFormat.h"
 #include "config/Translate.h"
 #include "filter/FilterCtrl_cls.h"
 #include "filter/PovIsosurface_cls.h"
+#include "gui/WidgetWalker_cls.h"
 #include "pov/Camera_cls.h"
 #include "pov/LightSRC_cls.h"
 
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
+#include <wx/clrpicker.h>
 #include <wx/listbox.h>
 #include <wx/sizer.h>
 #include <wx/spinctrl.h>
@@ -58,6 +60,16 @@ void SetEntries(wxItemContainer* list, const std::vector<std::wstring>& entries)
         list->Append(e);
 }
 
+// A light's colour (0..1 per channel, values above 1 brighten only through the energy) as the
+// picker shows it.
+wxColour ToColour(const double* rgb)
+{
+    auto byte = [](double v) {
+        return static_cast<unsigned char>(std::lround(std::clamp(std::isfinite(v) ? v : 0.0, 0.0, 1.0) * 255.0));
+    };
+    return wxColour(byte(rgb[0]), byte(rgb[1]), byte(rgb[2]));
+}
+
 std::vector<PovIsosurface_cls*> IsoItems(FilterCtrl_cls* chain)
 {
     std::vector<PovIsosurface_cls*> out;
@@ -79,6 +91,7 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
 
     auto* isoBox = new wxStaticBoxSizer(wxVERTICAL, this, TrW("Isosurface"));
     mpIsoChoice = new wxChoice(isoBox->GetStaticBox(), wxID_ANY);
+    WidgetWalker_cls::SetAction(mpIsoChoice, L"isosurface");
     isoBox->Add(mpIsoChoice, 0, wxEXPAND | wxALL, 2);
     auto* isoGrid = new wxFlexGridSizer(2, 2, 2, 4);
     isoGrid->Add(new wxStaticText(isoBox->GetStaticBox(), wxID_ANY, TrW("Level")), 0, wxALIGN_CENTER_VERTICAL);
@@ -100,6 +113,7 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
     for (const char* kind : {"Point", "Spot", "Parallel"})
         mpLightKind->Append(TrW(kind));
     mpLightKind->SetSelection(0);
+    WidgetWalker_cls::SetAction(mpLightKind, L"light kind");
     mpLightKind->SetToolTip(TrW("Kind of the next light added"));
     // A row of its own: the panel must stay as narrow as the control panel's other groups.
     lightBox->Add(mpLightKind, 0, wxEXPAND | wxALL, 2);
@@ -108,7 +122,7 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
     lightButtons->Add(mpAddLight, 0, wxRIGHT, 4);
     lightButtons->Add(mpRemoveLight, 0);
     lightBox->Add(lightButtons, 0, wxALL, 2);
-    auto* lightGrid = new wxFlexGridSizer(4, 2, 2, 4);
+    auto* lightGrid = new wxFlexGridSizer(5, 2, 2, 4);
     const char* lightLabels[4] = {"x", "y", "z", "Energy"};
     for (int i = 0; i < 4; ++i) {
         lightGrid->Add(new wxStaticText(lightBox->GetStaticBox(), wxID_ANY, TrW(lightLabels[i])), 0,
@@ -117,6 +131,10 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
                                 : NewSpin(lightBox->GetStaticBox(), 0.0, 100.0, 0.1, 3);
         lightGrid->Add(mpLightValue[i]);
     }
+    lightGrid->Add(new wxStaticText(lightBox->GetStaticBox(), wxID_ANY, TrW("Color")), 0, wxALIGN_CENTER_VERTICAL);
+    mpLightColour = new wxColourPickerCtrl(lightBox->GetStaticBox(), wxID_ANY, *wxWHITE);
+    mpLightColour->SetToolTip(TrW("Colour of the chosen light; the energy scales it"));
+    lightGrid->Add(mpLightColour);
     lightBox->Add(lightGrid, 0, wxALL, 2);
     sizer->Add(lightBox, 0, wxEXPAND | wxALL, 4);
 
@@ -149,6 +167,7 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
     mpLightList->Bind(wxEVT_LISTBOX, [this](wxCommandEvent&) { OnLightSelect(); });
     for (wxSpinCtrlDouble* spin : mpLightValue)
         BindSpin(spin, [this] { OnLightValue(); });
+    mpLightColour->Bind(wxEVT_COLOURPICKER_CHANGED, [this](wxColourPickerEvent&) { OnLightColour(); });
     mpAddCamera->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { OnAddCamera(); });
     mpDeleteCamera->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { OnDeleteCamera(); });
     mpFollow->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) {
@@ -235,10 +254,12 @@ void ScenePanelGUI_cls::UpdateFromModel()
         for (int i = 0; i < 3; ++i)
             mpLightValue[i]->SetValue(v[i]);
         mpLightValue[3]->SetValue(v[6]);
+        mpLightColour->SetColour(ToColour(v + 3));
     }
     mpRemoveLight->Enable(light >= 0);
     for (wxSpinCtrlDouble* spin : mpLightValue)
         spin->Enable(light >= 0);
+    mpLightColour->Enable(light >= 0);
 
     // Cameras: the keys of the path's active camera.
     const std::vector<int> camFrames = CameraKeyFrames();
@@ -272,7 +293,8 @@ std::wstring ScenePanelGUI_cls::DescribeWidgets() const
     if (const int sel = mpLightList->GetSelection(); sel >= 0 && mCLinks.mpLights) {
         double v[LightSRC_cls::kDimension];
         mCLinks.mpLights->GetParam(static_cast<size_t>(sel)).Evaluate(-1.0, 0.0, v);
-        text += WStrPrintf("scene.light=%d %.4f %.4f %.4f %.4f\n", sel, v[0], v[1], v[2], v[6]);
+        text += WStrPrintf("scene.light=%d %.4f %.4f %.4f %.4f %.4f %.4f %.4f\n", sel, v[0], v[1], v[2], v[6], v[3],
+                           v[4], v[5]);
     }
     text += WStrPrintf("scene.cameras=%u", mpCameraList->GetCount());
     for (const int frame : CameraKeyFrames())
@@ -295,6 +317,7 @@ std::wstring ScenePanelGUI_cls::DescribeWidgetPlaces() const
         {"lightkind", mpLightKind},
         {"lightx", mpLightValue[0]},
         {"energy", mpLightValue[3]},
+        {"lightcolour", mpLightColour},
         {"cameras", mpCameraList},
         {"addcamera", mpAddCamera},
         {"deletecamera", mpDeleteCamera},
@@ -378,6 +401,28 @@ void ScenePanelGUI_cls::OnLightValue()
     for (int i = 0; i < 3; ++i)
         current[i] = mpLightValue[i]->GetValue();
     current[6] = mpLightValue[3]->GetValue();
+    param.SetKeyIfChanged(-1.0, false);
+    if (mCLinks.mSceneChanged)
+        mCLinks.mSceneChanged();
+}
+
+void ScenePanelGUI_cls::OnLightColour()
+{
+    const int sel = mpLightList->GetSelection();
+    if (mbUpdating || !mCLinks.mpLights || sel < 0)
+        return;
+    // Only the colour is taken from the picker, and only here: its eight bits per channel would
+    // otherwise round a colour read from a project whenever the position or energy is edited.
+    Parameters_cls& param = mCLinks.mpLights->GetParam(static_cast<size_t>(sel));
+    double* current = param.GetPCurrentValue();
+    param.Evaluate(-1.0, 0.0, current);
+    const wxColour c = mpLightColour->GetColour();
+    const double rgb[3] = {c.Red() / 255.0, c.Green() / 255.0, c.Blue() / 255.0};
+    // A colour the picker shows for the stored one (same eight bits) is no edit.
+    if (ToColour(current + 3) == c)
+        return;
+    for (int i = 0; i < 3; ++i)
+        current[3 + i] = rgb[i];
     param.SetKeyIfChanged(-1.0, false);
     if (mCLinks.mSceneChanged)
         mCLinks.mSceneChanged();

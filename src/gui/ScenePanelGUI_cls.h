@@ -1,14 +1,14 @@
 #pragma once
 // The "Scene" panel: the isosurfaces of the active slot (level and alpha of the chosen one,
-// mesh export), the light sources (list, add, remove, position and energy) and the camera path
+// mesh export), the light sources (list, add, remove, position, colour and energy) and the camera path
 // (list, add the active view as a camera at the current frame, delete, follow during playback),
 // and the button that opens the "Custom Color" editor. Edits go through the models' undoable
 // operations; the panel follows the models through UpdateFromModel.
 #include <wx/panel.h>
 
 #include <functional>
-#include <vector>
 #include <string>
+#include <vector>
 
 class CameraPathCtrl_cls;
 class Camera_cls;
@@ -18,6 +18,7 @@ class PovIsosurface_cls;
 class wxButton;
 class wxCheckBox;
 class wxChoice;
+class wxColourPickerCtrl;
 class wxListBox;
 class wxSpinCtrlDouble;
 class wxSpinDoubleEvent;
@@ -33,8 +34,8 @@ class ScenePanelGUI_cls : public wxPanel
         std::function<const Camera_cls&()> mActiveViewCamera; ///< the camera a new path camera copies
         std::function<int()> mCurrentFrame;
         std::function<int(double)> mFrameOfTime; ///< a key's normalised time as a frame number
-        std::function<void()> mChainChanged; ///< an item setting changed: process and redraw
-        std::function<void()> mSceneChanged; ///< lights or cameras changed: redraw
+        std::function<void()> mChainChanged;     ///< an item setting changed: process and redraw
+        std::function<void()> mSceneChanged;     ///< lights or cameras changed: redraw
         std::function<void()> mOpenCustomColor;
         std::function<void(PovIsosurface_cls*)> mExportIso;
     };
@@ -61,6 +62,7 @@ class ScenePanelGUI_cls : public wxPanel
     void OnRemoveLight();
     void OnLightSelect();
     void OnLightValue();
+    void OnLightColour();
     void OnAddCamera();
     void OnDeleteCamera();
 
@@ -74,6 +76,7 @@ class ScenePanelGUI_cls : public wxPanel
     wxButton* mpAddLight = nullptr;
     wxButton* mpRemoveLight = nullptr;
     wxSpinCtrlDouble* mpLightValue[4] = {nullptr, nullptr, nullptr, nullptr}; ///< x, y, z, energy
+    wxColourPickerCtrl* mpLightColour = nullptr; ///< the chosen light's colour (before the energy)
     wxListBox* mpCameraList = nullptr;
     wxButton* mpAddCamera = nullptr;
     wxButton* mpDeleteCamera = nullptr;

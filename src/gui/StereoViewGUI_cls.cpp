@@ -48,7 +48,22 @@ StereoViewGUI_cls::StereoViewGUI_cls(FrameMain_cls* frame, Main_cls* main) : mpF
     for (int i = 0; i < FrameMain_cls::kViewCount; ++i)
         if (MainGLCanvas_cls* canvas = frame->GetCanvas(i))
             canvas->SetCameraPath(&main->GetCameraPath());
+    // The settings change through the history too (the dialog's OK, undo, redo).
+    main->GetStereoGram().FuncHookChanged = [this] { FollowSettings(); };
     UpdateMenu();
+}
+
+StereoViewGUI_cls::~StereoViewGUI_cls()
+{
+    mpMain->GetStereoGram().FuncHookChanged = nullptr;
+}
+
+void StereoViewGUI_cls::FollowSettings()
+{
+    // Settings switched off while the pair is shown: the extra view goes back to one eye.
+    if (mbStereoView && !mpMain->GetStereoGram().IsActive())
+        SetStereoView(false);
+    mpFrame->OnViewChanged(FrameMain_cls::kExtraView);
 }
 
 void StereoViewGUI_cls::Check(int id, bool on)
@@ -115,12 +130,9 @@ void StereoViewGUI_cls::OnStereoSettings(wxCommandEvent&)
     dialog.SetSizerAndFit(top);
     if (dialog.ShowModal() != wxID_OK)
         return;
-    stereo.SetMode(static_cast<unsigned>(std::max(0, mode->GetSelection())));
-    stereo.SetEyeSeparation(separation->GetValue());
-    stereo.SetConvergence(convergence->GetValue());
-    if (mbStereoView && !stereo.IsActive())
-        SetStereoView(false);
-    mpFrame->OnViewChanged(FrameMain_cls::kExtraView);
+    // One undo step for the whole dialog; the stereogram's notice updates the views.
+    stereo.SetSettingsExecute(static_cast<unsigned>(std::max(0, mode->GetSelection())), separation->GetValue(),
+                              convergence->GetValue());
 }
 
 bool StereoViewGUI_cls::GrabActiveView(int width, int height, wxImage& image, std::wstring& note)

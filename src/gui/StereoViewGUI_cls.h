@@ -17,6 +17,8 @@ class StereoViewGUI_cls : public wxEvtHandler
   public:
     /// Binds the View menu commands on `frame`; both must outlive this object.
     StereoViewGUI_cls(FrameMain_cls* frame, Main_cls* main);
+    /// Takes the settings listener off the stereogram, which outlives this object.
+    ~StereoViewGUI_cls() override;
 
     /// Shows (or hides) the extra view window as a stereo pair; switching on with the mode
     /// off chooses side-by-side parallel.
@@ -48,6 +50,8 @@ class StereoViewGUI_cls : public wxEvtHandler
     void OnUseCameraPath(wxCommandEvent& event);
     void OnShowCameraPath(wxCommandEvent& event);
     void Check(int id, bool on);
+    /// The views and the menu after the settings changed (edit, undo, redo).
+    void FollowSettings();
 
     FrameMain_cls* mpFrame;
     Main_cls* mpMain;

@@ -1,10 +1,14 @@
 #include "pov/StereoGram_cls.h"
 
 #include "anim/Parameters_cls.h"
+#include "anim/UndoManager_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/TextFormat.h"
+#include "pov/ComStereoSettings_cls.h"
 
 #include <cmath>
+#include <mutex>
+#include <set>
 
 namespace
 {
@@ -15,6 +19,10 @@ constexpr double kDefaultSeparation = 0.065;
 constexpr double kDefaultConvergence = 3.0;
 // Below this the toe-in angle would approach 90 degrees and the pair becomes unviewable.
 constexpr double kMinConvergence = 1e-6;
+
+// Live stereograms, so that a command left in the history after its owner is gone does nothing.
+std::mutex GLiveStereoMutex;
+std::set<const StereoGram_cls*> GLiveStereo;
 
 std::wstring Trimmed(const std::wstring& line)
 {
@@ -31,9 +39,43 @@ StereoGram_cls::StereoGram_cls() : mpParam(std::make_unique<Parameters_cls>(2, k
     mCConfList.Add(&mdItemConvergence, L"StereoGramConvergence=", L"3");
     mCConfList.Add(&muItemMode, L"StereoGramMode=", L"0");
     MakeValid();
+    std::lock_guard<std::mutex> lock(GLiveStereoMutex);
+    GLiveStereo.insert(this);
 }
 
-StereoGram_cls::~StereoGram_cls() = default;
+StereoGram_cls::~StereoGram_cls()
+{
+    std::lock_guard<std::mutex> lock(GLiveStereoMutex);
+    GLiveStereo.erase(this);
+}
+
+bool StereoGram_cls::IsLive(const StereoGram_cls* stereo)
+{
+    std::lock_guard<std::mutex> lock(GLiveStereoMutex);
+    return GLiveStereo.count(stereo) != 0;
+}
+
+bool StereoGram_cls::SetSettingsExecute(unsigned mode, double separation, double convergence)
+{
+    const ComStereoSettings_cls::Settings before{static_cast<unsigned>(GetMode()), GetEyeSeparation(),
+                                                 GetConvergence()};
+    // The values as MakeValid repairs them, so that an OK with nothing changed (or changed only
+    // to values that are repaired back) leaves no step.
+    ComStereoSettings_cls::Settings after{mode > kModeLast ? kModeOff : mode, separation, convergence};
+    if (!std::isfinite(after.dSeparation))
+        after.dSeparation = kDefaultSeparation;
+    after.dSeparation = std::abs(after.dSeparation);
+    if (!std::isfinite(after.dConvergence) || after.dConvergence < kMinConvergence)
+        after.dConvergence = kDefaultConvergence;
+    if (after.uMode == before.uMode && after.dSeparation == before.dSeparation &&
+        after.dConvergence == before.dConvergence)
+        return false;
+    UndoManager_cls& history = GetUndoManager();
+    history.SetNewCommand(std::make_unique<ComStereoSettings_cls>(this, after),
+                          std::make_unique<ComStereoSettings_cls>(this, before));
+    history.ExecCurrent();
+    return true;
+}
 
 void StereoGram_cls::SetToDefault()
 {

@@ -6,6 +6,7 @@
 #include "config/ConfItemList_cls.h"
 #include "pov/Camera_cls.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -40,6 +41,19 @@ class StereoGram_cls
     void SetMode(unsigned mode);
     /// True when a stereo pair is to be made at all.
     bool IsActive() const { return GetMode() != kModeOff; }
+    /// Mode, eye separation and convergence as one undo step "Stereo Settings"
+    /// (ComStereoSettings_cls). False, and no step, when they equal the settings in force.
+    bool SetSettingsExecute(unsigned mode, double separation, double convergence);
+    /// Called after the history changed the settings (undo, redo, the edit itself). GUI thread.
+    std::function<void()> FuncHookChanged;
+    /// Runs FuncHookChanged (used by the commands).
+    void NotifyChanged()
+    {
+        if (FuncHookChanged)
+            FuncHookChanged();
+    }
+    /// True while `stereo` is alive (commands left in the history check before acting).
+    static bool IsLive(const StereoGram_cls* stereo);
 
     /// The key-framed eye separation (value 0) and convergence distance (value 1). While it is
     /// animated, the eye cameras follow its keys; otherwise the two settings above hold, and

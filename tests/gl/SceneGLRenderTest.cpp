@@ -352,3 +352,53 @@ TEST_F(SceneRender, LightMarkerAndCameraFrustumShowWhereTheyAre)
     SceneMarkersGL_cls::DrawCameraFrustum(cam, 0.3, 1.0, white);
     EXPECT_GT(CountLit(mCContext.ReadRGB()), 10);
 }
+
+TEST_F(SceneRender, SurfacesTakeTheSceneLightsColourAndPlace)
+{
+    const std::vector<unsigned char> data = Ball(14.0);
+    AddIso(data, 0.3);
+    struct Reset {
+        ~Reset() { IsoMeshGL_cls::SetSceneLights({}); }
+    } reset;
+    const Vec3d eye = mCCamera.GetPosition();
+
+    // A red light where the viewer stands: the side facing the viewer turns red.
+    IsoMeshGL_cls::SceneLight red;
+    for (int a = 0; a < 3; ++a)
+        red.dPos[a] = eye[a];
+    red.fRgb[0] = 1.0f;
+    red.fRgb[1] = red.fRgb[2] = 0.0f;
+    IsoMeshGL_cls::SetSceneLights({red});
+    std::vector<uint8_t> rgb = RenderScene();
+    const uint8_t* c = Pixel(rgb, kW / 2, kH / 2);
+    EXPECT_GT(c[0], 200);
+    EXPECT_GT(c[0], c[1] + 80);
+    EXPECT_EQ(c[1], c[2]);
+
+    // The same light behind the ball leaves the facing side in the ambient grey only.
+    IsoMeshGL_cls::SceneLight behind = red;
+    for (int a = 0; a < 3; ++a)
+        behind.dPos[a] = -eye[a];
+    IsoMeshGL_cls::SetSceneLights({behind});
+    rgb = RenderScene();
+    c = Pixel(rgb, kW / 2, kH / 2);
+    EXPECT_LT(std::abs(int(c[0]) - int(c[1])), 12) << int(c[0]) << " " << int(c[1]);
+
+    // A parallel green light from the viewer's side, its energy above 1 seen as full green.
+    IsoMeshGL_cls::SceneLight green = red;
+    green.uKind = 2;
+    green.fRgb[0] = 0.0f;
+    green.fRgb[1] = 3.0f;
+    IsoMeshGL_cls::SetSceneLights({green});
+    rgb = RenderScene();
+    c = Pixel(rgb, kW / 2, kH / 2);
+    EXPECT_GT(c[1], 200);
+    EXPECT_GT(c[1], c[0] + 80);
+
+    // Without lights the white headlight is back.
+    IsoMeshGL_cls::SetSceneLights({});
+    rgb = RenderScene();
+    c = Pixel(rgb, kW / 2, kH / 2);
+    for (int ch = 0; ch < 3; ++ch)
+        EXPECT_GT(c[ch], 150) << "channel " << ch;
+}

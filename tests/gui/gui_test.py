@@ -88,7 +88,7 @@ class Picture:
 # --- running the program -----------------------------------------------------------------------
 
 class App:
-    def __init__(self, binary, answers="", args=(), folder=None, size="900x700"):
+    def __init__(self, binary, answers="", args=(), folder=None, size="900x700", extra_env=None):
         self.dir = folder or tempfile.mkdtemp(prefix="tessan-gui-")
         self.exe = os.path.join(self.dir, "tessan")
         shutil.copy2(binary, self.exe)
@@ -97,7 +97,7 @@ class App:
         if os.path.exists(self.state_file):
             os.remove(self.state_file)
         env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", TESSAN_STATE_FILE=self.state_file,
-                   TESSAN_PROMPT_ANSWERS=answers)
+                   TESSAN_PROMPT_ANSWERS=answers, **(extra_env or {}))
         self.err = open(os.path.join(self.dir, "stderr.txt"), "w")
         self.proc = subprocess.Popen([self.exe, "--size", size, *args], cwd=self.dir, env=env,
                                      stdout=subprocess.DEVNULL, stderr=self.err)
@@ -3235,8 +3235,211 @@ def case_monkey(binary):
         shutil.rmtree(work, ignore_errors=True)
 
 
+
+# --- every setting through the widgets, saved and opened again -----------------------------------
+
+class Driver:
+    """Commands for the window's drive file (TESSAN_DRIVE_FILE): each is carried out through the
+    widgets themselves; `run` waits until the window reports it done."""
+
+    def __init__(self, folder):
+        self.path = os.path.join(folder, "drive.txt")
+        open(self.path, "w").close()
+        self.sent = 0
+        self.app = None
+
+    def env(self):
+        return {"TESSAN_DRIVE_FILE": self.path}
+
+    def run(self, command, timeout=60.0):
+        with open(self.path, "a", encoding="utf-8") as f:
+            f.write(command + "\n")
+        self.sent += 1
+        s = self.app.wait_for(lambda s: int(s.get("drive.done", "0")) >= self.sent,
+                              "the window did not carry out %r" % command, timeout)
+        check(s.get("drive.error", "") == "", "%r: %s" % (command, s.get("drive.error")))
+        return s
+
+    def walk(self, target):
+        """Edits every setting control of `target`; fails naming each one that kept its value."""
+        s = self.run("walk " + target, timeout=120.0)
+        f = s["drive.walk"].split(" ", 4)
+        check(f[0] == target, "walk report: %r" % s["drive.walk"])
+        total, edited, disabled = int(f[1]), int(f[2]), int(f[3])
+        check(total > 0, "%s has no controls" % target)
+        # Disabled controls (displays such as "Use 3D Texture") cannot be edited by a user.
+        check(edited + disabled == total and disabled <= 2, "%s: %d of %d controls took no new value: %s"
+              % (target, total - edited, total, f[4] if len(f) > 4 else ""))
+        return edited
+
+
+def controls(s, target):
+    """The walker's view of a target: {index: "kind value"}."""
+    prefix = "wd.%s." % target
+    return {int(k[len(prefix):]): v for k, v in s.items() if k.startswith(prefix)}
+
+
+def settle(app, timeout=60.0):
+    """Waits until no chain run is going on and the state report has stopped changing."""
+    end = time.time() + timeout
+    last = None
+    while time.time() < end:
+        s = app.state()
+        if s.get("filter_run", "1").startswith("0") and s == last:
+            return s
+        last = s
+        time.sleep(0.4)
+    raise Failure("the window never settled")
+
+
+def panel_values(app, driver, chain_length):
+    """Every control of every panel, as shown: each chain item's panel (its row chosen in the
+    list), the scene, preview and custom colour panels and the stereo settings dialog."""
+    values = {}
+    for row in range(chain_length):
+        driver.run("listselect chain|%d" % row)
+        s = app.wait_for(lambda s: s.get("fc.selected") == str(row) and controls(s, "filter"),
+                         "row %d of the chain is not shown" % row)
+        values["filter %d %s" % (row, s["chain"].split("|")[row + 1])] = controls(settle(app), "filter")
+    s = settle(app)
+    for target in ("scene", "preview", "customcolor"):
+        values[target] = controls(s, target)
+        check(values[target], "%s shows no controls" % target)
+    driver.run("menu View|Stereogram Settings...")
+    s = app.wait_for(lambda s: controls(s, "dialog"), "the stereo settings dialog did not open")
+    values["stereo dialog"] = controls(s, "dialog")
+    driver.run("cancel")
+    app.wait_for(lambda s: not controls(s, "dialog"), "the stereo settings dialog did not close")
+    return values
+
+
+def save_project(app, path):
+    before = os.path.getmtime(path)
+    time.sleep(1.1)  # a save within the same second would keep the time stamp
+    app.key("ctrl+s")
+    end = time.time() + 20
+    while os.path.getmtime(path) == before and time.time() < end:
+        time.sleep(0.1)
+    check(os.path.getmtime(path) != before, "the project was not saved")
+    time.sleep(0.3)
+    with open(path, encoding="utf-8") as f:
+        return f.read()
+
+
+def case_settings_roundtrip(binary):
+    """Every setting control of every panel (each chain item type added from the Filter menu, the
+    scene panel with a light and a camera, the preview panel, the custom colour editor, the stereo
+    settings dialog) set to another value through its widget, the project saved, a new window
+    opened on it: every control shows the same, and saving again writes the same bytes."""
+    work = tempfile.mkdtemp(prefix="tessan-settings-")
+    try:
+        first = write_series(work)[0]
+        cli = os.path.join(os.path.dirname(binary), "tessan-cli")
+        project = os.path.join(work, "all.vsp")
+        r = subprocess.run([cli, "project", "new", project, "--data", first, "--length", "5"],
+                           capture_output=True, text=True)
+        check(r.returncode == 0, "project new: %s" % r.stderr)
+
+        # Phase 1: every control edited, the project saved.
+        driver = Driver(work)
+        app = App(binary, answers="yes", args=[project], folder=work, size="1200x1000", extra_env=driver.env())
+        driver.app = app
+        try:
+            app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the project's data is drawn")
+            driver.run("menuall Filter")
+            s = app.wait_for(lambda s: s["chain"].startswith("19|"), "the Filter menu did not add every item type")
+            length = int(s["chain"].split("|")[0])
+            walked = 0
+            for row in range(length):
+                driver.run("listselect chain|%d" % row)
+                app.wait_for(lambda s: s.get("fc.selected") == str(row), "row %d not chosen" % row)
+                walked += driver.walk("filter")
+            driver.run("press scene|Add Light")
+            driver.run("press scene|Add Camera")
+            walked += driver.walk("scene")
+            s = settle(app)
+            light = s["scene.light"].split()
+            check(light[5:8] != ["1.0000", "1.0000", "1.0000"], "the light kept its white: %r" % s["scene.light"])
+            # The colour was the panel's last undoable edit ("Follow Camera Path" is a view
+            # switch): one Undo brings the white back and leaves position and energy alone.
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["scene.light"].split()[5:8] == ["1.0000"] * 3,
+                             "Undo did not take the light colour back: %r" % app.state()["scene.light"])
+            check(s["scene.light"].split()[:5] == light[:5], "Undo of the colour moved the light: %r / %r"
+                  % (s["scene.light"], " ".join(light)))
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["scene.light"].split() == light, "Redo did not bring the colour back")
+            driver.run("press preview|[+]Shade Settings")
+            walked += driver.walk("preview")
+            # Each preview setting is an undo step: the last one goes back and comes again.
+            s = settle(app)
+            check(s["undo"].startswith("Undo Preview Setting|1"), "the preview edit is no step: %r" % s["undo"])
+            edited = controls(s, "preview")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: controls(s, "preview") != edited, "Undo did not reach the preview panel")
+            app.key("ctrl+y")
+            app.wait_for(lambda s: controls(s, "preview") == edited, "Redo did not bring the preview setting back")
+            driver.run("press scene|Custom Color...")
+            app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+            driver.run("press customcolor|New Map")
+            walked += driver.walk("customcolor")
+            stereo_before = app.state()["stereo"]
+            driver.run("menu View|Stereogram Settings...")
+            app.wait_for(lambda s: controls(s, "dialog"), "the stereo settings dialog did not open")
+            walked += driver.walk("dialog")
+            driver.run("ok")
+            s = app.wait_for(lambda s: s["stereo"] != stereo_before, "the dialog's OK changed nothing")
+            check(s["undo"].startswith("Undo Stereo Settings|1"), "the dialog is one named step: %r" % s["undo"])
+            stereo_after = s["stereo"]
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["stereo"] == stereo_before, "Undo did not restore the stereo settings")
+            check(s["redo"].startswith("Redo Stereo Settings|1"), "Redo offers the dialog: %r" % s["redo"])
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["stereo"] == stereo_after, "Redo did not re-apply the stereo settings")
+            settle(app)
+            text_a = save_project(app, project)
+            values_a = panel_values(app, driver, length)
+            stereo_a = app.state()["stereo"]
+        finally:
+            app.close(keep=True)
+
+        # Phase 2: a new window on the saved project shows every value again.
+        driver = Driver(work)
+        app = App(binary, answers="yes", args=[project], folder=work, size="1200x1000", extra_env=driver.env())
+        driver.app = app
+        try:
+            s = app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "the saved project is drawn")
+            check(s["chain"].startswith("%d|" % length), "the chain came back: %r" % s["chain"])
+            check(s["stereo"] == stereo_a, "stereo settings: %r, saved %r" % (s["stereo"], stereo_a))
+            driver.run("press scene|Custom Color...")
+            app.wait_for(lambda s: s.get("customcolor_shown") == "1", "the Custom Color editor did not open")
+            # The shading group's fold is the panel's own state, not a setting: unfolded as before.
+            driver.run("press preview|[+]Shade Settings")
+            values_b = panel_values(app, driver, length)
+            text_b = save_project(app, project)
+        finally:
+            app.close(keep=True)
+        lost = []
+        for panel in values_a:
+            a, b = values_a[panel], values_b.get(panel, {})
+            for i in sorted(set(a) | set(b)):
+                if a.get(i) != b.get(i):
+                    lost.append("%s #%d: %r, re-opened %r" % (panel, i, a.get(i), b.get(i)))
+        check(not lost, "%d settings did not survive:\n  %s" % (len(lost), "\n  ".join(lost)))
+        check(walked > 60, "only %d controls walked" % walked)
+        print("%d controls edited in %d panels; %d values compared after re-opening; project %d bytes"
+              % (walked, len(values_a), sum(len(v) for v in values_a.values()), len(text_a)))
+        if text_a != text_b:
+            import difflib
+            diff = "".join(list(difflib.unified_diff(text_a.splitlines(True), text_b.splitlines(True)))[:40])
+            raise Failure("saving the re-opened project changed it:\n" + diff)
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+
+
 CASES = {
     "cli": case_cli,
+    "settings_roundtrip": case_settings_roundtrip,
     "screenshot": case_screenshot,
     "window": case_window,
     "four_views": case_four_views,

@@ -115,3 +115,37 @@ TEST_F(LightCommands, ReadingAProjectReplacesTheLightsAndTellsTheListeners)
     EXPECT_EQ(read.Serialize(), text);
     EXPECT_EQ(notices, 1);
 }
+
+TEST_F(LightCommands, ColourEditIsOneStepThatReachesTheExportAndTheProjectText)
+{
+    ASSERT_EQ(mCLights.AddLightExecute(LightSRC_cls::kPoint, mvPos, mvWhite, 2.0), 0);
+    // As the scene panel's colour picker does it: the values at the current time, the colour
+    // replaced, keyed when different.
+    Parameters_cls& param = mCLights.GetParam(0);
+    double* current = param.GetPCurrentValue();
+    param.Evaluate(0.0, 0.0, current);
+    current[3] = 1.0;
+    current[4] = 0.5;
+    current[5] = 0.0;
+    ASSERT_TRUE(param.SetKeyIfChanged(0.0, false));
+    EXPECT_DOUBLE_EQ(ValueOf(0, 4), 0.5);
+    // The energy scales the colour in the scene text.
+    EXPECT_NE(mCLights.GetPovStrLightSource(0.0).find(L"color rgb <2,1,0>"), std::wstring::npos)
+        << mCLights.GetPovStrLightSource(0.0);
+    const std::wstring text = mCLights.Serialize();
+    LightSRC_cls back;
+    LineStream_cls stream(text);
+    std::wstring first;
+    ASSERT_TRUE(stream.GetLine(first));
+    ASSERT_TRUE(back.ReadStrLine(stream, first));
+    EXPECT_EQ(back.Serialize(), text);
+    EXPECT_EQ(back.GetPovStrLightSource(0.0), mCLights.GetPovStrLightSource(0.0));
+
+    // One undo takes the colour back to white and leaves the light in the list.
+    ASSERT_TRUE(GetUndoManager().UndoCurrent());
+    ASSERT_EQ(mCLights.GetCount(), 1u);
+    EXPECT_DOUBLE_EQ(ValueOf(0, 4), 1.0);
+    EXPECT_NE(mCLights.GetPovStrLightSource(0.0).find(L"color rgb <2,2,2>"), std::wstring::npos);
+    GetUndoManager().ExecCurrent();
+    EXPECT_DOUBLE_EQ(ValueOf(0, 5), 0.0);
+}
