@@ -53,7 +53,8 @@ TEST_F(ProjectCliTest, NewMakesTheChainInOrderAndShowReportsIt)
     EXPECT_EQ(morph->GetData().miKernelSize.Get(), 2);
     auto* iso = dynamic_cast<PovIsosurface_cls*>(chain.GetPFilterBase(3));
     ASSERT_NE(iso, nullptr);
-    EXPECT_DOUBLE_EQ(iso->GetParameters().GetPInterpolatedValue(0.0)[0], 100.0);
+    // The item holds its level as a fraction of the 8-bit range.
+    EXPECT_NEAR(iso->GetParameters().GetPInterpolatedValue(0.0)[0], 100.0 / 255.0, 1e-9);
     auto* clip = dynamic_cast<FilterWithParameter_cls*>(chain.GetPFilterBase(4));
     EXPECT_DOUBLE_EQ(clip->GetParameters().GetPInterpolatedValue(0.0)[1], 0.25);
     EXPECT_DOUBLE_EQ(clip->GetParameters().GetPInterpolatedValue(0.0)[5], 0.5);
