@@ -5,14 +5,16 @@
 // RGBA (4 bytes, the colour map baked in on ThreadMappingByCPU workers), as "PreviewTextureType="
 // says at generation time.
 //
-// Units of work: generation makes the texture names and their storage (one unit per axis, or
-// one for the 3D texture); binding fills them (one unit per 2D slice, or per slab of z slices of
-// the 3D texture); deletion frees everything in one unit. All of it on the thread that owns the
+// Units of work (TexSlabPlan_cls): generation makes the texture names and their storage (one
+// unit for the 3D texture, a run of 2D slices per unit); binding fills them (slabs of z planes of
+// the 3D texture, runs of 2D slices), each unit about what a fraction of a pass uploads at the
+// measured rate; deletion frees everything in one unit. All of it on the thread that owns the
 // GL context, with the context current.
 //
 // Sections: construction; jobs; texels; queries.
 #include "color/ColorTable_cls.h"
 #include "volume/TexObjectJobs_cls.h"
+#include "volume/TexSlabPlan_cls.h"
 
 #include <GL/gl.h>
 
@@ -84,7 +86,6 @@ class TexObjectGL_cls : public TexObjectJobs_cls
   private:
     void FreeTextures();
     bool Fail(const char* text);
-    uint32_t SlabDepth() const;
 
     DF3GL_cls* mpOwner;
     std::array<std::vector<GLuint>, 3> mvTex2D;
@@ -103,4 +104,6 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     std::vector<uint8_t> mvScratch;
     std::vector<uint8_t> mvColourScratch;
     std::vector<uint8_t> mvTexels;
+    TexSlabPlan_cls mCGenPlan;
+    TexSlabPlan_cls mCBindPlan;
 };

@@ -365,6 +365,7 @@ class FrameMain_cls : public wxFrame
     bool mbPendingViewUpdate = false;
     std::wstring mStrScreenshotPath;
     int miScreenshotIdlePasses = 0;
+    int miScreenshotPaintWaits = 0; ///< passes spent waiting for the time line to paint
     int miScreenshotDataPasses = 0;
     int miScreenshotWidth = 0;
     int miScreenshotHeight = 0;
@@ -373,7 +374,7 @@ class FrameMain_cls : public wxFrame
     std::unique_ptr<ImgSequence_cls> mpImgSequence;
     std::unique_ptr<DrawingBlockGUI_cls> mpDrawingBlockGUI;
     std::unique_ptr<IsosurfSeqGUI_cls> mpIsosurfSeqGUI;
-    std::string mStrStateFile;  ///< TESSAN_STATE_FILE: where the visible state is reported
+    std::string mStrStateFile; ///< TESSAN_STATE_FILE: where the visible state is reported
     std::unique_ptr<RenderMenu_cls> mpRenderMenu;
     ColorMapChooser_cls* mpColorChooser = nullptr;
     std::wstring mStrScreenshotEvery;

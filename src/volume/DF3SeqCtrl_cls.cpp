@@ -276,6 +276,20 @@ int DF3SeqCtrl_cls::GetRemappedIndex(int slot, int step) const
     return GetSequence(slot).GetRemappedIndex(step);
 }
 
+void DF3SeqCtrl_cls::WaitProcessingAll()
+{
+    for (auto& sequence : mvpSequence)
+        sequence->WaitProcessing();
+}
+
+bool DF3SeqCtrl_cls::IsProcessingAny() const
+{
+    for (const auto& sequence : mvpSequence)
+        if (sequence->IsProcessing())
+            return true;
+    return false;
+}
+
 void DF3SeqCtrl_cls::ReleaseAll()
 {
     for (auto& sequence : mvpSequence)
