@@ -81,6 +81,9 @@ TexObjectGL_cls::~TexObjectGL_cls()
     FreeTextures();
 }
 
+TexObjectGL_cls::Spare3D_cls TexObjectGL_cls::msSpare3D;
+bool TexObjectGL_cls::msbKeepSpare = false;
+
 void TexObjectGL_cls::FreeTextures()
 {
     for (auto& names : mvTex2D) {
@@ -88,10 +91,42 @@ void TexObjectGL_cls::FreeTextures()
             glDeleteTextures(static_cast<GLsizei>(names.size()), names.data());
         names.clear();
     }
-    if (muTex3D != 0)
-        glDeleteTextures(1, &muTex3D);
+    if (muTex3D != 0) {
+        // Making a large 3D texture is one long driver call (tens of milliseconds for 16 MB in
+        // a software renderer); while a series streams in, frames of one size come and go. One
+        // freed texture is kept, and the next frame of its size and format takes it over.
+        if (msbKeepSpare && msSpare3D.uName == 0 && muBytes != 0) {
+            msSpare3D = {muTex3D, mvSize, muTextureType};
+            SetSpareTextureKB(static_cast<uint32_t>(muBytes / 1024));
+        } else {
+            glDeleteTextures(1, &muTex3D);
+        }
+    }
     muTex3D = 0;
     muBytes = 0;
+}
+
+bool TexObjectGL_cls::TakeSpare3D()
+{
+    if (msSpare3D.uName == 0)
+        return false;
+    const bool fits = msSpare3D.vSize == mvSize && msSpare3D.uTextureType == muTextureType;
+    if (fits) {
+        muTex3D = msSpare3D.uName;
+    } else {
+        glDeleteTextures(1, &msSpare3D.uName);
+    }
+    msSpare3D = {};
+    SetSpareTextureKB(0);
+    return fits;
+}
+
+void TexObjectGL_cls::DropSpareTexture()
+{
+    if (msSpare3D.uName != 0)
+        glDeleteTextures(1, &msSpare3D.uName);
+    msSpare3D = {};
+    SetSpareTextureKB(0);
 }
 
 bool TexObjectGL_cls::Fail(const char* text)
@@ -145,11 +180,16 @@ bool TexObjectGL_cls::GenerateUnit(DF3_cls& /*frame*/, uint32_t unit)
     while (glGetError() != GL_NO_ERROR) {
     }
     if (Is3DTexture()) {
-        glGenTextures(1, &muTex3D);
+        // Its old contents never show: the frame counts as textured only once every slab of its
+        // own is in.
+        const bool reused = TakeSpare3D();
+        if (!reused)
+            glGenTextures(1, &muTex3D);
         glBindTexture(GL_TEXTURE_3D, muTex3D);
         SetTexParameters(GL_TEXTURE_3D);
-        glTexImage3D(GL_TEXTURE_3D, 0, fmt.iInternal, mvSize[0], mvSize[1], mvSize[2], 0, fmt.uFormat, GL_UNSIGNED_BYTE,
-                     nullptr);
+        if (!reused)
+            glTexImage3D(GL_TEXTURE_3D, 0, fmt.iInternal, mvSize[0], mvSize[1], mvSize[2], 0, fmt.uFormat,
+                         GL_UNSIGNED_BYTE, nullptr);
         glBindTexture(GL_TEXTURE_3D, 0);
         muBytes = texelBytes * mvSize[0] * mvSize[1] * mvSize[2];
     } else {

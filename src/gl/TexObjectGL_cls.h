@@ -72,6 +72,14 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     const std::array<uint32_t, 3>& GetSize() const { return mvSize; }
     /// Grows by one every time a bind job completes: names the texture contents.
     uint32_t GetContentSerial() const { return muContentSerial; }
+    /// Frees the 3D texture kept for reuse (GL thread, context current; before the context goes).
+    static void DropSpareTexture();
+    /// Whether a freed 3D texture is kept for the next frame of its size (off by default: only
+    /// a program with one lasting context, which drops the spare before the context goes, may
+    /// turn it on).
+    static void SetKeepSpareTexture(bool keep) { msbKeepSpare = keep; }
+    /// The name of the 3D texture kept for reuse (0: none).
+    static GLuint GetSpareTexture() { return msSpare3D.uName; }
     /// Text of the last failure (empty when none).
     const std::wstring& GetLastError() const { return mStrError; }
 
@@ -84,7 +92,13 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     bool DeleteUnit(bool isCurrent, uint32_t unit) override;
 
   private:
+    struct Spare3D_cls {
+        GLuint uName = 0;
+        std::array<uint32_t, 3> vSize{0, 0, 0};
+        unsigned uTextureType = 0;
+    };
     void FreeTextures();
+    bool TakeSpare3D();
     bool Fail(const char* text);
 
     DF3GL_cls* mpOwner;
@@ -106,4 +120,6 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     std::vector<uint8_t> mvTexels;
     TexSlabPlan_cls mCGenPlan;
     TexSlabPlan_cls mCBindPlan;
+    static Spare3D_cls msSpare3D; ///< one freed 3D texture, for the next frame of its size
+    static bool msbKeepSpare;
 };

@@ -367,6 +367,8 @@ wxEND_EVENT_TABLE()
         mpControlPanel->Layout();
     }
     seqCtrl.SetTexJobsFactory(DF3GL_cls::MakeTexJobsFactory(companions));
+    // One context for the window's life: a freed 3D texture may serve the next frame.
+    TexObjectGL_cls::SetKeepSpareTexture(true);
     mpMain->SetPrompt(mpPrompt.get());
     mpMain->SetProjectOpener([this](const std::wstring& path) {
         if (!std::filesystem::exists(std::filesystem::path(path)))
@@ -449,6 +451,8 @@ FrameMain_cls::~FrameMain_cls()
     // frames loaded later (by the command line, tests) get jobs without textures.
     MakeContextCurrent();
     mpMain->GetSeqCtrl().ReleaseAll();
+    TexObjectGL_cls::DropSpareTexture();
+    TexObjectGL_cls::SetKeepSpareTexture(false);
     mpMain->GetSeqCtrl().SetTexJobsFactory(nullptr);
     for (auto& scene : mvpSceneGL)
         scene.reset();
@@ -1331,6 +1335,8 @@ void FrameMain_cls::OnCloseData(wxCommandEvent&)
     // Releasing the frames deletes their textures: the context must be current.
     MakeContextCurrent();
     mpMain->CloseData();
+    // The texture kept for the next frame of the same size goes with the data.
+    TexObjectGL_cls::DropSpareTexture();
     mvFailedCurrent.fill(false);
     OnDataChanged();
 }

@@ -24,6 +24,8 @@ template <typename Unit> bool RunUnits(ResumableProgress_cls& job, bool full, Un
 
 } // namespace
 
+uint32_t TexObjectJobs_cls::msSpareKB = 0;
+
 void TexObjectJobs_cls::SetTimeBudget(int64_t ticks)
 {
     mCGen.SetTimeBudget(ticks);

@@ -56,6 +56,11 @@ class TexObjectJobs_cls
     /// Budget of one non-full step in clock() ticks (0: one unit per step); applies to all jobs.
     void SetTimeBudget(int64_t ticks);
 
+    /// Texture memory kept by an implementation for reuse after a deletion (no frame holds it;
+    /// the controller counts it with the frames'), kilobytes.
+    static uint32_t GetSpareTextureKB() { return msSpareKB; }
+    static void SetSpareTextureKB(uint32_t kb) { msSpareKB = kb; }
+
   protected:
     /// Prepares a generation job for `frame` and returns its number of units in `total` (at
     /// least 1); false when nothing can be generated.
@@ -78,4 +83,5 @@ class TexObjectJobs_cls
     ResumableProgress_cls mCBind;
     ResumableProgress_cls mCDelete;
     bool mb3DTexture = false;
+    static uint32_t msSpareKB;
 };
