@@ -1235,6 +1235,8 @@ void FrameMain_cls::FinishBench()
 
 void FrameMain_cls::PrepareFrameForExport(int frame)
 {
+    // The export reads the frames and the chains: the processing workers end first.
+    mpMain->GetSeqCtrl().WaitProcessingAll();
     TimeCtrl_cls& clock = GetTimeCtrl();
     if (frame >= 0 && frame != clock.GetIndex()) {
         clock.SetIndex(std::min(frame, clock.GetMaxFrame()));
