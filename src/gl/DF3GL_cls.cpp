@@ -265,9 +265,14 @@ Vec3d DF3GL_cls::CurrentViewNormal()
     return n;
 }
 
+const TexObjectGL_cls* DF3GL_cls::GetDrawTexObject() const
+{
+    return mpDrawTex != nullptr ? mpDrawTex : GetCurrentTexObject();
+}
+
 bool DF3GL_cls::Bind3DTexture() const
 {
-    const TexObjectGL_cls* tex = GetCurrentTexObject();
+    const TexObjectGL_cls* tex = GetDrawTexObject();
     if (!tex || tex->GetTexture3D() == 0)
         return false;
     glDisable(GL_TEXTURE_2D);
@@ -309,7 +314,7 @@ void DF3GL_cls::DrawPasses(const std::function<void()>& geometry, const float co
 void DF3GL_cls::DrawSlice2D(int axis, int slice, double s0, double s1, double t0, double t1, const float colour[3],
                             const float complement[3], float alpha, unsigned flags)
 {
-    const TexObjectGL_cls* tex = GetCurrentTexObject();
+    const TexObjectGL_cls* tex = GetDrawTexObject();
     if (!tex || axis < 0 || axis > 2)
         return;
     const GLuint name = tex->GetTexture2D(axis, slice);
@@ -339,7 +344,7 @@ void DF3GL_cls::DrawSlice2D(int axis, int slice, double s0, double s1, double t0
 int DF3GL_cls::DrawSlice(int axis, bool fromLow, const double clipMin[3], const double clipMax[3], float alpha,
                          unsigned flags)
 {
-    const TexObjectGL_cls* tex = GetCurrentTexObject();
+    const TexObjectGL_cls* tex = GetDrawTexObject();
     if (!tex || axis < 0 || axis > 2)
         return 0;
     float colour[3], complement[3];
@@ -365,10 +370,32 @@ bool DF3GL_cls::DrawData(unsigned flags, int axis)
 bool DF3GL_cls::DrawData(const std::array<double, 3>& clipMin, const std::array<double, 3>& clipMax, int axis,
                          unsigned flags)
 {
-    TexObjectGL_cls* tex = GetCurrentTexObject();
+    mbDrewCurrent = false;
+    const TexObjectGL_cls* tex = GetCurrentTexObject();
     const DF3_cls* frame = mpSequence->GetCurrentDF3();
-    if (!tex || !frame || !tex->IsReady())
-        return false;
+    if (tex && frame && tex->IsReady()) {
+        mbDrewCurrent = true;
+        miShownIndex = mpSequence->GetRemappedIndex(-1);
+        mpShownTex = tex;
+    } else {
+        // The new frame is still being uploaded: the one drawn before stays until its last slab
+        // is in, rather than a blank view in between. Only complete textures of a frame that is
+        // still in the slot qualify.
+        tex = nullptr;
+        frame = nullptr;
+        if (miShownIndex >= 0 && miShownIndex < mpSequence->GetFrameCount() &&
+            mpSequence->GetTexJobs(miShownIndex) == mpShownTex && mpShownTex != nullptr && mpShownTex->IsReady()) {
+            tex = mpShownTex;
+            frame = mpSequence->GetDF3(miShownIndex);
+        }
+        if (!tex || !frame)
+            return false;
+    }
+    struct DrawTexScope {
+        const TexObjectGL_cls*& pSlot;
+        ~DrawTexScope() { pSlot = nullptr; }
+    } scope{mpDrawTex};
+    mpDrawTex = tex;
     DrawDataInitSetting();
     // The data's aspect: the longest axis spans the unit cube.
     const std::array<uint32_t, 3>& size = tex->GetSize();
@@ -406,7 +433,7 @@ bool DF3GL_cls::DrawData(const std::array<double, 3>& clipMin, const std::array<
     return drawn;
 }
 
-bool DF3GL_cls::DrawBox(TexObjectGL_cls& tex, const DF3_cls& /*frame*/, const std::array<double, 3>& clipMin,
+bool DF3GL_cls::DrawBox(const TexObjectGL_cls& tex, const DF3_cls& /*frame*/, const std::array<double, 3>& clipMin,
                         const std::array<double, 3>& clipMax, int axis, unsigned flags, const Vec3d& normal)
 {
     const PreviewProperty_cls& preview = GetPreviewProperty();

@@ -120,9 +120,15 @@ class DF3GL_cls
     // --- drawing ------------------------------------------------------------------------------
     /// Draws the current frame in the boxes of the drawing block, with the projection and
     /// modelview the caller loaded (world: the unit cube centred on the origin). axis: 0..2 forces
-    /// the lattice axis, kAxisAuto chooses the one most nearly along the view. False when there
-    /// was nothing to draw (no frame, textures not ready).
+    /// the lattice axis, kAxisAuto chooses the one most nearly along the view. While the current
+    /// frame's textures are still being filled, the frame drawn last stays on the screen (when
+    /// its textures are still complete). False when there was nothing to draw.
     bool DrawData(unsigned flags = 0, int axis = kAxisAuto);
+    /// Whether the last DrawData drew the current frame (false: nothing, or the frame before).
+    bool DrewCurrentFrame() const { return mbDrewCurrent; }
+    /// The texture jobs the drawing uses now: the current frame's, or while DrawData keeps the
+    /// frame before on the screen, that frame's.
+    const TexObjectGL_cls* GetDrawTexObject() const;
     /// Draws the current frame clipped to [clipMin, clipMax] (fractions 0..1 per axis).
     bool DrawData(const std::array<double, 3>& clipMin, const std::array<double, 3>& clipMax, int axis = kAxisAuto,
                   unsigned flags = 0);
@@ -164,11 +170,17 @@ class DF3GL_cls
     static void ResetDrawCounters() { msCounters = DrawCounters{}; }
 
   private:
-    bool DrawBox(TexObjectGL_cls& tex, const DF3_cls& frame, const std::array<double, 3>& clipMin,
+    bool DrawBox(const TexObjectGL_cls& tex, const DF3_cls& frame, const std::array<double, 3>& clipMin,
                  const std::array<double, 3>& clipMax, int axis, unsigned flags, const Vec3d& normal);
     int GetLayerStep(int axis) const;
 
     DF3Sequence_cls* mpSequence;
+    // The frame drawn last (index and its texture jobs, compared before use: the frame may be
+    // gone), and the jobs standing in for the current frame during one DrawData.
+    int miShownIndex = -1;
+    const TexObjectGL_cls* mpShownTex = nullptr;
+    const TexObjectGL_cls* mpDrawTex = nullptr;
+    bool mbDrewCurrent = false;
     int miColorIndex = 0;
     int miColorLayer = 0;
     int miColourPlaneSlot = -1;

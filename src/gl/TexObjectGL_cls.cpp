@@ -7,6 +7,7 @@
 #include "volume/DF3_cls.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 #ifndef GL_CLAMP_TO_EDGE
@@ -60,9 +61,12 @@ class ScopedUnpackAlignment
     GLint miOld = 4;
 };
 
-// Texels per 3D bind unit: about a megabyte of densities, so one unit stays well inside the
-// 25 ms budget of an idle pass even with colour baking.
-constexpr uint64_t kSlabTexels = 1u << 20;
+// Texel bytes per unit: what the measured upload rate fills in a fraction of a pass, so that
+// one unit stays well inside the 25 ms budget of an idle pass even with colour baking.
+uint64_t UnitBytes()
+{
+    return TexSlabPlan_cls::UnitBytesFor(TexSlabPlan_cls::GetUploadRate(), TexSlabPlan_cls::kTargetUnitMs);
+}
 
 } // namespace
 
@@ -77,6 +81,9 @@ TexObjectGL_cls::~TexObjectGL_cls()
     FreeTextures();
 }
 
+TexObjectGL_cls::Spare3D_cls TexObjectGL_cls::msSpare3D;
+bool TexObjectGL_cls::msbKeepSpare = false;
+
 void TexObjectGL_cls::FreeTextures()
 {
     for (auto& names : mvTex2D) {
@@ -84,10 +91,42 @@ void TexObjectGL_cls::FreeTextures()
             glDeleteTextures(static_cast<GLsizei>(names.size()), names.data());
         names.clear();
     }
-    if (muTex3D != 0)
-        glDeleteTextures(1, &muTex3D);
+    if (muTex3D != 0) {
+        // Making a large 3D texture is one long driver call (tens of milliseconds for 16 MB in
+        // a software renderer); while a series streams in, frames of one size come and go. One
+        // freed texture is kept, and the next frame of its size and format takes it over.
+        if (msbKeepSpare && msSpare3D.uName == 0 && muBytes != 0) {
+            msSpare3D = {muTex3D, mvSize, muTextureType};
+            SetSpareTextureKB(static_cast<uint32_t>(muBytes / 1024));
+        } else {
+            glDeleteTextures(1, &muTex3D);
+        }
+    }
     muTex3D = 0;
     muBytes = 0;
+}
+
+bool TexObjectGL_cls::TakeSpare3D()
+{
+    if (msSpare3D.uName == 0)
+        return false;
+    const bool fits = msSpare3D.vSize == mvSize && msSpare3D.uTextureType == muTextureType;
+    if (fits) {
+        muTex3D = msSpare3D.uName;
+    } else {
+        glDeleteTextures(1, &msSpare3D.uName);
+    }
+    msSpare3D = {};
+    SetSpareTextureKB(0);
+    return fits;
+}
+
+void TexObjectGL_cls::DropSpareTexture()
+{
+    if (msSpare3D.uName != 0)
+        glDeleteTextures(1, &msSpare3D.uName);
+    msSpare3D = {};
+    SetSpareTextureKB(0);
 }
 
 bool TexObjectGL_cls::Fail(const char* text)
@@ -119,8 +158,11 @@ bool TexObjectGL_cls::StartGenerate(DF3_cls& frame, uint32_t& total)
         glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &maxSize);
         total = 1;
     } else {
+        // The stacks are made a run of slices at a time, as they are filled.
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSize);
-        total = 3;
+        const uint32_t size[3] = {mvSize[0], mvSize[1], mvSize[2]};
+        mCGenPlan.Make(size, false, BytesPerTexel(muTextureType), UnitBytes());
+        total = mCGenPlan.GetUnitCount();
     }
     // Without a context nothing reports a size: nothing can be made either.
     if (maxSize <= 0)
@@ -138,26 +180,35 @@ bool TexObjectGL_cls::GenerateUnit(DF3_cls& /*frame*/, uint32_t unit)
     while (glGetError() != GL_NO_ERROR) {
     }
     if (Is3DTexture()) {
-        glGenTextures(1, &muTex3D);
+        // Its old contents never show: the frame counts as textured only once every slab of its
+        // own is in.
+        const bool reused = TakeSpare3D();
+        if (!reused)
+            glGenTextures(1, &muTex3D);
         glBindTexture(GL_TEXTURE_3D, muTex3D);
         SetTexParameters(GL_TEXTURE_3D);
-        glTexImage3D(GL_TEXTURE_3D, 0, fmt.iInternal, mvSize[0], mvSize[1], mvSize[2], 0, fmt.uFormat, GL_UNSIGNED_BYTE,
-                     nullptr);
+        if (!reused)
+            glTexImage3D(GL_TEXTURE_3D, 0, fmt.iInternal, mvSize[0], mvSize[1], mvSize[2], 0, fmt.uFormat,
+                         GL_UNSIGNED_BYTE, nullptr);
         glBindTexture(GL_TEXTURE_3D, 0);
         muBytes = texelBytes * mvSize[0] * mvSize[1] * mvSize[2];
     } else {
-        const int axis = static_cast<int>(unit);
-        const uint32_t n = mvSize[axis];
+        if (unit >= mCGenPlan.GetUnitCount())
+            return Fail("Not enough texture memory");
+        const TexSlabPlan_cls::Unit& u = mCGenPlan.GetUnit(unit);
+        const int axis = u.iAxis;
         const uint32_t s = mvSize[AxisXYZSTU_cls::GetAxisS(axis)], t = mvSize[AxisXYZSTU_cls::GetAxisT(axis)];
-        mvTex2D[axis].assign(n, 0);
-        glGenTextures(static_cast<GLsizei>(n), mvTex2D[axis].data());
-        for (GLuint name : mvTex2D[axis]) {
-            glBindTexture(GL_TEXTURE_2D, name);
+        if (mvTex2D[axis].size() != mvSize[axis])
+            mvTex2D[axis].assign(mvSize[axis], 0);
+        GLuint* names = mvTex2D[axis].data() + u.uFirst;
+        glGenTextures(static_cast<GLsizei>(u.uCount), names);
+        for (uint32_t k = 0; k < u.uCount; ++k) {
+            glBindTexture(GL_TEXTURE_2D, names[k]);
             SetTexParameters(GL_TEXTURE_2D);
             glTexImage2D(GL_TEXTURE_2D, 0, fmt.iInternal, s, t, 0, fmt.uFormat, GL_UNSIGNED_BYTE, nullptr);
         }
         glBindTexture(GL_TEXTURE_2D, 0);
-        muBytes += texelBytes * n * s * t;
+        muBytes += texelBytes * u.uCount * s * t;
     }
     if (glGetError() != GL_NO_ERROR)
         return Fail("Not enough texture memory");
@@ -194,23 +245,20 @@ bool TexObjectGL_cls::StartBind(DF3_cls& frame, uint32_t& total)
         frame.GetAxisData(1))
         mbUseAxisCopies = mpDensity == frame.GetXYZData() ||
                           std::memcmp(mpDensity, frame.GetXYZData(), frame.GetCurrentTotalSize()) == 0;
-    if (Is3DTexture()) {
-        const uint32_t depth = SlabDepth();
-        total = (mvSize[2] + depth - 1) / depth;
-    } else {
-        total = mvSize[0] + mvSize[1] + mvSize[2];
-    }
-    return true;
-}
-
-uint32_t TexObjectGL_cls::SlabDepth() const
-{
-    const uint64_t plane = static_cast<uint64_t>(mvSize[0]) * mvSize[1];
-    return static_cast<uint32_t>(std::clamp<uint64_t>(kSlabTexels / std::max<uint64_t>(plane, 1), 1, mvSize[2]));
+    // Slabs of z planes (3D) or runs of slices (2D), each about what a fraction of a pass
+    // uploads; the textures count as filled only after the last one.
+    const uint32_t size[3] = {mvSize[0], mvSize[1], mvSize[2]};
+    mCBindPlan.Make(size, Is3DTexture(), BytesPerTexel(muTextureType), UnitBytes());
+    total = mCBindPlan.GetUnitCount();
+    return total > 0;
 }
 
 bool TexObjectGL_cls::BindUnit(DF3_cls& frame, uint32_t unit)
 {
+    if (unit >= mCBindPlan.GetUnitCount())
+        return false;
+    const auto started = std::chrono::steady_clock::now();
+    const TexSlabPlan_cls::Unit& u = mCBindPlan.GetUnit(unit);
     const TexFormat fmt = FormatOf(muTextureType);
     ScopedUnpackAlignment alignment;
     while (glGetError() != GL_NO_ERROR) {
@@ -220,9 +268,8 @@ bool TexObjectGL_cls::BindUnit(DF3_cls& frame, uint32_t unit)
             mStrError = TrW("No texture to fill");
             return false;
         }
-        const uint32_t depth = SlabDepth();
-        const uint32_t z0 = unit * depth;
-        const uint32_t z1 = std::min(mvSize[2], z0 + depth);
+        const uint32_t z0 = u.uFirst;
+        const uint32_t z1 = std::min(mvSize[2], z0 + u.uCount);
         const size_t plane = static_cast<size_t>(mvSize[0]) * mvSize[1];
         const size_t offset = plane * z0, count = plane * (z1 - z0);
         const uint8_t* texels = mpDensity + offset;
@@ -235,28 +282,25 @@ bool TexObjectGL_cls::BindUnit(DF3_cls& frame, uint32_t unit)
                         GL_UNSIGNED_BYTE, texels);
         glBindTexture(GL_TEXTURE_3D, 0);
     } else {
-        int axis = 0;
-        uint32_t slice = unit;
-        while (axis < 2 && slice >= mvSize[axis]) {
-            slice -= mvSize[axis];
-            ++axis;
-        }
-        if (slice >= mvTex2D[axis].size())
-            return false;
+        const int axis = u.iAxis;
         const uint32_t size[3] = {mvSize[0], mvSize[1], mvSize[2]};
         const uint8_t* copy = (mbUseAxisCopies && axis < 2) ? frame.GetAxisData(axis) : nullptr;
-        const uint8_t* density = GetSlice(mpDensity, size, axis, slice, copy, mvScratch);
-        const uint8_t* colour = density;
-        if (mpColour != mpDensity)
-            colour = GetSlice(mpColour, size, axis, slice, nullptr, mvColourScratch);
         const uint32_t s = mvSize[AxisXYZSTU_cls::GetAxisS(axis)], t = mvSize[AxisXYZSTU_cls::GetAxisT(axis)];
-        const uint8_t* texels = density;
-        if (muTextureType != PreviewProperty_cls::kTexAlpha) {
-            MakeTexels(muTextureType, density, colour, static_cast<size_t>(s) * t, mCTable, miThreads, mvTexels);
-            texels = mvTexels.data();
+        for (uint32_t slice = u.uFirst; slice < u.uFirst + u.uCount; ++slice) {
+            if (slice >= mvTex2D[axis].size())
+                return false;
+            const uint8_t* density = GetSlice(mpDensity, size, axis, slice, copy, mvScratch);
+            const uint8_t* colour = density;
+            if (mpColour != mpDensity)
+                colour = GetSlice(mpColour, size, axis, slice, nullptr, mvColourScratch);
+            const uint8_t* texels = density;
+            if (muTextureType != PreviewProperty_cls::kTexAlpha) {
+                MakeTexels(muTextureType, density, colour, static_cast<size_t>(s) * t, mCTable, miThreads, mvTexels);
+                texels = mvTexels.data();
+            }
+            glBindTexture(GL_TEXTURE_2D, mvTex2D[axis][slice]);
+            glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, s, t, fmt.uFormat, GL_UNSIGNED_BYTE, texels);
         }
-        glBindTexture(GL_TEXTURE_2D, mvTex2D[axis][slice]);
-        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, s, t, fmt.uFormat, GL_UNSIGNED_BYTE, texels);
         glBindTexture(GL_TEXTURE_2D, 0);
     }
     if (glGetError() != GL_NO_ERROR) {
@@ -264,7 +308,10 @@ bool TexObjectGL_cls::BindUnit(DF3_cls& frame, uint32_t unit)
         mStrError = TrW("Texture upload failed");
         return false;
     }
-    if (unit + 1 == (Is3DTexture() ? (mvSize[2] + SlabDepth() - 1) / SlabDepth() : mvSize[0] + mvSize[1] + mvSize[2])) {
+    TexSlabPlan_cls::AddUploadSample(
+        mCBindPlan.GetUnitBytes(unit),
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started).count());
+    if (unit + 1 == mCBindPlan.GetUnitCount()) {
         ++muContentSerial;
         // The work buffers are as large as a slice or slab; no need to keep them between jobs.
         std::vector<uint8_t>().swap(mvTexels);

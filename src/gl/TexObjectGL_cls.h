@@ -5,14 +5,16 @@
 // RGBA (4 bytes, the colour map baked in on ThreadMappingByCPU workers), as "PreviewTextureType="
 // says at generation time.
 //
-// Units of work: generation makes the texture names and their storage (one unit per axis, or
-// one for the 3D texture); binding fills them (one unit per 2D slice, or per slab of z slices of
-// the 3D texture); deletion frees everything in one unit. All of it on the thread that owns the
+// Units of work (TexSlabPlan_cls): generation makes the texture names and their storage (one
+// unit for the 3D texture, a run of 2D slices per unit); binding fills them (slabs of z planes of
+// the 3D texture, runs of 2D slices), each unit about what a fraction of a pass uploads at the
+// measured rate; deletion frees everything in one unit. All of it on the thread that owns the
 // GL context, with the context current.
 //
 // Sections: construction; jobs; texels; queries.
 #include "color/ColorTable_cls.h"
 #include "volume/TexObjectJobs_cls.h"
+#include "volume/TexSlabPlan_cls.h"
 
 #include <GL/gl.h>
 
@@ -70,6 +72,14 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     const std::array<uint32_t, 3>& GetSize() const { return mvSize; }
     /// Grows by one every time a bind job completes: names the texture contents.
     uint32_t GetContentSerial() const { return muContentSerial; }
+    /// Frees the 3D texture kept for reuse (GL thread, context current; before the context goes).
+    static void DropSpareTexture();
+    /// Whether a freed 3D texture is kept for the next frame of its size (off by default: only
+    /// a program with one lasting context, which drops the spare before the context goes, may
+    /// turn it on).
+    static void SetKeepSpareTexture(bool keep) { msbKeepSpare = keep; }
+    /// The name of the 3D texture kept for reuse (0: none).
+    static GLuint GetSpareTexture() { return msSpare3D.uName; }
     /// Text of the last failure (empty when none).
     const std::wstring& GetLastError() const { return mStrError; }
 
@@ -82,9 +92,14 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     bool DeleteUnit(bool isCurrent, uint32_t unit) override;
 
   private:
+    struct Spare3D_cls {
+        GLuint uName = 0;
+        std::array<uint32_t, 3> vSize{0, 0, 0};
+        unsigned uTextureType = 0;
+    };
     void FreeTextures();
+    bool TakeSpare3D();
     bool Fail(const char* text);
-    uint32_t SlabDepth() const;
 
     DF3GL_cls* mpOwner;
     std::array<std::vector<GLuint>, 3> mvTex2D;
@@ -103,4 +118,8 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     std::vector<uint8_t> mvScratch;
     std::vector<uint8_t> mvColourScratch;
     std::vector<uint8_t> mvTexels;
+    TexSlabPlan_cls mCGenPlan;
+    TexSlabPlan_cls mCBindPlan;
+    static Spare3D_cls msSpare3D; ///< one freed 3D texture, for the next frame of its size
+    static bool msbKeepSpare;
 };

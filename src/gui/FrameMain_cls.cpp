@@ -81,6 +81,10 @@
 #include <wx/scrolwin.h>
 #include <wx/sizer.h>
 #include <wx/slider.h>
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <dlfcn.h>
 #include <wx/spinctrl.h>
 #include <wx/splitter.h>
 #include <wx/stattext.h>
@@ -98,6 +102,59 @@
 
 namespace
 {
+
+// Reads the screen rectangle of `image` (at x, y) from the X server over a connection of its own,
+// so that what was painted last is what is read. libX11 is already in the process (the toolkit
+// uses it); it is looked up at run time so that the program does not link it itself. False
+// (image unchanged) without an X display.
+bool GrabScreenFromServer(int x, int y, wxImage& image)
+{
+    using OpenFn = Display* (*)(const char*);
+    using CloseFn = int (*)(Display*);
+    using GetImageFn = XImage* (*)(Display*, Drawable, int, int, unsigned, unsigned, unsigned long, int);
+    void* lib = dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD);
+    if (lib == nullptr)
+        return false;
+    auto open = reinterpret_cast<OpenFn>(dlsym(lib, "XOpenDisplay"));
+    auto close = reinterpret_cast<CloseFn>(dlsym(lib, "XCloseDisplay"));
+    auto get = reinterpret_cast<GetImageFn>(dlsym(lib, "XGetImage"));
+    bool ok = false;
+    if (open && close && get && image.IsOk()) {
+        if (Display* display = open(nullptr)) {
+            const int w = image.GetWidth(), h = image.GetHeight();
+            const int sw = DisplayWidth(display, DefaultScreen(display)),
+                      sh = DisplayHeight(display, DefaultScreen(display));
+            // Only the part on the screen can be read.
+            const int x0 = std::max(x, 0), y0 = std::max(y, 0);
+            const int x1 = std::min(x + w, sw), y1 = std::min(y + h, sh);
+            XImage* shot = x1 > x0 && y1 > y0
+                               ? get(display, DefaultRootWindow(display), x0, y0, x1 - x0, y1 - y0, AllPlanes, ZPixmap)
+                               : nullptr;
+            if (shot != nullptr) {
+                const auto channel = [](unsigned long pixel, unsigned long mask) {
+                    if (mask == 0)
+                        return 0;
+                    int shift = 0;
+                    while (((mask >> shift) & 1u) == 0)
+                        ++shift;
+                    const unsigned long top = mask >> shift;
+                    return static_cast<int>(((pixel & mask) >> shift) * 255 / top);
+                };
+                for (int py = y0; py < y1; ++py)
+                    for (int px = x0; px < x1; ++px) {
+                        const unsigned long pixel = XGetPixel(shot, px - x0, py - y0);
+                        image.SetRGB(px - x, py - y, channel(pixel, shot->red_mask), channel(pixel, shot->green_mask),
+                                     channel(pixel, shot->blue_mask));
+                    }
+                XDestroyImage(shot);
+                ok = true;
+            }
+            close(display);
+        }
+    }
+    dlclose(lib);
+    return ok;
+}
 
 constexpr int kIdFixedViewFirst = 6300; // + Camera_cls::FixedView
 // "Add item" entries: kIdFilterAddFirst + position in the chain's menu table.
@@ -313,6 +370,8 @@ wxEND_EVENT_TABLE()
         mpControlPanel->Layout();
     }
     seqCtrl.SetTexJobsFactory(DF3GL_cls::MakeTexJobsFactory(companions));
+    // One context for the window's life: a freed 3D texture may serve the next frame.
+    TexObjectGL_cls::SetKeepSpareTexture(true);
     mpMain->SetPrompt(mpPrompt.get());
     mpMain->SetProjectOpener([this](const std::wstring& path) {
         if (!std::filesystem::exists(std::filesystem::path(path)))
@@ -419,6 +478,8 @@ FrameMain_cls::~FrameMain_cls()
     // frames loaded later (by the command line, tests) get jobs without textures.
     MakeContextCurrent();
     mpMain->GetSeqCtrl().ReleaseAll();
+    TexObjectGL_cls::DropSpareTexture();
+    TexObjectGL_cls::SetKeepSpareTexture(false);
     mpMain->GetSeqCtrl().SetTexJobsFactory(nullptr);
     for (auto& scene : mvpSceneGL)
         scene.reset();
@@ -628,6 +689,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     struct PassTimer {
         IdleBenchLog_cls* pLog;
         const char* pKind = "other";
+        const char* pStage = ""; // what loading did in the pass, when it did something
         std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
         ~PassTimer()
         {
@@ -635,7 +697,7 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
                 pLog->AddPass(
                     std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start)
                         .count(),
-                    pKind);
+                    pKind, pStage);
         }
     } passTimer{mbBenchFinished ? nullptr : mpBenchLog.get()};
     // 1. First pass.
@@ -719,7 +781,9 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
     if (!dragged && mpMain->GetTimeCtrl().IsPlaying()) {
         event.Skip();
         passTimer.pKind = "play";
+        mpMain->GetSeqCtrl().NoteStage("");
         ProcPlayTex();
+        passTimer.pStage = mpMain->GetSeqCtrl().GetLastStage();
         if (mpBenchLog && mpMain->GetTimeCtrl().GetIndex() != miBenchLastFrame) {
             miBenchLastFrame = mpMain->GetTimeCtrl().GetIndex();
             mpBenchLog->AddFrame(
@@ -745,8 +809,10 @@ void FrameMain_cls::OnIdle(wxIdleEvent& event)
                 mpTimeLine->TogglePlay();
             event.RequestMore();
         }
+        mpMain->GetSeqCtrl().NoteStage("");
         mbNothingLeftToFetch = !IdleLoadStep();
         passTimer.pKind = mbNothingLeftToFetch ? "idle" : "load";
+        passTimer.pStage = mpMain->GetSeqCtrl().GetLastStage();
         RefreshIfFramesChanged();
         mpSequencePanel->UpdateFromSlots();
         mpColorChooser->ShowSlot(mpMain->GetSeqCtrl().GetActiveSlot());
@@ -978,7 +1044,9 @@ void FrameMain_cls::DrawVolumes()
         scene.ResetPassCounters();
         scene.Prune(chain);
         scene.DrawOpaque(chain, mpMain->GetColoring(), gl.GetColorIndex(), DF3GL_cls::GetBoxScale());
-        if (gl.DrawData())
+        // The frame before may stand in while the current one is still being uploaded; only
+        // the current frame itself counts as drawn.
+        if (gl.DrawData() && gl.DrewCurrentFrame())
             drawn = sequence.GetRemappedIndex(-1);
         scene.DrawTranslucent(chain, mpMain->GetColoring(), gl.GetColorIndex(), DF3GL_cls::GetBoxScale());
     }
@@ -1220,6 +1288,8 @@ void FrameMain_cls::FinishBench()
 
 void FrameMain_cls::PrepareFrameForExport(int frame)
 {
+    // The export reads the frames and the chains: the processing workers end first.
+    mpMain->GetSeqCtrl().WaitProcessingAll();
     TimeCtrl_cls& clock = GetTimeCtrl();
     if (frame >= 0 && frame != clock.GetIndex()) {
         clock.SetIndex(std::min(frame, clock.GetMaxFrame()));
@@ -1320,6 +1390,8 @@ void FrameMain_cls::OnCloseData(wxCommandEvent&)
     // Releasing the frames deletes their textures: the context must be current.
     MakeContextCurrent();
     mpMain->CloseData();
+    // The texture kept for the next frame of the same size goes with the data.
+    TexObjectGL_cls::DropSpareTexture();
     mvFailedCurrent.fill(false);
     OnDataChanged();
 }
@@ -1866,6 +1938,8 @@ void FrameMain_cls::PollFilterRun()
 
 void FrameMain_cls::WaitForFilterRun()
 {
+    // The slots' processing workers hold frames and chains as well: every edit comes after them.
+    mpMain->GetSeqCtrl().WaitProcessingAll();
     if (mpFilterThread != nullptr && mpFilterThread->IsRunning())
         FinishFilterRun();
 }
@@ -2160,6 +2234,23 @@ bool FrameMain_cls::ScreenshotEveryStep()
     }
     if (!ScreenshotReady())
         return true;
+    // The views are read from their own buffers, the widgets from the screen: the time line was
+    // set when the frame was chosen, but the toolkit paints widgets at its own pace, and these
+    // passes follow each other faster than that. Wait (pass by pass) until the time line has
+    // been painted with this frame, so that the track, the frame box and the slider agree with
+    // the view in the picture. A window that never paints must not stop the series.
+    if (mpTimeLine->GetTrack().GetPaintedFrame() != clock.GetIndex() && mpTimeLine->GetTrack().IsShownOnScreen()) {
+        if (miScreenshotPaintWaits == 0) {
+            mpTimeLine->UpdateFromClock();
+            Refresh(false);
+        }
+        if (++miScreenshotPaintWaits < 20000) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return true;
+        }
+        std::fprintf(stderr, "tessan: the time line was not painted; saving the screenshot as it is\n");
+    }
+    miScreenshotPaintWaits = 0;
     const std::wstring path =
         (std::filesystem::path(mStrScreenshotEvery) / WStrPrintf("frame_%04d.png", miShotFrame)).wstring();
     if (!SaveScreenshot(path)) {
@@ -2204,6 +2295,10 @@ bool FrameMain_cls::SaveScreenshot(const std::wstring& path)
         }
         memory.SelectObject(wxNullBitmap);
         image = bitmap.ConvertToImage();
+        // The toolkit's screen surface keeps a copy of what it read first and does not see the
+        // widgets painted since (a --screenshot-every series got the first picture's time line
+        // every time): the X server itself is asked when it can be reached.
+        GrabScreenFromServer(origin.x, origin.y, image);
     }
     const wxPoint clientOrigin = ClientToScreen(wxPoint(0, 0));
     for (int i = 0; i < 4; ++i) {

@@ -366,6 +366,7 @@ class FrameMain_cls : public wxFrame
     bool mbPendingViewUpdate = false;
     std::wstring mStrScreenshotPath;
     int miScreenshotIdlePasses = 0;
+    int miScreenshotPaintWaits = 0; ///< passes spent waiting for the time line to paint
     int miScreenshotDataPasses = 0;
     int miScreenshotWidth = 0;
     int miScreenshotHeight = 0;

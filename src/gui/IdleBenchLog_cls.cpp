@@ -45,7 +45,8 @@ bool IdleBenchLog_cls::Write() const
     if (!out)
         return false;
     for (size_t i = 0; i < mvPassUs.size(); ++i)
-        out << "pass " << mvPassUs[i] << (mvPassKind[i][0] != '\0' ? " " : "") << mvPassKind[i] << "\n";
+        out << "pass " << mvPassUs[i] << (mvPassKind[i][0] != '\0' ? " " : "") << mvPassKind[i]
+            << (mvPassStage[i][0] != '\0' ? " " : "") << mvPassStage[i] << "\n";
     for (const FrameRecord& f : mvFrames)
         out << StrPrintf("frame %.3f %d\n", f.dMs, f.iIndex);
     out << SummaryLine(Summarise()) << "\n";

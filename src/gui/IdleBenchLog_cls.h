@@ -1,7 +1,7 @@
 #pragma once
 // Timing log of the window's idle loop for the window benchmark (never used in normal runs):
 // the duration of every idle pass and the time every played frame reached the screen. Written
-// to a text file at the end, one record a line ("pass MICROSECONDS KIND", "frame MILLISECONDS INDEX"),
+// to a text file at the end, one record a line ("pass MICROSECONDS KIND [STAGE]", "frame MILLISECONDS INDEX"),
 // followed by a summary line that the benchmark script prints:
 // "summary passes=N median_ms=.. p95_ms=.. max_ms=.. over50=N frames=N fps=..".
 #include <chrono>
@@ -24,11 +24,14 @@ class IdleBenchLog_cls
     /// path: where Write puts the log.
     explicit IdleBenchLog_cls(std::string path) : mStrPath(std::move(path)) {}
 
-    /// One idle pass of `us` microseconds; `kind` says what it did ("load", "play", ...).
-    void AddPass(int64_t us, const char* kind = "")
+    /// One idle pass of `us` microseconds; `kind` says what it did ("load", "play", ...) and
+    /// `stage` which loading stage ran last in it ("body", "bind", ...; empty: none). Both
+    /// string literals.
+    void AddPass(int64_t us, const char* kind = "", const char* stage = "")
     {
         mvPassUs.push_back(us);
         mvPassKind.push_back(kind);
+        mvPassStage.push_back(stage != nullptr ? stage : "");
     }
     /// A played frame (scene frame `index`) reached the screen `ms` milliseconds after the start.
     void AddFrame(double ms, int index) { mvFrames.push_back({ms, index}); }
@@ -46,6 +49,7 @@ class IdleBenchLog_cls
     };
     std::string mStrPath;
     std::vector<int64_t> mvPassUs;
-    std::vector<const char*> mvPassKind; ///< string literals
+    std::vector<const char*> mvPassKind;  ///< string literals
+    std::vector<const char*> mvPassStage; ///< string literals
     std::vector<FrameRecord> mvFrames;
 };

@@ -71,6 +71,8 @@ void KeyTrackCanvas_cls::OnSize(wxSizeEvent& event)
 void KeyTrackCanvas_cls::OnPaint(wxPaintEvent&)
 {
     wxAutoBufferedPaintDC dc(this);
+    ++miPaintCount;
+    miPaintedFrame = mpClock->GetIndex();
     UpdateMap();
     const wxSize size = GetClientSize();
     dc.SetBackground(wxBrush(kTrackBackground));

@@ -43,6 +43,9 @@ class KeyTrackCanvas_cls : public wxPanel
     int GetDragFrames() const { return mbDraggingKeys ? miDragFrames : 0; }
     /// Vertical centre of the key markers, client pixels.
     int GetMarkerY() const;
+    /// Paints so far, and the frame the last paint showed (-1 before the first).
+    int GetPaintCount() const { return miPaintCount; }
+    int GetPaintedFrame() const { return miPaintedFrame; }
 
   private:
     void UpdateMap();
@@ -56,6 +59,8 @@ class KeyTrackCanvas_cls : public wxPanel
 
     TimeCtrl_cls* mpClock;
     Parameters_cls* mpParam = nullptr;
+    int miPaintCount = 0;
+    int miPaintedFrame = -1;
     Actions mCActions;
     TimeTrackMap_cls mCMap;
     bool mbDraggingKeys = false;

@@ -98,6 +98,8 @@ void RenderMenu_cls::InstallHooks()
     };
     // Every chain's animated settings at the frame's time, for the objects the chains export.
     mpExport->mUpdateFilterParameters = [this](double time) {
+        // The slots' processing workers hold the chains until they end.
+        mpMain->GetSeqCtrl().WaitProcessingAll();
         for (int slot = 0; slot < DF3SeqCtrl_cls::kSlotCount; ++slot)
             mpMain->GetSeqCtrl().GetSequence(slot).GetFilterCtrl().UpdateParameters(time);
     };

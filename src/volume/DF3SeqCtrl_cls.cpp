@@ -1,5 +1,7 @@
 #include "volume/DF3SeqCtrl_cls.h"
 
+#include "volume/TexObjectJobs_cls.h"
+
 #include "anim/Parameters_cls.h"
 #include "anim/TimeCtrl_cls.h"
 #include "config/LineStream_cls.h"
@@ -109,6 +111,8 @@ void DF3SeqCtrl_cls::CalcCurrentUsedMemory()
         xy += sequence->GetXYKB();
         xyz += sequence->GetXYZKB();
     }
+    // A texture kept for the next frame of the same size holds memory as well.
+    tex += TexObjectJobs_cls::GetSpareTextureKB();
     muUsedTexMB = ToMB(tex);
     muUsedXYMB = ToMB(xy);
     muUsedXYZMB = ToMB(xyz);
@@ -274,6 +278,20 @@ int DF3SeqCtrl_cls::PrefetchForPlay(int nextStep, const std::function<bool()>& t
 int DF3SeqCtrl_cls::GetRemappedIndex(int slot, int step) const
 {
     return GetSequence(slot).GetRemappedIndex(step);
+}
+
+void DF3SeqCtrl_cls::WaitProcessingAll()
+{
+    for (auto& sequence : mvpSequence)
+        sequence->WaitProcessing();
+}
+
+bool DF3SeqCtrl_cls::IsProcessingAny() const
+{
+    for (const auto& sequence : mvpSequence)
+        if (sequence->IsProcessing())
+            return true;
+    return false;
 }
 
 void DF3SeqCtrl_cls::ReleaseAll()

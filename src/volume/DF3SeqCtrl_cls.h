@@ -158,8 +158,19 @@ class DF3SeqCtrl_cls
     /// Hooks through which the slots' filter chains take part in project text.
     void SetSlotBlockHooks(SlotSerializer serializer, SlotLineReader reader);
 
+    // ---- processing workers ------------------------------------------------------------------
+    /// Joins the processing worker of every slot (before edits of chains or frames).
+    void WaitProcessingAll();
+    /// Whether any slot's processing worker holds a run.
+    bool IsProcessingAny() const;
+    /// What the last loading call of any slot did (see DF3Sequence_cls::GetLastStage); the
+    /// window's benchmark log reads and clears it.
+    const char* GetLastStage() const { return mpLastStage; }
+    void NoteStage(const char* stage) { mpLastStage = stage; }
+
   private:
     int ClampSlot(int slot) const;
+    const char* mpLastStage = "";
 
     TimeCtrl_cls* mpTimeCtrl;
     std::array<std::unique_ptr<DF3Sequence_cls>, kSlotCount> mvpSequence;

@@ -7,12 +7,16 @@
 #include "config/TextFormat.h"
 #include "config/UserPrompt_cls.h"
 #include "filter/FilterCtrl_cls.h"
+#include "filter/PovCrossSection_cls.h"
+#include "filter/PovIsosurface_cls.h"
+#include "filter/PovThreeView_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3_cls.h"
 #include "volume/ImageStackSeries_cls.h"
 #include "volume/NumberedSeries_cls.h"
 #include "volume/SourceFormat_cls.h"
 #include "volume/TexObjectJobsHeadless_cls.h"
+#include "volume/ThreadProcessFrame.h"
 
 #include <algorithm>
 #include <cstring>
@@ -96,7 +100,11 @@ DF3Sequence_cls::DF3Sequence_cls() : mpFilterCtrl(std::make_unique<FilterCtrl_cl
     mCConfList.Add(&mCDownSizeSRC, L"DownSizeSRC=", L"1 1 1");
 }
 
-DF3Sequence_cls::~DF3Sequence_cls() = default;
+DF3Sequence_cls::~DF3Sequence_cls()
+{
+    // The worker holds a frame and the chain: it ends before either goes.
+    WaitProcessing();
+}
 
 void DF3Sequence_cls::Link(DF3SeqCtrl_cls* ctrl, int slot, TimeCtrl_cls* clock)
 {
@@ -185,12 +193,14 @@ int DF3Sequence_cls::AppendFileSequence(const std::wstring& path, bool findSerie
 
 void DF3Sequence_cls::AppendFiles(const std::vector<FileEntry>& files)
 {
+    WaitProcessing();
     mvFiles.insert(mvFiles.end(), files.begin(), files.end());
     SetIndividualFileNames();
 }
 
 void DF3Sequence_cls::ClearFileSequence()
 {
+    WaitProcessing();
     ReleaseAll();
     mvFiles.clear();
     mvFrames.clear();
@@ -207,6 +217,7 @@ std::unique_ptr<TexObjectJobs_cls> DF3Sequence_cls::CreateTexJobs(DF3_cls& frame
 
 void DF3Sequence_cls::SetIndividualFileNames()
 {
+    WaitProcessing();
     std::vector<std::unique_ptr<Frame_cls>> old = std::move(mvFrames);
     mvFrames.clear();
     mvFrames.reserve(mvFiles.size());
@@ -273,6 +284,12 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
     // 1. Nothing to load, a frame that failed before, or loading paused.
     if (df3.GetFilePath().empty() || !df3.IsValid() || IsPaused())
         return kIdleNothing;
+    // A frame wanted now is brought up on this thread from here on; a frame the processing
+    // worker reads (its own or the neighbour it blends) is not written meanwhile.
+    if (full)
+        WaitProcessing();
+    else
+        WaitProcessingOn(df3);
 
     // 2. The file changed since it was read: forget the contents. Same-size buffers are kept for
     //    the new contents, which are read into them at once below. A frame without buffers has
@@ -282,6 +299,7 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
 
     // 3. Header and buffers.
     if (!df3.IsAllocated()) {
+        NoteStage("header");
         if (!df3.ReadHeader(parent)) {
             df3.Release(); // drops buffers FakeRelease kept for contents that will not come
             return kIdleStep;
@@ -292,6 +310,7 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
 
     // 4. The body, 25 ms at a time unless the frame is needed now.
     if (!df3.IsReadFinished()) {
+        NoteStage("body");
         if (!df3.ReadBodyIfNotFinished(full, parent) || !full)
             return kIdleStep;
     }
@@ -299,6 +318,7 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
     // 5. Slices across X and Y for the 2D-texture stacks. The idle pass builds them in 25 ms
     //    slices; a frame needed now gets complete copies.
     if (!Is3DTexturePreview()) {
+        NoteStage("axis");
         if (!df3.IsAllocatedXY()) {
             if (!df3.AllocateXY())
                 return kIdleFailed;
@@ -320,6 +340,7 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
     // 7. Textures made from older contents (or of the other texture kind) go first.
     const bool otherKind = tex.HasTexObjects() && tex.Is3DTexture() != Is3DTexturePreview();
     if (df3.IsDirty() || tex.IsTexObjectDeleteInProcess() || otherKind) {
+        NoteStage("delete");
         df3.Clean();
         tex.DeleteTexObjects(full, IsCurrentFrame(index));
         if (!full)
@@ -328,6 +349,7 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
 
     // 8. Generation runs the slot's processing on the frame.
     if (!tex.IsTexObjectGenFinished()) {
+        NoteStage(!tex.IsTexObjectGenInProcess() || tex.IsWaitingForProcessing(df3) ? "process" : "texgen");
         if (!tex.GenerateTexObjects(df3, full))
             return kIdleFailed;
         // The textures now hold (or, while the job runs on in later steps, are being made from)
@@ -341,6 +363,7 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
     // 9. Binding.
     if (tex.IsTexObjectBindFinished())
         return kIdleNothing;
+    NoteStage("bind");
     if (!tex.BindTexObjects(df3, full))
         return kIdleFailed;
     if (full)
@@ -473,17 +496,22 @@ bool DF3Sequence_cls::IdleProcessesRelease(bool withMargin)
     const uint32_t xyzMargin = withMargin ? DF3SeqCtrl_cls::kXYZMarginMB : 0;
     if (texCandidate >= 0 &&
         static_cast<uint64_t>(mpCtrl->GetUsedTexMB()) > uint64_t{mpCtrl->GetCritTexMemoryMB()} + texMargin) {
+        NoteStage("release");
         mvFrames[static_cast<size_t>(texCandidate)]->pTex->DeleteTexObjects(true, false);
         return true;
     }
     if (!Is3DTexturePreview() && xyCandidate >= 0 &&
         static_cast<uint64_t>(mpCtrl->GetUsedXYMB()) > uint64_t{mpCtrl->GetCritXYMemoryMB()} + xyMargin) {
+        NoteStage("release");
         mvFrames[static_cast<size_t>(xyCandidate)]->pDF3->ReleaseXY();
         return true;
     }
     if (xyzCandidate >= 0 &&
         static_cast<uint64_t>(mpCtrl->GetUsedXYZMB()) > uint64_t{mpCtrl->GetCritXYZMemoryMB()} + xyzMargin) {
-        mvFrames[static_cast<size_t>(xyzCandidate)]->pDF3->Release();
+        DF3_cls& victim = *mvFrames[static_cast<size_t>(xyzCandidate)]->pDF3;
+        WaitProcessingOn(victim);
+        NoteStage("release");
+        victim.Release();
         return true;
     }
     return false;
@@ -491,6 +519,7 @@ bool DF3Sequence_cls::IdleProcessesRelease(bool withMargin)
 
 void DF3Sequence_cls::ReleaseAll()
 {
+    WaitProcessing();
     for (int i = 0; i < GetFrameCount(); ++i) {
         Frame_cls& frame = *mvFrames[static_cast<size_t>(i)];
         if (frame.pTex->HasTexObjects() || frame.pTex->IsTexObjectDeleteInProcess() ||
@@ -505,6 +534,7 @@ void DF3Sequence_cls::ReleaseAll()
 
 void DF3Sequence_cls::SetFileChangedTagAll()
 {
+    WaitProcessing();
     for (auto& frame : mvFrames)
         frame->pDF3->SetFileChangedTag();
 }
@@ -627,6 +657,80 @@ bool DF3Sequence_cls::ProcessXYZData(uint8_t* out, const uint8_t* in, const uint
     if (out != in)
         std::memcpy(out, in, n);
     return ok;
+}
+
+bool DF3Sequence_cls::StartProcessing(DF3_cls& frame)
+{
+    // One run per slot: the chain serves one frame at a time.
+    WaitProcessing();
+    DF3_cls::ProcessJob job;
+    if (!frame.BeginProcessXYZData(job))
+        return false;
+    if (!mpProcessThread)
+        mpProcessThread = std::make_unique<ThreadProcessFrame>();
+    if (!mpProcessThread->Start(&frame, job))
+        return false;
+    // Isosurface and section items hand their results to the preview, which reads them while
+    // it draws: with such items in the chain the run is awaited here, still off this thread's
+    // own stack but never beside the drawing.
+    if (HasPreviewOutputItems())
+        WaitProcessing();
+    return true;
+}
+
+bool DF3Sequence_cls::HasPreviewOutputItems() const
+{
+    for (int i = 0; i < mpFilterCtrl->GetItemNum(); ++i) {
+        const FilterBase_cls* item = mpFilterCtrl->GetPFilterBase(i);
+        if (dynamic_cast<const PovIsosurface_cls*>(item) || dynamic_cast<const PovCrossSection_cls*>(item) ||
+            dynamic_cast<const PovThreeView_cls*>(item))
+            return true;
+    }
+    return false;
+}
+
+bool DF3Sequence_cls::IsProcessing(const DF3_cls* frame) const
+{
+    if (!mpProcessThread || !mpProcessThread->IsRunning())
+        return false;
+    return frame == nullptr || mpProcessThread->GetFrame() == frame;
+}
+
+bool DF3Sequence_cls::PollProcessing(std::chrono::microseconds wait)
+{
+    if (!IsProcessing())
+        return true;
+    if (!mpProcessThread->WaitFor(wait))
+        return false;
+    mpProcessThread->Join();
+    return true;
+}
+
+void DF3Sequence_cls::WaitProcessing()
+{
+    if (mpProcessThread)
+        mpProcessThread->Join();
+}
+
+void DF3Sequence_cls::WaitProcessingOn(const DF3_cls& frame)
+{
+    if (!IsProcessing())
+        return;
+    const DF3_cls* held = mpProcessThread->GetFrame();
+    if (held == &frame || held->GetNeighbourFrame() == &frame)
+        WaitProcessing();
+}
+
+unsigned DF3Sequence_cls::GetProcessRunCount() const
+{
+    return mpProcessThread ? mpProcessThread->GetRunCount() : 0;
+}
+
+void DF3Sequence_cls::NoteStage(const char* stage)
+{
+    mpLastStage = stage;
+    if (mpCtrl)
+        mpCtrl->NoteStage(stage);
 }
 
 bool DF3Sequence_cls::IsReprocessRequiredFor(int frame)

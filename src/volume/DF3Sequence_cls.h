@@ -9,6 +9,7 @@
 // releasing; time remap; processing; file block of project files.
 #include "config/ConfItemList_cls.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,6 +20,7 @@ class DF3SeqCtrl_cls;
 class FilterCtrl_cls;
 class LineStream_cls;
 class TexObjectJobs_cls;
+class ThreadProcessFrame;
 class TimeCtrl_cls;
 class UserPrompt_cls;
 
@@ -162,6 +164,26 @@ class DF3Sequence_cls
     /// read: the chain changes what its volume item receives, or SetFilterProcessRequired.
     bool IsFilterProcessRequired() const;
     void SetFilterProcessRequired(bool required) { mbFilterProcessRequired = required; }
+    /// Starts bringing the processed voxels of `frame` (one of this slot's) up to date on the
+    /// slot's processing worker, after the run before it has ended. False when nothing had to
+    /// be done (the frame was up to date). GUI thread.
+    bool StartProcessing(DF3_cls& frame);
+    /// Whether the worker holds a run (on `frame` when one is given) that was not joined yet.
+    bool IsProcessing(const DF3_cls* frame = nullptr) const;
+    /// Waits at most `wait` for the run; joins it when it has ended. True when no run is left.
+    bool PollProcessing(std::chrono::microseconds wait);
+    /// Waits for the run and joins it (nothing when none runs). Everything that writes or
+    /// frees a frame, or touches the chain, of this slot comes after this.
+    void WaitProcessing();
+    /// Whether the chain holds items whose results the preview draws (isosurfaces, sections).
+    bool HasPreviewOutputItems() const;
+    /// Joins the run when it reads `frame` (its frame, or the neighbour it blends).
+    void WaitProcessingOn(const DF3_cls& frame);
+    /// Runs the worker has started (tests check that processing left the calling thread).
+    unsigned GetProcessRunCount() const;
+    /// What the last loading call did ("header", "body", "axis", "delete", "process",
+    /// "texgen", "bind", "release"), for the window's benchmark log.
+    const char* GetLastStage() const { return mpLastStage; }
 
     // ---- file block of project files -----------------------------------------------------------
     /// The file list as a block: "--DF3SequenceFiles", one "File=" line per DF3 file (or
@@ -181,6 +203,7 @@ class DF3Sequence_cls
     bool IsCurrentFrame(int index) const { return index == CurrentIndex(); }
     void ResetAges(int i);
     std::unique_ptr<TexObjectJobs_cls> CreateTexJobs(DF3_cls& frame);
+    void NoteStage(const char* stage);
 
     ConfItemList_cls mCConfList;
     ConfItemUINTARRAY_cls mCDownSizeSRC;
@@ -197,4 +220,7 @@ class DF3Sequence_cls
     bool mbReprocessRequired = false;
     bool mbFilterProcessRequired = false;
     std::unique_ptr<FilterCtrl_cls> mpFilterCtrl;
+    const char* mpLastStage = "";
+    // Last, so that it is joined (destroyed) before the chain and the frames it may hold.
+    std::unique_ptr<ThreadProcessFrame> mpProcessThread;
 };

@@ -217,24 +217,72 @@ int DF3_cls::GetConstructPercent() const
 
 bool DF3_cls::ProcessXYZData()
 {
+    // The chain serves one frame at a time: a run on the slot's worker ends first.
+    if (mpOwner)
+        mpOwner->WaitProcessing();
+    ProcessJob job;
+    if (!BeginProcessXYZData(job))
+        return true;
+    return RunProcessXYZData(job);
+}
+
+bool DF3_cls::StartProcessXYZData()
+{
+    if (!mpOwner) {
+        ProcessJob job;
+        if (!BeginProcessXYZData(job))
+            return false;
+        RunProcessXYZData(job);
+        return true;
+    }
+    return mpOwner->StartProcessing(*this);
+}
+
+bool DF3_cls::IsProcessingOnWorker() const
+{
+    return mpOwner && mpOwner->IsProcessing(this);
+}
+
+bool DF3_cls::PollProcessXYZData(std::chrono::microseconds wait)
+{
+    if (!IsProcessingOnWorker())
+        return true;
+    return mpOwner->PollProcessing(wait);
+}
+
+bool DF3_cls::BeginProcessXYZData(ProcessJob& job)
+{
+    job = ProcessJob{};
     // Asked every time, so that the chain records the signature this frame is processed with.
     const bool required = mpOwner && mpOwner->IsReprocessRequiredFor(GetSelfIndex());
     if (mbProcessed && !required)
-        return true;
+        return false;
     if (!mbAllocated)
-        return true;
+        return false;
     mbProcessed = true;
     mbDirty = true;
-    const uint32_t size[3] = {GetCurrSize(0), GetCurrSize(1), GetCurrSize(2)};
     // The neighbour only takes part when it holds a complete frame of the same size.
-    const uint8_t* next = nullptr;
     if (mpNeighbourFrame && mpNeighbourFrame != this && mpNeighbourFrame->IsAllocated() &&
         mpNeighbourFrame->GetReadFinishedFlag() && mpNeighbourFrame->GetCurrentTotalSize() == GetCurrentTotalSize())
-        next = mpNeighbourFrame->GetXYZData();
+        job.pNext = mpNeighbourFrame->GetXYZData();
+    if (mpOwner) {
+        job.bBlend = mpOwner->IsRemap();
+        job.fFactor = mpOwner->GetRemapInterpolateFactor();
+    }
+    job.iFrame = GetSelfIndex();
+    job.bRun = true;
+    return true;
+}
+
+bool DF3_cls::RunProcessXYZData(const ProcessJob& job)
+{
+    if (!job.bRun)
+        return true;
+    const uint32_t size[3] = {GetCurrSize(0), GetCurrSize(1), GetCurrSize(2)};
     if (!mpOwner)
         return DF3Sequence_cls().ProcessXYZData(mpProcessedData.get(), mpXYZData.get(), size, false, 0.0f, nullptr);
-    return mpOwner->ProcessXYZData(mpProcessedData.get(), mpXYZData.get(), size, mpOwner->IsRemap(),
-                                   mpOwner->GetRemapInterpolateFactor(), next, GetSelfIndex());
+    return mpOwner->ProcessXYZData(mpProcessedData.get(), mpXYZData.get(), size, job.bBlend, job.fFactor, job.pNext,
+                                   job.iFrame);
 }
 
 // --- reading dispatch -------------------------------------------------------------------------

@@ -11,6 +11,7 @@
 #include "volume/ReadBodyTxt_cls.h"
 #include "volume/ResumableProgress_cls.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -69,11 +70,36 @@ class DF3_cls : public AxisXYZSTU_cls
     ResumableProgress_cls& GetConstructProgress(int axis) { return mCConstructXY[axis]; }
 
     // --- processing ---------------------------------------------------------------------------
-    /// Runs the owner's processing into the processed buffer when it is out of date.
+    /// What one processing run needs, gathered on the GUI thread by BeginProcessXYZData.
+    struct ProcessJob {
+        bool bRun = false;              ///< false: the processed voxels are up to date
+        bool bBlend = false;            ///< the time remap is on
+        float fFactor = 0.0f;           ///< blend factor of the neighbour
+        const uint8_t* pNext = nullptr; ///< the neighbour's voxels (null: no blend)
+        int iFrame = -1;                ///< data frame index the chain processes for
+    };
+    /// Runs the owner's processing into the processed buffer when it is out of date
+    /// (BeginProcessXYZData and RunProcessXYZData on the calling thread).
     bool ProcessXYZData();
+    /// The deciding half: whether the processed voxels are out of date (this records the chain's
+    /// signature and evaluates its parameters now); when they are, marks the frame processed and
+    /// dirty, fills `job` and returns true. GUI thread.
+    bool BeginProcessXYZData(ProcessJob& job);
+    /// The work: the owner's chain over the voxels into the processed buffer. Any thread, as long
+    /// as nothing else touches this frame, the neighbour's voxels or the chain meanwhile.
+    bool RunProcessXYZData(const ProcessJob& job);
     bool IsProcessed() const { return mbProcessed; }
     /// The frame blended in when the time remap asks for it (not owned; may be null).
     void SetNeighbourFrame(DF3_cls* frame) { mpNeighbourFrame = frame; }
+    const DF3_cls* GetNeighbourFrame() const { return mpNeighbourFrame; }
+    /// Starts ProcessXYZData on the owner's processing worker (on this thread without an
+    /// owner). False when nothing had to be done. GUI thread.
+    bool StartProcessXYZData();
+    /// Whether the owner's worker is processing this frame (not joined yet).
+    bool IsProcessingOnWorker() const;
+    /// Waits at most `wait` for the worker's run on this frame and joins it when it has ended;
+    /// true when this frame is no longer being processed.
+    bool PollProcessXYZData(std::chrono::microseconds wait);
 
     // --- reading ------------------------------------------------------------------------------
     /// Reads the header of the current format; sets mbValid and, on success, the loaded-file tag.

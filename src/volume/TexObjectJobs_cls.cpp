@@ -24,6 +24,8 @@ template <typename Unit> bool RunUnits(ResumableProgress_cls& job, bool full, Un
 
 } // namespace
 
+uint32_t TexObjectJobs_cls::msSpareKB = 0;
+
 void TexObjectJobs_cls::SetTimeBudget(int64_t ticks)
 {
     mCGen.SetTimeBudget(ticks);
@@ -40,21 +42,31 @@ bool TexObjectJobs_cls::GenerateTexObjects(DF3_cls& frame, bool full)
         uint32_t total = 0;
         if (!StartGenerate(frame, total))
             return false;
-        // Textures show the processed voxels: the filter chain runs once per generation.
-        frame.ProcessXYZData();
         mCGen.Initialize(total < 1 ? 1 : total);
-        // Processing a large frame takes about as long as making its textures: in idle time
-        // they are two steps, so that neither adds to the other in one pass.
+        // Textures show the processed voxels: the filter chain runs once per generation, on the
+        // slot's processing worker. In idle time starting it is the whole step; later steps
+        // poll it, and the units follow once it has ended.
+        frame.StartProcessXYZData();
         if (!full)
             return true;
-    } else {
-        mCGen.Initialize(mCGen.GetTotal());
     }
+    if (full) {
+        while (!frame.PollProcessXYZData(std::chrono::seconds(1))) {
+        }
+    } else if (!frame.PollProcessXYZData(kProcessPollWait)) {
+        return true;
+    }
+    mCGen.Initialize(mCGen.GetTotal());
     if (!RunUnits(mCGen, full, [&](uint32_t u) { return GenerateUnit(frame, u); })) {
         mCGen.Clear();
         return false;
     }
     return true;
+}
+
+bool TexObjectJobs_cls::IsWaitingForProcessing(const DF3_cls& frame) const
+{
+    return mCGen.IsInProgress() && mCGen.GetPosition() == 0 && frame.IsProcessingOnWorker();
 }
 
 bool TexObjectJobs_cls::BindTexObjects(DF3_cls& frame, bool full)

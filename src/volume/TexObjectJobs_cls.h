@@ -5,6 +5,7 @@
 // does the real work in the unit hooks; the data slots only see the job states and the memory.
 #include "volume/ResumableProgress_cls.h"
 
+#include <chrono>
 #include <cstdint>
 
 class DF3_cls;
@@ -15,11 +16,17 @@ class TexObjectJobs_cls
     virtual ~TexObjectJobs_cls() = default;
 
     // --- jobs (GUI thread; the thread that owns the GL context for the OpenGL implementation) --
-    /// One step of generation (all of it with full). The first step of a job runs the frame's
-    /// processing (DF3_cls::ProcessXYZData), so textures always show processed voxels; without
-    /// full that is all the first step does. Generating
-    /// again after a finished job starts over. False when a unit failed (the job is then dropped).
+    /// One step of generation (all of it with full). The first step of a job starts the frame's
+    /// processing on its slot's worker (DF3_cls::StartProcessXYZData), so textures always show
+    /// processed voxels; without full that is all the first step does, and the steps after it
+    /// wait a few milliseconds for the worker before they make units (with full: until it ends).
+    /// Generating again after a finished job starts over. False when a unit failed (the job is
+    /// then dropped).
     bool GenerateTexObjects(DF3_cls& frame, bool full);
+    /// True while a started generation still waits for the frame's processing.
+    bool IsWaitingForProcessing(const DF3_cls& frame) const;
+    /// How long one idle step waits for the processing worker before it gives the pass back.
+    static constexpr std::chrono::microseconds kProcessPollWait{8000};
     /// One step of filling the generated textures with texels (all of it with full). Without
     /// generated textures nothing can be bound and the result is false.
     bool BindTexObjects(DF3_cls& frame, bool full);
@@ -49,6 +56,11 @@ class TexObjectJobs_cls
     /// Budget of one non-full step in clock() ticks (0: one unit per step); applies to all jobs.
     void SetTimeBudget(int64_t ticks);
 
+    /// Texture memory kept by an implementation for reuse after a deletion (no frame holds it;
+    /// the controller counts it with the frames'), kilobytes.
+    static uint32_t GetSpareTextureKB() { return msSpareKB; }
+    static void SetSpareTextureKB(uint32_t kb) { msSpareKB = kb; }
+
   protected:
     /// Prepares a generation job for `frame` and returns its number of units in `total` (at
     /// least 1); false when nothing can be generated.
@@ -71,4 +83,5 @@ class TexObjectJobs_cls
     ResumableProgress_cls mCBind;
     ResumableProgress_cls mCDelete;
     bool mb3DTexture = false;
+    static uint32_t msSpareKB;
 };

@@ -2042,6 +2042,8 @@ def case_screenshot_every(binary):
         paths = write_series(work, frames=6)
         out = os.path.join(work, "shots")
         env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1")
+        state_file = os.path.join(work, "state.txt")
+        env["TESSAN_STATE_FILE"] = state_file
         r = subprocess.run([binary, "--size", "640x480", "--screenshot-every", out, paths[0]], cwd=work,
                            capture_output=True, text=True, timeout=120, env=env)
         check(r.returncode == 0, "exit code %d: %s" % (r.returncode, r.stderr))
@@ -2053,6 +2055,30 @@ def case_screenshot_every(binary):
             d = region_difference(pics[i], pics[i + 1], 0, 0, w, bottom)
             check(d > 0.05, "frames %d and %d look the same (%.3f)" % (i, i + 1, d))
         check_volume_shown(pics[0], "frame 0")
+        # The whole window agrees with the frame in every picture: the time line's red frame
+        # line stands at the frame shown, not at the first one. Geometry from the last report
+        # (screen coordinates; the pictures hold the client area).
+        s = {}
+        with open(state_file) as f:
+            for line in f:
+                key, _, value = line.rstrip("\n").partition("=")
+                s[key] = value
+        view = s["view3"].split()
+        origin_x = int(view[5]) - int(view[1])
+        origin_y = int(view[6]) - int(view[2])
+        first, _, ppf, x0 = s["trackmap"].split()
+        track_top = state_int(s, "track", 1) - origin_y
+        track_bottom = min(track_top + state_int(s, "track", 3), pics[0].height)
+        check(track_bottom - track_top > 12, "the time line is outside the picture (%d..%d)" % (track_top, track_bottom))
+        for i, pic in enumerate(pics):
+            want = int(round(int(x0) + (i - int(first)) * float(ppf))) - origin_x
+            cols = red_columns(pic, track_top + 4, track_bottom - 2)
+            check(cols and min(abs(c - want) for c in cols) <= 2,
+                  "picture %d: the time line's frame line is at %r, frame %d is at %d" % (i, cols, i, want))
+            if i > 0:
+                first_x = int(round(int(x0) - int(first) * float(ppf))) - origin_x
+                check(all(abs(c - first_x) > 4 for c in cols),
+                      "picture %d still shows the time line at frame 0 (%r)" % (i, cols))
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
