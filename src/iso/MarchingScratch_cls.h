@@ -2,6 +2,9 @@
 // Work arrays of one block march, and the pool that lends them to the block workers so that
 // the 512 workers of an extraction reuse a few sets instead of allocating (and page-faulting)
 // fresh ones per block.
+#include "iso/EdgeNormalBatch_cls.h"
+
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -50,7 +53,12 @@ class MarchingScratch_cls
     std::vector<uint32_t> mvPointVertex;
     /// The points of mvPointVertex set during this block.
     std::vector<size_t> mvPointTouched;
+    /// Normals of the vertices computed so far that still wait for their batch.
+    EdgeNormalBatch_cls mCNormals;
 };
+// The batch writes normals into mvVertex through a float stride.
+static_assert(sizeof(MarchingScratch_cls::Vertex) % sizeof(float) == 0 &&
+              offsetof(MarchingScratch_cls::Vertex, mfNorm) % sizeof(float) == 0);
 
 /// Lends scratch sets to workers; any thread may call it.
 class MarchingScratchPool_cls

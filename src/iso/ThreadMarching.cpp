@@ -10,6 +10,7 @@
 #include "iso/ThreadMarching.h"
 
 #include "config/TessanAssert.h"
+#include "iso/EdgeNormalBatch_cls.h"
 #include "iso/ThreadOptimizeA.h"
 
 #include <algorithm>
@@ -747,83 +748,10 @@ template <class F> inline void ForEachDiffering(const uint8_t* a, const uint8_t*
             f(i);
 }
 
-// NormalAt for a point on an edge along axis A (fraction f along A, none on the other axes),
-// written out for vertices whose samples all lie inside the grid, where the clamping is idle.
-// Every product and sum is the one InterpolateAt forms, in the same order (x innermost), so the
-// result is the same float; vertices near the grid's faces take NormalAt itself.
+// Returns the fraction along the edge as the normal takes it (float).
 template <int A>
-inline void EdgeNormal(const unsigned char* data, const int size[3], size_t slice, const int index[3], float f,
-                       float normal[3])
-{
-    int base[3] = {index[0], index[1], index[2]};
-    if (f >= 1.0f) { // a fraction of exactly 1 moves to the next voxel
-        f -= 1.0f;
-        ++base[A];
-    }
-    bool inside = base[A] >= 1 && base[A] + 2 < size[A];
-    for (int a = 0; a < 3; ++a)
-        if (a != A)
-            inside = inside && base[a] >= 1 && base[a] + 1 < size[a];
-    if (!inside) {
-        float frac[3] = {0.0f, 0.0f, 0.0f};
-        frac[A] = f;
-        NormalAt(data, size, base, frac, normal);
-        return;
-    }
-    const size_t nx = static_cast<size_t>(size[0]);
-    const ptrdiff_t stride[3] = {1, static_cast<ptrdiff_t>(nx), static_cast<ptrdiff_t>(slice)};
-    const unsigned char* p =
-        data + static_cast<size_t>(base[2]) * slice + static_cast<size_t>(base[1]) * nx + static_cast<size_t>(base[0]);
-    auto value = [p](ptrdiff_t o) { return static_cast<float>(p[o]); };
-    // Without the test for a zero fraction that InterpolateAt makes: a + 0 * (b - a) is a itself
-    // (a is a voxel value, never negative, so even a = 0 gives +0), and the neighbour read instead
-    // lies inside the grid here. Fewer unpredictable branches, the same bits.
-    auto lerp = [&](ptrdiff_t o, ptrdiff_t step, float fr) {
-        const float a = value(o);
-        return a + fr * (value(o + step) - a);
-    };
-    // Along A: the samples at f - 0.5 and f + 0.5, carried into the neighbouring voxel.
-    {
-        const ptrdiff_t s = stride[A];
-        const float fm0 = f - 0.5f, fp0 = f + 0.5f;
-        const bool carryM = fm0 < 0.0f, carryP = fp0 >= 1.0f;
-        const float fm = carryM ? fm0 + 1.0f : fm0;
-        const float fp = carryP ? fp0 - 1.0f : fp0;
-        const ptrdiff_t om = carryM ? -s : 0, op = carryP ? s : 0;
-        normal[A] = (lerp(om, s, fm) - lerp(op, s, fp)) * static_cast<float>(size[A]);
-    }
-    // Across A: the samples half a voxel below and above on axis a, at fraction 0.5 from voxels
-    // base - 1 and base.
-    for (int a = 0; a < 3; ++a) {
-        if (a == A)
-            continue;
-        const ptrdiff_t s = stride[a];
-        auto sample = [&](ptrdiff_t o) {
-            // Two fractions: the lower axis is interpolated first, as InterpolateAt does. With
-            // f = 0 this is the one-fraction sample along a, bit for bit (see lerp).
-            const int inner = a < A ? a : A;
-            const ptrdiff_t si = stride[inner], so = stride[a + A - inner];
-            const float fi = inner == A ? f : 0.5f, fo = inner == A ? 0.5f : f;
-            const float r0 = lerp(o, si, fi);
-            return r0 + fo * (lerp(o + so, si, fi) - r0);
-        };
-        normal[a] = (sample(-s) - sample(0)) * static_cast<float>(size[a]);
-    }
-    float len = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
-    if (len == 0.0f) {
-        normal[0] = 0.0f;
-        normal[1] = 0.0f;
-        normal[2] = 1.0f;
-        return;
-    }
-    normal[0] /= len;
-    normal[1] /= len;
-    normal[2] /= len;
-}
-
-template <int A>
-void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, int level, bool normals, int x, int y,
-                  int z, const int begin[3], const float* const gridPos[3], MarchingScratch_cls::Vertex& v)
+float EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, int level, int x, int y, int z,
+                   const int begin[3], const float* const gridPos[3], MarchingScratch_cls::Vertex& v)
 {
     const size_t nx = static_cast<size_t>(size[0]);
     const unsigned char* p = data + static_cast<size_t>(z) * slice + static_cast<size_t>(y) * nx + x;
@@ -836,8 +764,7 @@ void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, in
     // On a grid point when the position along the edge rounds to either end of it.
     const float* g = gridPos[A] + (index[A] - begin[A]);
     v.miGridEnd = v.mfPos[A] == g[0] ? 0 : (v.mfPos[A] == g[1] ? 1 : -1);
-    if (normals)
-        EdgeNormal<A>(data, size, slice, index, static_cast<float>(t), v.mfNorm);
+    return static_cast<float>(t);
 }
 
 } // namespace
@@ -849,9 +776,19 @@ inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cl
     MarchingScratch_cls::Vertex v;
     const int* begin = mpOut->miBegin;
     const float* const gridPos[3] = {s.mvGridPos[0].data(), s.mvGridPos[1].data(), s.mvGridPos[2].data()};
-    EdgeVertexOn<A>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
+    const float frac = EdgeVertexOn<A>(mpData, miSize, muSliceStride, miLevel, x, y, z, begin, gridPos, v);
     const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
     v.muCanon = id;
+    if (mbNormals) {
+        // Most normals wait for the layer's batch (EdgeNormalBatch_cls, four at a time); those
+        // whose samples reach the grid's faces are clamped and taken one by one here.
+        const int index[3] = {x, y, z};
+        if (!s.mCNormals.Queue(A, index, frac, id)) {
+            float f[3] = {0.0f, 0.0f, 0.0f};
+            f[A] = frac;
+            NormalAt(mpData, miSize, index, f, v.mfNorm);
+        }
+    }
     if (v.miGridEnd >= 0) {
         // Every vertex on the same voxel takes the number of the first one there, so that equal
         // numbers mean equal positions.
@@ -896,6 +833,13 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
             ry[x] = AddVertex<1>(s, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
         });
     }
+    FlushNormals(s);
+}
+
+void ThreadMarching::FlushNormals(MarchingScratch_cls& s) const
+{
+    if (mbNormals && s.mCNormals.GetQueued() > 0)
+        s.mCNormals.Flush(s.mvVertex.data()->mfNorm, sizeof(MarchingScratch_cls::Vertex) / sizeof(float));
 }
 
 void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
@@ -910,6 +854,7 @@ void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
         const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
         ez[i] = AddVertex<2>(s, b.miBegin[0] + x, b.miBegin[1] + y, z);
     });
+    FlushNormals(s);
 }
 
 void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
@@ -1020,6 +965,7 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     if (s.mvEdgeVertex.size() < 5 * plane)
         s.mvEdgeVertex.resize(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
     s.mvVertex.clear();
+    s.mCNormals.SetGrid(mpData, miSize);
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
     for (int a = 0; a < 3; ++a) {

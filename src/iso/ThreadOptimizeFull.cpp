@@ -7,6 +7,7 @@
 //   4. Copying vertices and remapping indices (parallel)
 #include "iso/ThreadOptimizeFull.h"
 
+#include "iso/IsoSpareMemory_cls.h"
 #include "iso/LargeVector.h"
 #include "iso/MarchingArena_cls.h"
 #include "iso/ThreadIsoLane.h"
@@ -295,6 +296,7 @@ void ThreadOptimizeFull::Entry()
     std::vector<uint32_t>& index = *mpvIndex;
     const size_t mostVertices = exactTotal;
     auto sizeOutputs = [&pos, &norm, &index, indexTotal, mostVertices, normals] {
+        IsoSpareMemory_cls::Get().TakeLists(pos, norm, index);
         ReserveWithLargePages(index, indexTotal);
         index.resize(indexTotal);
         ReserveWithLargePages(pos, mostVertices * 3);
