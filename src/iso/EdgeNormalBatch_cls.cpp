@@ -36,24 +36,14 @@ void EdgeNormalBatch_cls::SetGrid(const unsigned char* data, const int size[3])
 
 bool EdgeNormalBatch_cls::Queue(int axis, const int index[3], float frac, uint32_t id)
 {
-    int base[3] = {index[0], index[1], index[2]};
-    if (frac >= 1.0f) { // a fraction of exactly 1 moves to the next voxel
-        frac -= 1.0f;
-        ++base[axis];
+    switch (axis) {
+    case 0:
+        return QueueOn<0>(index, frac, id);
+    case 1:
+        return QueueOn<1>(index, frac, id);
+    default:
+        return QueueOn<2>(index, frac, id);
     }
-    // Along the edge the samples reach one voxel below and two above the base; across it one
-    // voxel either side.
-    for (int a = 0; a < 3; ++a) {
-        const int above = a == axis ? 2 : 1;
-        if (base[a] < 1 || base[a] + above >= miSize[a])
-            return false;
-    }
-    const size_t offset =
-        (static_cast<size_t>(base[2]) * static_cast<size_t>(miSize[1]) + static_cast<size_t>(base[1])) *
-            static_cast<size_t>(miSize[0]) +
-        static_cast<size_t>(base[0]);
-    mvItem[axis].push_back(Item{offset, frac, id});
-    return true;
 }
 
 void EdgeNormalBatch_cls::Flush(float* normals, size_t stride)

@@ -20,6 +20,27 @@ class EdgeNormalBatch_cls
     /// (and queues nothing) when its samples would reach past the grid; the caller then computes
     /// that normal itself.
     bool Queue(int axis, const int index[3], float frac, uint32_t id);
+    /// Queue for an axis known at compile time (the march's per-axis edge loops).
+    template <int A> bool QueueOn(const int index[3], float frac, uint32_t id)
+    {
+        int base[3] = {index[0], index[1], index[2]};
+        if (frac >= 1.0f) { // a fraction of exactly 1 moves to the next voxel
+            frac -= 1.0f;
+            ++base[A];
+        }
+        // Along the edge the samples reach one voxel below and two above the base; across it one
+        // voxel either side.
+        bool inside = true;
+        for (int a = 0; a < 3; ++a)
+            inside = inside && base[a] >= 1 && base[a] + (a == A ? 2 : 1) < miSize[a];
+        if (!inside)
+            return false;
+        const size_t offset = static_cast<size_t>(base[2]) * muSlice +
+                              static_cast<size_t>(base[1]) * static_cast<size_t>(miSize[0]) +
+                              static_cast<size_t>(base[0]);
+        mvItem[A].push_back(Item{offset, frac, id});
+        return true;
+    }
     /// Computes every queued normal and writes it; the queue is empty afterwards.
     void Flush(float* normals, size_t stride);
     /// Number of normals waiting for Flush.

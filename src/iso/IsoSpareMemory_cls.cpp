@@ -52,9 +52,6 @@ void IsoSpareMemory_cls::TakeLists(std::vector<float>& pos, std::vector<float>& 
         norm.swap(mvNorm);
     if (index.capacity() == 0 && mvIndex.capacity() > 0)
         index.swap(mvIndex);
-    pos.clear();
-    norm.clear();
-    index.clear();
 }
 
 void IsoSpareMemory_cls::GiveLists(std::vector<float>& pos, std::vector<float>& norm, std::vector<uint32_t>& index)

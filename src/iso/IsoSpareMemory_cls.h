@@ -31,7 +31,8 @@ class IsoSpareMemory_cls
     void GiveArena(std::unique_ptr<MarchingArena_cls> arena);
 
     /// Swaps the kept welded-list arrays into pos, norm and index when those have no capacity yet
-    /// and one is kept; what they held before goes into the store instead. Contents are cleared.
+    /// and one is kept. The arrays keep their old size and contents: the caller overwrites every
+    /// element it uses, and resizing within the old size then fills nothing.
     void TakeLists(std::vector<float>& pos, std::vector<float>& norm, std::vector<uint32_t>& index);
     /// Keeps the arrays of pos, norm and index (the vectors are left empty) when their capacity
     /// is larger than that of the set kept now; the smaller set is freed.

@@ -783,7 +783,7 @@ inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cl
         // Most normals wait for the layer's batch (EdgeNormalBatch_cls, four at a time); those
         // whose samples reach the grid's faces are clamped and taken one by one here.
         const int index[3] = {x, y, z};
-        if (!s.mCNormals.Queue(A, index, frac, id)) {
+        if (!s.mCNormals.QueueOn<A>(index, frac, id)) {
             float f[3] = {0.0f, 0.0f, 0.0f};
             f[A] = frac;
             NormalAt(mpData, miSize, index, f, v.mfNorm);
