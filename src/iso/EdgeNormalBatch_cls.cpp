@@ -32,6 +32,11 @@ void EdgeNormalBatch_cls::SetGrid(const unsigned char* data, const int size[3])
     for (int a = 0; a < 3; ++a)
         miSize[a] = size[a];
     muSlice = static_cast<size_t>(size[0]) * static_cast<size_t>(size[1]);
+    for (int a = 0; a < 3; ++a) {
+        // Bases 1 .. size - 2 across an edge, 1 .. size - 3 along it (none on short axes).
+        muLimit[0][a] = size[a] > 2 ? static_cast<unsigned>(size[a] - 2) : 0u;
+        muLimit[1][a] = size[a] > 3 ? static_cast<unsigned>(size[a] - 3) : 0u;
+    }
 }
 
 bool EdgeNormalBatch_cls::Queue(int axis, const int index[3], float frac, uint32_t id)

@@ -29,10 +29,10 @@ class EdgeNormalBatch_cls
             ++base[A];
         }
         // Along the edge the samples reach one voxel below and two above the base; across it one
-        // voxel either side.
-        bool inside = true;
-        for (int a = 0; a < 3; ++a)
-            inside = inside && base[a] >= 1 && base[a] + (a == A ? 2 : 1) < miSize[a];
+        // voxel either side: base - 1 must lie in [0, limit) (the unsigned compare takes both ends).
+        const bool inside = static_cast<unsigned>(base[0] - 1) < muLimit[A == 0][0] &&
+                            static_cast<unsigned>(base[1] - 1) < muLimit[A == 1][1] &&
+                            static_cast<unsigned>(base[2] - 1) < muLimit[A == 2][2];
         if (!inside)
             return false;
         const size_t offset = static_cast<size_t>(base[2]) * muSlice +
@@ -63,5 +63,7 @@ class EdgeNormalBatch_cls
     const unsigned char* mpData = nullptr;
     int miSize[3] = {0, 0, 0};
     size_t muSlice = 0;
+    /// Per axis, the count of bases whose samples stay inside: [0] across an edge, [1] along it.
+    unsigned muLimit[2][3] = {{0, 0, 0}, {0, 0, 0}};
     std::vector<Item> mvItem[3];
 };

@@ -767,27 +767,35 @@ float EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, i
     return static_cast<float>(t);
 }
 
+// The normal of an edge vertex whose samples are clamped at the grid's faces: the general code,
+// kept out of line so that the common path stays small.
+[[gnu::noinline]] void NormalNearFace(const unsigned char* data, const int size[3], const int index[3], int axis,
+                                      float frac, float normal[3])
+{
+    float f[3] = {0.0f, 0.0f, 0.0f};
+    f[axis] = frac;
+    NormalAt(data, size, index, f, normal);
+}
+
 } // namespace
 
 template <int A>
 inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cls& s, int x, int y, int z) const
 {
     constexpr int axis = A;
-    MarchingScratch_cls::Vertex v;
+    // Built in place (MarchBlockClassified reserved room for every edge of the block).
+    const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
+    MarchingScratch_cls::Vertex& v = s.mvVertex.emplace_back();
     const int* begin = mpOut->miBegin;
     const float* const gridPos[3] = {s.mvGridPos[0].data(), s.mvGridPos[1].data(), s.mvGridPos[2].data()};
     const float frac = EdgeVertexOn<A>(mpData, miSize, muSliceStride, miLevel, x, y, z, begin, gridPos, v);
-    const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
     v.muCanon = id;
     if (mbNormals) {
         // Most normals wait for the layer's batch (EdgeNormalBatch_cls, four at a time); those
         // whose samples reach the grid's faces are clamped and taken one by one here.
         const int index[3] = {x, y, z};
-        if (!s.mCNormals.QueueOn<A>(index, frac, id)) {
-            float f[3] = {0.0f, 0.0f, 0.0f};
-            f[A] = frac;
-            NormalAt(mpData, miSize, index, f, v.mfNorm);
-        }
+        if (!s.mCNormals.QueueOn<A>(index, frac, id))
+            NormalNearFace(mpData, miSize, index, A, frac, v.mfNorm);
     }
     if (v.miGridEnd >= 0) {
         // Every vertex on the same voxel takes the number of the first one there, so that equal
@@ -806,7 +814,6 @@ inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cl
         }
         v.muCanon = first;
     }
-    s.mvVertex.push_back(v);
     return {id, v.muCanon};
 }
 
@@ -965,6 +972,8 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     if (s.mvEdgeVertex.size() < 5 * plane)
         s.mvEdgeVertex.resize(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
     s.mvVertex.clear();
+    // Room for a vertex on every edge of the block: AddVertex builds each in place.
+    s.mvVertex.reserve(3 * plane * (static_cast<size_t>(D) + 1));
     s.mCNormals.SetGrid(mpData, miSize);
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
