@@ -71,8 +71,12 @@ using Vec = __m128;
 // The voxel at offset o from each lane's base, as floats.
 inline Vec Load(const unsigned char* const p[4], ptrdiff_t o)
 {
-    const unsigned packed = p[0][o] | p[1][o] << 8 | p[2][o] << 16 | static_cast<unsigned>(p[3][o]) << 24;
-    return _mm_cvtepi32_ps(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(packed))));
+    // Each byte into the low byte of its 32-bit lane (the others stay zero), then to float.
+    __m128i v = _mm_cvtsi32_si128(p[0][o]);
+    v = _mm_insert_epi8(v, p[1][o], 4);
+    v = _mm_insert_epi8(v, p[2][o], 8);
+    v = _mm_insert_epi8(v, p[3][o], 12);
+    return _mm_cvtepi32_ps(v);
 }
 
 // a + w * (b - a), the interpolation step of the trilinear sampling.
