@@ -1027,24 +1027,13 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                 const uint64_t* rowMask =
                     s.mvCutMask.data() + (static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)) * maskWords;
                 // The cut cubes of the row in march order: pairs (2m + 1, 2m) in turn, the odd last
-                // cube alone. A pair never straddles two mask words.
-                int pending = -1; // the even cube of a pair, emitted after its odd partner
+                // cube alone. Swapping the bits of each pair makes that ascending bit order (a pair
+                // never straddles two mask words, and the last cube's missing partner is no bit).
                 for (size_t word = 0; word < maskWords; ++word) {
-                    for (uint64_t bits = rowMask[word]; bits != 0 || pending >= 0;) {
-                        int x;
-                        if (pending >= 0) {
-                            x = pending;
-                            pending = -1;
-                        } else {
-                            const int bit = std::countr_zero(bits);
-                            bits &= bits - 1;
-                            x = static_cast<int>(word * 64) + bit;
-                            if ((bit & 1) == 0 && (bits & (uint64_t{1} << (bit + 1))) != 0) {
-                                pending = x;
-                                bits &= ~(uint64_t{1} << (bit + 1));
-                                ++x;
-                            }
-                        }
+                    const uint64_t m = rowMask[word];
+                    constexpr uint64_t kEven = 0x5555555555555555ull;
+                    for (uint64_t bits = ((m >> 1) & kEven) | ((m & kEven) << 1); bits != 0; bits &= bits - 1) {
+                        const int x = static_cast<int>(word * 64) + (std::countr_zero(bits) ^ 1);
                         const int c = rowCase[x];
                         const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
                         const signed char* tri = a2iTriangleConnectionTable[c];
