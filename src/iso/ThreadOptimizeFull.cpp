@@ -14,6 +14,9 @@
 
 #include <algorithm>
 #include <bit>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -143,6 +146,25 @@ class IndexTable
     std::vector<uint32_t> mvSlots;
     size_t mMask = 0;
 };
+
+// Calls f(e), in increasing e, for each e < n whose flag is set. Border flags are mostly 0, so
+// sixteen are tested at a time.
+template <class F> inline void ForEachFlagged(const uint8_t* flags, size_t n, F&& f)
+{
+    size_t e = 0;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    for (; e + 16 <= n; e += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(flags + e));
+        for (unsigned bits = ~static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, zero))) & 0xFFFFu; bits != 0;
+             bits &= bits - 1)
+            f(e + static_cast<size_t>(std::countr_zero(bits)));
+    }
+#endif
+    for (; e < n; ++e)
+        if (flags[e])
+            f(e);
+}
 
 // Per-block working lists of the merge.
 struct BlockMerge {
@@ -323,8 +345,7 @@ void ThreadOptimizeFull::Entry()
             size_t slabBorder = 0;
             for (size_t k = bi; k < bi + perSlab && k < blockNum; ++k) {
                 slabHasCubes |= blocks[k].GetCubeNumber() > 0;
-                for (size_t e = 0; e < merge[k].muExactNum; ++e)
-                    slabBorder += merge[k].mpBorder[e];
+                ForEachFlagged(merge[k].mpBorder, merge[k].muExactNum, [&slabBorder](size_t) { ++slabBorder; });
             }
             if (slabHasCubes) {
                 below.Swap(current);
@@ -340,9 +361,7 @@ void ThreadOptimizeFull::Entry()
         m.muBorderBegin = borderGlobal.size();
         const size_t exact = m.muExactNum;
         size_t found = 0;
-        for (size_t e = 0; e < exact; ++e) {
-            if (!m.mpBorder[e])
-                continue;
+        ForEachFlagged(m.mpBorder, exact, [&](size_t e) {
             const float* p = m.mpPos + m.First(e) * 3;
             uint32_t g = current.Find(p);
             if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
@@ -354,7 +373,7 @@ void ThreadOptimizeFull::Entry()
                 ++found;
             }
             borderGlobal.push_back(g);
-        }
+        });
         count += exact - found;
         m.muNewEnd = count;
     }
