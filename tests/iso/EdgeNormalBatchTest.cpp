@@ -41,14 +41,14 @@ EdgeList AllEdges(const Grid& g, std::mt19937& rng)
 {
     EdgeList e;
     std::uniform_real_distribution<float> uni(0.0f, 1.0f);
-    const float special[] = {0.0f,
-                             1.0f,
-                             0.5f,
-                             std::nextafter(0.5f, 0.0f),
-                             std::nextafter(0.5f, 1.0f),
-                             std::nextafter(1.0f, 0.0f),
-                             static_cast<float>(ThreadMarching::GetEdgeOffset(40, 200, 127)),
-                             static_cast<float>(ThreadMarching::GetEdgeOffset(200, 3, 127))};
+    const float edgeCases[] = {0.0f,
+                               1.0f,
+                               0.5f,
+                               std::nextafter(0.5f, 0.0f),
+                               std::nextafter(0.5f, 1.0f),
+                               std::nextafter(1.0f, 0.0f),
+                               static_cast<float>(ThreadMarching::GetEdgeOffset(40, 200, 127)),
+                               static_cast<float>(ThreadMarching::GetEdgeOffset(200, 3, 127))};
     for (int a = 0; a < 3; ++a)
         for (int z = 0; z < g.size[2] - (a == 2); ++z)
             for (int y = 0; y < g.size[1] - (a == 1); ++y)
@@ -56,7 +56,8 @@ EdgeList AllEdges(const Grid& g, std::mt19937& rng)
                     for (int k = 0; k < 3; ++k) {
                         e.axis.push_back(a);
                         e.index.push_back({x, y, z});
-                        e.frac.push_back(k == 0 ? uni(rng) : special[rng() % (sizeof special / sizeof special[0])]);
+                        e.frac.push_back(k == 0 ? uni(rng)
+                                                : edgeCases[rng() % (sizeof edgeCases / sizeof edgeCases[0])]);
                     }
     return e;
 }
