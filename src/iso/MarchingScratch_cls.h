@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 /// The per-block work arrays of ThreadMarching; contents are meaningless between blocks.
@@ -51,8 +52,13 @@ class MarchingScratch_cls
     std::vector<float> mvGridPos[3];
     /// Per block point: the first vertex lying exactly on it (kept all-empty between blocks).
     std::vector<uint32_t> mvPointVertex;
-    /// The points of mvPointVertex set during this block.
+    /// Per block point: the first vertex exactly on it (fraction 0 or 1), whose normal the others
+    /// exactly there share (kept all-empty between blocks, like mvPointVertex).
+    std::vector<uint32_t> mvPointNormal;
+    /// The points of mvPointVertex (and mvPointNormal) set during this block.
     std::vector<size_t> mvPointTouched;
+    /// Vertices whose normal is copied from another one's after the batch: (to, from).
+    std::vector<std::pair<uint32_t, uint32_t>> mvNormalCopy;
     /// Normals of the vertices computed so far that still wait for their batch.
     EdgeNormalBatch_cls mCNormals;
 };

@@ -790,13 +790,7 @@ inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cl
     const float* const gridPos[3] = {s.mvGridPos[0].data(), s.mvGridPos[1].data(), s.mvGridPos[2].data()};
     const float frac = EdgeVertexOn<A>(mpData, miSize, muSliceStride, miLevel, x, y, z, begin, gridPos, v);
     v.muCanon = id;
-    if (mbNormals) {
-        // Most normals wait for the layer's batch (EdgeNormalBatch_cls, four at a time); those
-        // whose samples reach the grid's faces are clamped and taken one by one here.
-        const int index[3] = {x, y, z};
-        if (!s.mCNormals.QueueOn<A>(index, frac, id))
-            NormalNearFace(mpData, miSize, index, A, frac, v.mfNorm);
-    }
+    bool copied = false;
     if (v.miGridEnd >= 0) {
         // Every vertex on the same voxel takes the number of the first one there, so that equal
         // numbers mean equal positions.
@@ -813,6 +807,25 @@ inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cl
             s.mvPointTouched.push_back(point);
         }
         v.muCanon = first;
+        if (mbNormals && (frac == 0.0f || frac == 1.0f)) {
+            // Exactly on the voxel: the normal is sampled at the voxel itself, whichever edge led
+            // there (a fraction of 1 is the next voxel's 0), so the first such vertex's normal is
+            // every other one's, bit for bit. Copied once the batch has computed it.
+            uint32_t& source = s.mvPointNormal[point];
+            if (source == kNoVertex) {
+                source = id;
+            } else {
+                s.mvNormalCopy.push_back({id, source});
+                copied = true;
+            }
+        }
+    }
+    if (mbNormals && !copied) {
+        // Most normals wait for the layer's batch (EdgeNormalBatch_cls, four at a time); those
+        // whose samples reach the grid's faces are clamped and taken one by one here.
+        const int index[3] = {x, y, z};
+        if (!s.mCNormals.QueueOn<A>(index, frac, id))
+            NormalNearFace(mpData, miSize, index, A, frac, v.mfNorm);
     }
     return {id, v.muCanon};
 }
@@ -845,8 +858,13 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
 
 void ThreadMarching::FlushNormals(MarchingScratch_cls& s) const
 {
-    if (mbNormals && s.mCNormals.GetQueued() > 0)
+    if (!mbNormals)
+        return;
+    if (s.mCNormals.GetQueued() > 0)
         s.mCNormals.Flush(s.mvVertex.data()->mfNorm, sizeof(MarchingScratch_cls::Vertex) / sizeof(float));
+    for (const auto& [to, from] : s.mvNormalCopy)
+        std::memcpy(s.mvVertex[to].mfNorm, s.mvVertex[from].mfNorm, sizeof s.mvVertex[to].mfNorm);
+    s.mvNormalCopy.clear();
 }
 
 void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
@@ -976,7 +994,9 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     s.mvVertex.reserve(3 * plane * (static_cast<size_t>(D) + 1));
     s.mCNormals.SetGrid(mpData, miSize);
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
+    s.mvPointNormal.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
+    s.mvNormalCopy.clear();
     for (int a = 0; a < 3; ++a) {
         // Voxel-plane positions of the block's points, and one more for the grid test at the far end.
         s.mvGridPos[a].resize(static_cast<size_t>(b.miEnd[a] - b.miBegin[a]) + 2);
@@ -1115,8 +1135,10 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
             emitLayer(std::false_type{}, std::false_type{});
     }
     TESSAN_ASSERT(emitted == vertexNum, "SRC/ISO/ThreadMarching");
-    for (size_t point : s.mvPointTouched)
+    for (size_t point : s.mvPointTouched) {
         s.mvPointVertex[point] = kNoVertex;
+        s.mvPointNormal[point] = kNoVertex;
+    }
     s.mvCanon.clear();
     if (mbCountOnly) {
         mpArena->Commit(exactNum, vertexNum);
