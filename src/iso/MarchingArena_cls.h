@@ -51,6 +51,12 @@ class MarchingArena_cls
     /// Vertices and corners stored so far.
     size_t GetVertexNumber() const { return muVertexNum; }
     size_t GetIndexNumber() const { return muIndexNum; }
+    /// Bytes of storage the arena holds (used or not).
+    size_t GetCapacityBytes() const
+    {
+        return mCPos.Capacity() * sizeof(float) + mCNorm.Capacity() * sizeof(float) + mCBorder.Capacity() +
+               mCIndex.Capacity() * sizeof(uint32_t);
+    }
 
   private:
     LargeBuffer_cls<float> mCPos;

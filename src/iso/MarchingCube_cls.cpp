@@ -8,6 +8,7 @@
 #include "iso/MarchingCube_cls.h"
 
 #include "config/TextFormat.h"
+#include "iso/IsoSpareMemory_cls.h"
 #include "iso/ThreadIsoLane.h"
 #include "iso/ThreadIsoWriterBase_cls.h"
 #include "iso/ThreadMarching.h"
@@ -32,6 +33,14 @@
 
 MarchingCube_cls::MarchingCube_cls() : mvBlocks(kBlockNum)
 {
+}
+
+MarchingCube_cls::~MarchingCube_cls()
+{
+    IsoSpareMemory_cls& store = IsoSpareMemory_cls::Get();
+    for (std::unique_ptr<MarchingArena_cls>& arena : mvArena)
+        store.GiveArena(std::move(arena));
+    store.GiveLists(mvPosFull, mvNormFull, mvIndexFull);
 }
 
 void MarchingCube_cls::SetBlockRanges()
@@ -161,13 +170,13 @@ bool MarchingCube_cls::ThreadControlMain(const unsigned char* data, int nx, int 
     std::atomic<size_t> next{0};
     // Each lane appends its blocks' counted-stage output to its own arena.
     const size_t lanes = static_cast<size_t>(std::max(1, mCThreadCtrl.GetThreadNum()));
-    if (mvArena.size() < lanes)
-        mvArena.resize(lanes);
+    while (mvArena.size() < lanes)
+        mvArena.push_back(IsoSpareMemory_cls::Get().TakeArena());
     for (size_t lane = 0; lane < lanes; ++lane)
-        mvArena[lane].SetExpectedBlocks((work.size() + lanes - 1) / lanes);
+        mvArena[lane]->SetExpectedBlocks((work.size() + lanes - 1) / lanes);
     ThreadIsoLane::RunLanes(mCThreadCtrl, lanes, [&](size_t lane) {
         for (size_t i = next.fetch_add(1); i < work.size(); i = next.fetch_add(1)) {
-            ThreadMarching worker(data, miSize, miLevel, workerFlags, work[i], &mCScratchPool, &mvArena[lane]);
+            ThreadMarching worker(data, miSize, miLevel, workerFlags, work[i], &mCScratchPool, mvArena[lane].get());
             worker.Entry();
         }
     });
@@ -223,11 +232,11 @@ void MarchingCube_cls::Clear(int keepCapacity)
 {
     if (keepCapacity == 0)
         mCScratchPool.Clear();
-    for (MarchingArena_cls& arena : mvArena) {
+    for (std::unique_ptr<MarchingArena_cls>& arena : mvArena) {
         if (keepCapacity == 0)
-            arena.Release();
+            arena->Release();
         else
-            arena.Reset();
+            arena->Reset();
     }
     for (MarchingBlock_cls& b : mvBlocks) {
         Release(b.mvPos, keepCapacity != 0);
@@ -269,9 +278,9 @@ void MarchingCube_cls::ClearOpt()
 
 void MarchingCube_cls::ClearOptFull()
 {
-    Release(mvPosFull, false);
-    Release(mvNormFull, false);
-    Release(mvIndexFull, false);
+    // Tens of megabytes for a large surface: the next full weld takes them back with their pages
+    // mapped instead of having every page cleared anew.
+    IsoSpareMemory_cls::Get().GiveLists(mvPosFull, mvNormFull, mvIndexFull);
     for (MarchingBlock_cls& b : mvBlocks) {
         b.muFaceBeginFull = 0;
         b.muFaceNumFull = 0;

@@ -7,6 +7,7 @@
 #include "iso/MarchingScratch_cls.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,11 @@ class MarchingCube_cls
     static constexpr int kPrecisionNormal = 3;
 
     MarchingCube_cls();
+    /// Leaves the lanes' arenas and the welded-list arrays to IsoSpareMemory_cls for the next
+    /// extractor of the process.
+    ~MarchingCube_cls();
+    MarchingCube_cls(const MarchingCube_cls&) = delete;
+    MarchingCube_cls& operator=(const MarchingCube_cls&) = delete;
 
     /// Extracts the surface of `data` (nx*ny*nz bytes, x fastest, not kept after the call) at
     /// `level` in 0..1 (byte level trunc(255*level)). Previous results of every stage are
@@ -51,11 +57,12 @@ class MarchingCube_cls
     void OptimizeVerticesFull();
 
     /// Releases the results of every stage. keepCapacity != 0 keeps the block arrays allocated
-    /// for the next extraction of a similar surface.
+    /// for the next extraction of a similar surface; 0 frees them (and the lanes' arenas).
     void Clear(int keepCapacity);
     /// Releases the block-welded lists.
     void ClearOpt();
-    /// Releases the fully welded lists.
+    /// Releases the fully welded lists (their arrays go to IsoSpareMemory_cls, which keeps the
+    /// largest set for the next full weld in the process).
     void ClearOptFull();
 
     /// Unshared vertex count (three per triangle).
@@ -104,7 +111,8 @@ class MarchingCube_cls
     MultiThreadCtrl_cls mCThreadCtrl;
     MarchingScratchPool_cls mCScratchPool;
     /// One per worker lane: the counted block stage's output (kept for the next extraction).
-    std::vector<MarchingArena_cls> mvArena;
+    /// Taken from IsoSpareMemory_cls when first needed; blocks point into them, so they never move.
+    std::vector<std::unique_ptr<MarchingArena_cls>> mvArena;
     std::vector<MarchingBlock_cls> mvBlocks;
     std::vector<float> mvPosFull;
     std::vector<float> mvNormFull;

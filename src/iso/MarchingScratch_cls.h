@@ -2,9 +2,13 @@
 // Work arrays of one block march, and the pool that lends them to the block workers so that
 // the 512 workers of an extraction reuse a few sets instead of allocating (and page-faulting)
 // fresh ones per block.
+#include "iso/EdgeNormalBatch_cls.h"
+
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 /// The per-block work arrays of ThreadMarching; contents are meaningless between blocks.
@@ -48,9 +52,19 @@ class MarchingScratch_cls
     std::vector<float> mvGridPos[3];
     /// Per block point: the first vertex lying exactly on it (kept all-empty between blocks).
     std::vector<uint32_t> mvPointVertex;
-    /// The points of mvPointVertex set during this block.
+    /// Per block point: the first vertex exactly on it (fraction 0 or 1), whose normal the others
+    /// exactly there share (kept all-empty between blocks, like mvPointVertex).
+    std::vector<uint32_t> mvPointNormal;
+    /// The points of mvPointVertex (and mvPointNormal) set during this block.
     std::vector<size_t> mvPointTouched;
+    /// Vertices whose normal is copied from another one's after the batch: (to, from).
+    std::vector<std::pair<uint32_t, uint32_t>> mvNormalCopy;
+    /// Normals of the vertices computed so far that still wait for their batch.
+    EdgeNormalBatch_cls mCNormals;
 };
+// The batch writes normals into mvVertex through a float stride.
+static_assert(sizeof(MarchingScratch_cls::Vertex) % sizeof(float) == 0 &&
+              offsetof(MarchingScratch_cls::Vertex, mfNorm) % sizeof(float) == 0);
 
 /// Lends scratch sets to workers; any thread may call it.
 class MarchingScratchPool_cls

@@ -10,6 +10,7 @@
 #include "iso/ThreadMarching.h"
 
 #include "config/TessanAssert.h"
+#include "iso/EdgeNormalBatch_cls.h"
 #include "iso/ThreadOptimizeA.h"
 
 #include <algorithm>
@@ -747,83 +748,10 @@ template <class F> inline void ForEachDiffering(const uint8_t* a, const uint8_t*
             f(i);
 }
 
-// NormalAt for a point on an edge along axis A (fraction f along A, none on the other axes),
-// written out for vertices whose samples all lie inside the grid, where the clamping is idle.
-// Every product and sum is the one InterpolateAt forms, in the same order (x innermost), so the
-// result is the same float; vertices near the grid's faces take NormalAt itself.
+// Returns the fraction along the edge as the normal takes it (float).
 template <int A>
-inline void EdgeNormal(const unsigned char* data, const int size[3], size_t slice, const int index[3], float f,
-                       float normal[3])
-{
-    int base[3] = {index[0], index[1], index[2]};
-    if (f >= 1.0f) { // a fraction of exactly 1 moves to the next voxel
-        f -= 1.0f;
-        ++base[A];
-    }
-    bool inside = base[A] >= 1 && base[A] + 2 < size[A];
-    for (int a = 0; a < 3; ++a)
-        if (a != A)
-            inside = inside && base[a] >= 1 && base[a] + 1 < size[a];
-    if (!inside) {
-        float frac[3] = {0.0f, 0.0f, 0.0f};
-        frac[A] = f;
-        NormalAt(data, size, base, frac, normal);
-        return;
-    }
-    const size_t nx = static_cast<size_t>(size[0]);
-    const ptrdiff_t stride[3] = {1, static_cast<ptrdiff_t>(nx), static_cast<ptrdiff_t>(slice)};
-    const unsigned char* p =
-        data + static_cast<size_t>(base[2]) * slice + static_cast<size_t>(base[1]) * nx + static_cast<size_t>(base[0]);
-    auto value = [p](ptrdiff_t o) { return static_cast<float>(p[o]); };
-    // Without the test for a zero fraction that InterpolateAt makes: a + 0 * (b - a) is a itself
-    // (a is a voxel value, never negative, so even a = 0 gives +0), and the neighbour read instead
-    // lies inside the grid here. Fewer unpredictable branches, the same bits.
-    auto lerp = [&](ptrdiff_t o, ptrdiff_t step, float fr) {
-        const float a = value(o);
-        return a + fr * (value(o + step) - a);
-    };
-    // Along A: the samples at f - 0.5 and f + 0.5, carried into the neighbouring voxel.
-    {
-        const ptrdiff_t s = stride[A];
-        const float fm0 = f - 0.5f, fp0 = f + 0.5f;
-        const bool carryM = fm0 < 0.0f, carryP = fp0 >= 1.0f;
-        const float fm = carryM ? fm0 + 1.0f : fm0;
-        const float fp = carryP ? fp0 - 1.0f : fp0;
-        const ptrdiff_t om = carryM ? -s : 0, op = carryP ? s : 0;
-        normal[A] = (lerp(om, s, fm) - lerp(op, s, fp)) * static_cast<float>(size[A]);
-    }
-    // Across A: the samples half a voxel below and above on axis a, at fraction 0.5 from voxels
-    // base - 1 and base.
-    for (int a = 0; a < 3; ++a) {
-        if (a == A)
-            continue;
-        const ptrdiff_t s = stride[a];
-        auto sample = [&](ptrdiff_t o) {
-            // Two fractions: the lower axis is interpolated first, as InterpolateAt does. With
-            // f = 0 this is the one-fraction sample along a, bit for bit (see lerp).
-            const int inner = a < A ? a : A;
-            const ptrdiff_t si = stride[inner], so = stride[a + A - inner];
-            const float fi = inner == A ? f : 0.5f, fo = inner == A ? 0.5f : f;
-            const float r0 = lerp(o, si, fi);
-            return r0 + fo * (lerp(o + so, si, fi) - r0);
-        };
-        normal[a] = (sample(-s) - sample(0)) * static_cast<float>(size[a]);
-    }
-    float len = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
-    if (len == 0.0f) {
-        normal[0] = 0.0f;
-        normal[1] = 0.0f;
-        normal[2] = 1.0f;
-        return;
-    }
-    normal[0] /= len;
-    normal[1] /= len;
-    normal[2] /= len;
-}
-
-template <int A>
-void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, int level, bool normals, int x, int y,
-                  int z, const int begin[3], const float* const gridPos[3], MarchingScratch_cls::Vertex& v)
+float EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, int level, int x, int y, int z,
+                   const int begin[3], const float* const gridPos[3], MarchingScratch_cls::Vertex& v)
 {
     const size_t nx = static_cast<size_t>(size[0]);
     const unsigned char* p = data + static_cast<size_t>(z) * slice + static_cast<size_t>(y) * nx + x;
@@ -836,8 +764,17 @@ void EdgeVertexOn(const unsigned char* data, const int size[3], size_t slice, in
     // On a grid point when the position along the edge rounds to either end of it.
     const float* g = gridPos[A] + (index[A] - begin[A]);
     v.miGridEnd = v.mfPos[A] == g[0] ? 0 : (v.mfPos[A] == g[1] ? 1 : -1);
-    if (normals)
-        EdgeNormal<A>(data, size, slice, index, static_cast<float>(t), v.mfNorm);
+    return static_cast<float>(t);
+}
+
+// The normal of an edge vertex whose samples are clamped at the grid's faces: the general code,
+// kept out of line so that the common path stays small.
+[[gnu::noinline]] void NormalNearFace(const unsigned char* data, const int size[3], const int index[3], int axis,
+                                      float frac, float normal[3])
+{
+    float f[3] = {0.0f, 0.0f, 0.0f};
+    f[axis] = frac;
+    NormalAt(data, size, index, f, normal);
 }
 
 } // namespace
@@ -846,12 +783,14 @@ template <int A>
 inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cls& s, int x, int y, int z) const
 {
     constexpr int axis = A;
-    MarchingScratch_cls::Vertex v;
+    // Built in place (MarchBlockClassified reserved room for every edge of the block).
+    const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
+    MarchingScratch_cls::Vertex& v = s.mvVertex.emplace_back();
     const int* begin = mpOut->miBegin;
     const float* const gridPos[3] = {s.mvGridPos[0].data(), s.mvGridPos[1].data(), s.mvGridPos[2].data()};
-    EdgeVertexOn<A>(mpData, miSize, muSliceStride, miLevel, mbNormals, x, y, z, begin, gridPos, v);
-    const uint32_t id = static_cast<uint32_t>(s.mvVertex.size());
+    const float frac = EdgeVertexOn<A>(mpData, miSize, muSliceStride, miLevel, x, y, z, begin, gridPos, v);
     v.muCanon = id;
+    bool copied = false;
     if (v.miGridEnd >= 0) {
         // Every vertex on the same voxel takes the number of the first one there, so that equal
         // numbers mean equal positions.
@@ -868,8 +807,26 @@ inline MarchingScratch_cls::EdgeRef ThreadMarching::AddVertex(MarchingScratch_cl
             s.mvPointTouched.push_back(point);
         }
         v.muCanon = first;
+        if (mbNormals && (frac == 0.0f || frac == 1.0f)) {
+            // Exactly on the voxel: the normal is sampled at the voxel itself, whichever edge led
+            // there (a fraction of 1 is the next voxel's 0), so the first such vertex's normal is
+            // every other one's, bit for bit. Copied once the batch has computed it.
+            uint32_t& source = s.mvPointNormal[point];
+            if (source == kNoVertex) {
+                source = id;
+            } else {
+                s.mvNormalCopy.push_back({id, source});
+                copied = true;
+            }
+        }
     }
-    s.mvVertex.push_back(v);
+    if (mbNormals && !copied) {
+        // Most normals wait for the layer's batch (EdgeNormalBatch_cls, four at a time); those
+        // whose samples reach the grid's faces are clamped and taken one by one here.
+        const int index[3] = {x, y, z};
+        if (!s.mCNormals.QueueOn<A>(index, frac, id))
+            NormalNearFace(mpData, miSize, index, A, frac, v.mfNorm);
+    }
     return {id, v.muCanon};
 }
 
@@ -896,6 +853,18 @@ void ThreadMarching::ComputeLayerEdges(MarchingScratch_cls& s, int z)
             ry[x] = AddVertex<1>(s, b.miBegin[0] + static_cast<int>(x), b.miBegin[1] + y, z);
         });
     }
+    FlushNormals(s);
+}
+
+void ThreadMarching::FlushNormals(MarchingScratch_cls& s) const
+{
+    if (!mbNormals)
+        return;
+    if (s.mCNormals.GetQueued() > 0)
+        s.mCNormals.Flush(s.mvVertex.data()->mfNorm, sizeof(MarchingScratch_cls::Vertex) / sizeof(float));
+    for (const auto& [to, from] : s.mvNormalCopy)
+        std::memcpy(s.mvVertex[to].mfNorm, s.mvVertex[from].mfNorm, sizeof s.mvVertex[to].mfNorm);
+    s.mvNormalCopy.clear();
 }
 
 void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
@@ -910,6 +879,7 @@ void ThreadMarching::ComputeVerticalEdges(MarchingScratch_cls& s, int z)
         const int y = static_cast<int>(i / pw), x = static_cast<int>(i % pw);
         ez[i] = AddVertex<2>(s, b.miBegin[0] + x, b.miBegin[1] + y, z);
     });
+    FlushNormals(s);
 }
 
 void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
@@ -1020,8 +990,13 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
     if (s.mvEdgeVertex.size() < 5 * plane)
         s.mvEdgeVertex.resize(5 * plane, MarchingScratch_cls::EdgeRef{kNoVertex, kNoVertex});
     s.mvVertex.clear();
+    // Room for a vertex on every edge of the block: AddVertex builds each in place.
+    s.mvVertex.reserve(3 * plane * (static_cast<size_t>(D) + 1));
+    s.mCNormals.SetGrid(mpData, miSize);
     s.mvPointVertex.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
+    s.mvPointNormal.resize(plane * (static_cast<size_t>(D) + 1), kNoVertex);
     s.mvPointTouched.clear();
+    s.mvNormalCopy.clear();
     for (int a = 0; a < 3; ++a) {
         // Voxel-plane positions of the block's points, and one more for the grid test at the far end.
         s.mvGridPos[a].resize(static_cast<size_t>(b.miEnd[a] - b.miBegin[a]) + 2);
@@ -1072,24 +1047,13 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
                 const uint64_t* rowMask =
                     s.mvCutMask.data() + (static_cast<size_t>(z - zb) * H + static_cast<size_t>(y)) * maskWords;
                 // The cut cubes of the row in march order: pairs (2m + 1, 2m) in turn, the odd last
-                // cube alone. A pair never straddles two mask words.
-                int pending = -1; // the even cube of a pair, emitted after its odd partner
+                // cube alone. Swapping the bits of each pair makes that ascending bit order (a pair
+                // never straddles two mask words, and the last cube's missing partner is no bit).
                 for (size_t word = 0; word < maskWords; ++word) {
-                    for (uint64_t bits = rowMask[word]; bits != 0 || pending >= 0;) {
-                        int x;
-                        if (pending >= 0) {
-                            x = pending;
-                            pending = -1;
-                        } else {
-                            const int bit = std::countr_zero(bits);
-                            bits &= bits - 1;
-                            x = static_cast<int>(word * 64) + bit;
-                            if ((bit & 1) == 0 && (bits & (uint64_t{1} << (bit + 1))) != 0) {
-                                pending = x;
-                                bits &= ~(uint64_t{1} << (bit + 1));
-                                ++x;
-                            }
-                        }
+                    const uint64_t m = rowMask[word];
+                    constexpr uint64_t kEven = 0x5555555555555555ull;
+                    for (uint64_t bits = ((m >> 1) & kEven) | ((m & kEven) << 1); bits != 0; bits &= bits - 1) {
+                        const int x = static_cast<int>(word * 64) + (std::countr_zero(bits) ^ 1);
                         const int c = rowCase[x];
                         const size_t cell = static_cast<size_t>(y) * pw + static_cast<size_t>(x);
                         const signed char* tri = a2iTriangleConnectionTable[c];
@@ -1171,8 +1135,10 @@ void ThreadMarching::MarchBlockClassified(MarchingScratch_cls& s)
             emitLayer(std::false_type{}, std::false_type{});
     }
     TESSAN_ASSERT(emitted == vertexNum, "SRC/ISO/ThreadMarching");
-    for (size_t point : s.mvPointTouched)
+    for (size_t point : s.mvPointTouched) {
         s.mvPointVertex[point] = kNoVertex;
+        s.mvPointNormal[point] = kNoVertex;
+    }
     s.mvCanon.clear();
     if (mbCountOnly) {
         mpArena->Commit(exactNum, vertexNum);

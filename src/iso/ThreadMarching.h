@@ -85,6 +85,8 @@ class ThreadMarching final : public MultiThreadThread_cls
     void ComputeLayerEdges(MarchingScratch_cls& s, int z);
     /// Computes the vertices of the cut z edges between voxel layers z and z + 1.
     void ComputeVerticalEdges(MarchingScratch_cls& s, int z);
+    /// Computes the normals that AddVertex queued.
+    void FlushNormals(MarchingScratch_cls& s) const;
     /// Appends the vertex on the edge from voxel (x, y, z) one step along axis A to the block's
     /// vertices; returns its number and canonical number.
     template <int A> MarchingScratch_cls::EdgeRef AddVertex(MarchingScratch_cls& s, int x, int y, int z) const;

@@ -4,18 +4,24 @@
 //   1. Position hash tables
 //   2. Per block: exact de-duplication and border flags (parallel)
 //   3. Global numbering of border vertices (sequential, z-slab window)
-//   4. Copying vertices and remapping indices (parallel)
+//   4. Copying vertices and remapping indices (parallel, each block as soon as it is numbered)
 #include "iso/ThreadOptimizeFull.h"
 
+#include "iso/IsoSpareMemory_cls.h"
 #include "iso/LargeVector.h"
 #include "iso/MarchingArena_cls.h"
 #include "iso/ThreadIsoLane.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <thread>
 
 namespace
 {
@@ -142,6 +148,25 @@ class IndexTable
     std::vector<uint32_t> mvSlots;
     size_t mMask = 0;
 };
+
+// Calls f(e), in increasing e, for each e < n whose flag is set. Border flags are mostly 0, so
+// sixteen are tested at a time.
+template <class F> inline void ForEachFlagged(const uint8_t* flags, size_t n, F&& f)
+{
+    size_t e = 0;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    for (; e + 16 <= n; e += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(flags + e));
+        for (unsigned bits = ~static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, zero))) & 0xFFFFu; bits != 0;
+             bits &= bits - 1)
+            f(e + static_cast<size_t>(std::countr_zero(bits)));
+    }
+#endif
+    for (; e < n; ++e)
+        if (flags[e])
+            f(e);
+}
 
 // Per-block working lists of the merge.
 struct BlockMerge {
@@ -295,6 +320,7 @@ void ThreadOptimizeFull::Entry()
     std::vector<uint32_t>& index = *mpvIndex;
     const size_t mostVertices = exactTotal;
     auto sizeOutputs = [&pos, &norm, &index, indexTotal, mostVertices, normals] {
+        IsoSpareMemory_cls::Get().TakeLists(pos, norm, index);
         ReserveWithLargePages(index, indexTotal);
         index.resize(indexTotal);
         ReserveWithLargePages(pos, mostVertices * 3);
@@ -302,122 +328,150 @@ void ThreadOptimizeFull::Entry()
         ReserveWithLargePages(norm, normals ? mostVertices * 3 : 0);
         norm.resize(normals ? mostVertices * 3 : 0);
     };
-    const bool helper = mpCtrl->GetThreadNum() > 1;
-    if (helper)
-        mpCtrl->WaitForThreadsAndRun(std::make_unique<ThreadIsoLane>(sizeOutputs));
+    // Border vertices of every block, counted once: per slab for the tables, and all of them so
+    // that their global numbers go into one list that never reallocates (the copying lanes read it
+    // while this thread appends).
+    std::vector<size_t> blockBorder(blockNum, 0);
+    size_t borderTotal = 0;
+    for (size_t bi = 0; bi < blockNum; ++bi) {
+        size_t n = 0;
+        ForEachFlagged(merge[bi].mpBorder, merge[bi].muExactNum, [&n](size_t) { ++n; });
+        blockBorder[bi] = n;
+        borderTotal += n;
+    }
+    std::vector<uint32_t> borderGlobal; // per block in order: the global number of each border vertex
+    borderGlobal.reserve(borderTotal);
 
     const double window = 3.0 / miSize[2];
     PositionTable current, below;
     double slabStartZ = -1.0;
     size_t count = 0;
-    std::vector<uint32_t> borderGlobal; // per block in order: the global number of each border vertex
-    borderGlobal.reserve(exactTotal / 4 + 16);
-    for (size_t bi = 0; bi < blockNum; ++bi) {
-        const MarchingBlock_cls& b = blocks[bi];
-        BlockMerge& m = merge[bi];
-        if (bi % perSlab == 0) {
-            // A slab without cubes is nobody's neighbour: keep the tables as they are.
-            bool slabHasCubes = false;
-            size_t slabBorder = 0;
-            for (size_t k = bi; k < bi + perSlab && k < blockNum; ++k) {
-                slabHasCubes |= blocks[k].GetCubeNumber() > 0;
-                for (size_t e = 0; e < merge[k].muExactNum; ++e)
-                    slabBorder += merge[k].mpBorder[e];
+    // Blocks numbered so far (in block order), blocks handed out for copying, and whether the
+    // output lists have their size: the copying of a block starts as soon as it is numbered.
+    std::atomic<size_t> numbered{0}, nextCopy{0};
+    std::atomic<bool> sized{false};
+    auto numberAll = [&] {
+        for (size_t bi = 0; bi < blockNum; ++bi) {
+            const MarchingBlock_cls& b = blocks[bi];
+            BlockMerge& m = merge[bi];
+            if (bi % perSlab == 0) {
+                // A slab without cubes is nobody's neighbour: keep the tables as they are.
+                bool slabHasCubes = false;
+                size_t slabBorder = 0;
+                for (size_t k = bi; k < bi + perSlab && k < blockNum; ++k) {
+                    slabHasCubes |= blocks[k].GetCubeNumber() > 0;
+                    slabBorder += blockBorder[k];
+                }
+                if (slabHasCubes) {
+                    below.Swap(current);
+                    current.Reset(slabBorder);
+                    slabStartZ = static_cast<double>(b.miBegin[2]) / miSize[2];
+                }
             }
-            if (slabHasCubes) {
-                below.Swap(current);
-                current.Reset(slabBorder);
-                slabStartZ = static_cast<double>(b.miBegin[2]) / miSize[2];
-            }
+            // Only the border vertices are looked up; their global numbers are kept in order.
+            // Every other vertex is new, and a new vertex's number is the block's first one plus
+            // the count of new vertices before it (its exact number minus the border vertices
+            // found before it), which the copy works out again instead of storing a number per
+            // vertex.
+            m.muNewBegin = count;
+            m.muBorderBegin = borderGlobal.size();
+            const size_t exact = m.muExactNum;
+            size_t found = 0;
+            ForEachFlagged(m.mpBorder, exact, [&](size_t e) {
+                const float* p = m.mpPos + m.First(e) * 3;
+                uint32_t g = current.Find(p);
+                if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
+                    g = below.Find(p);
+                if (g == UINT32_MAX) {
+                    g = static_cast<uint32_t>(m.muNewBegin + e - found);
+                    current.Insert(p, g);
+                } else {
+                    ++found;
+                }
+                borderGlobal.push_back(g);
+            });
+            count += exact - found;
+            m.muNewEnd = count;
+            numbered.store(bi + 1, std::memory_order_release);
         }
-        // Only the border vertices are looked up; their global numbers are kept in order. Every
-        // other vertex is new, and a new vertex's number is the block's first one plus the count
-        // of new vertices before it (its exact number minus the border vertices found before it),
-        // which the copy below works out again instead of storing a number per vertex.
-        m.muNewBegin = count;
-        m.muBorderBegin = borderGlobal.size();
-        const size_t exact = m.muExactNum;
-        size_t found = 0;
-        for (size_t e = 0; e < exact; ++e) {
-            if (!m.mpBorder[e])
-                continue;
-            const float* p = m.mpPos + m.First(e) * 3;
-            uint32_t g = current.Find(p);
-            if (g == UINT32_MAX && static_cast<double>(p[2]) <= slabStartZ + window)
-                g = below.Find(p);
-            if (g == UINT32_MAX) {
-                g = static_cast<uint32_t>(m.muNewBegin + e - found);
-                current.Insert(p, g);
-            } else {
-                ++found;
-            }
-            borderGlobal.push_back(g);
-        }
-        count += exact - found;
-        m.muNewEnd = count;
-    }
+    };
 
     // -----------------------------------------------------------------------------------------
     // 4. Copy the new vertices of each block to their global numbers and remap its triangles.
     // -----------------------------------------------------------------------------------------
-    if (helper)
-        mpCtrl->WaitAllThreadsEnd();
-    else
-        sizeOutputs();
+    auto copyBlock = [&](size_t bi, std::vector<uint32_t>& global) {
+        MarchingBlock_cls& b = blocks[bi];
+        BlockMerge& m = merge[bi];
+        // The block's new vertices have consecutive global numbers from muNewBegin, in exact
+        // order; border vertices found in earlier blocks take those blocks' numbers.
+        const size_t exactNum = m.muExactNum, newBegin = m.muNewBegin;
+        if (global.size() < exactNum)
+            global.resize(exactNum);
+        const uint32_t* borderG = borderGlobal.data() + m.muBorderBegin;
+        float* dstPos = pos.data();
+        float* dstNorm = normals ? norm.data() : nullptr;
+        size_t found = 0;
+        for (size_t e = 0; e < exactNum; ++e) {
+            size_t g = newBegin + e - found;
+            if (m.mpBorder[e]) {
+                const size_t known = *borderG++;
+                if (known < newBegin) {
+                    global[e] = static_cast<uint32_t>(known);
+                    ++found;
+                    continue;
+                }
+                g = known;
+            }
+            global[e] = static_cast<uint32_t>(g);
+            const float* sp = m.mpPos + m.First(e) * 3;
+            dstPos[g * 3] = sp[0];
+            dstPos[g * 3 + 1] = sp[1];
+            dstPos[g * 3 + 2] = sp[2];
+            if (dstNorm) {
+                const float* sn = m.mpNorm + m.First(e) * 3;
+                dstNorm[g * 3] = sn[0];
+                dstNorm[g * 3 + 1] = sn[1];
+                dstNorm[g * 3 + 2] = sn[2];
+            }
+        }
+        uint32_t* out = index.data() + m.muIndexBegin;
+        const uint32_t* local = m.mpIndex;
+        if (m.mpOptToExact) {
+            for (size_t k = 0; k < m.muIndexNum; ++k)
+                out[k] = global[m.mpOptToExact[local[k]]];
+        } else {
+            for (size_t k = 0; k < m.muIndexNum; ++k)
+                out[k] = global[local[k]];
+        }
+        b.muFirstVertexFull = m.muNewBegin;
+        b.muFaceBeginFull = m.muIndexBegin / 3;
+        b.muFaceNumFull = m.muIndexNum / 3;
+    };
+    auto copyAll = [&] {
+        while (!sized.load(std::memory_order_acquire))
+            std::this_thread::yield();
+        std::vector<uint32_t> global; // the block's exact vertex -> global number, reused block by block
+        for (size_t k = nextCopy.fetch_add(1); k < blockNum; k = nextCopy.fetch_add(1)) {
+            // Numbering runs ahead in block order; a block is rarely waited for, and briefly.
+            while (numbered.load(std::memory_order_acquire) <= k)
+                std::this_thread::yield();
+            copyBlock(k, global);
+        }
+    };
+
+    // Lane 0 (this thread) numbers and then copies; lane 1 first sizes the output lists (sizing
+    // fills, which is also the first touch of fresh pages), and every other lane copies the
+    // blocks as they are numbered. Alone, this thread does all three in turn.
+    const size_t lanes = static_cast<size_t>(std::max(1, mpCtrl->GetThreadNum()));
+    ThreadIsoLane::RunLanes(*mpCtrl, lanes, [&](size_t lane) {
+        if (lane == (lanes > 1 ? 1u : 0u)) {
+            sizeOutputs();
+            sized.store(true, std::memory_order_release);
+        }
+        if (lane == 0)
+            numberAll();
+        copyAll();
+    });
     pos.resize(count * 3);
     norm.resize(normals ? count * 3 : 0);
-    const int lanes = std::max(1, mpCtrl->GetThreadNum());
-    ThreadIsoLane::RunLanes(*mpCtrl, static_cast<size_t>(lanes), [&](size_t lane) {
-        const auto [first, last] = MultiThreadCtrl_cls::Range(blockNum, static_cast<int>(lane), lanes);
-        std::vector<uint32_t> global; // the block's exact vertex -> global number, reused block by block
-        for (size_t k = first; k < last; ++k) {
-            const size_t bi = spread(k);
-            MarchingBlock_cls& b = blocks[bi];
-            BlockMerge& m = merge[bi];
-            // The block's new vertices have consecutive global numbers from muNewBegin, in exact
-            // order; border vertices found in earlier blocks take those blocks' numbers.
-            const size_t exactNum = m.muExactNum, newBegin = m.muNewBegin;
-            if (global.size() < exactNum)
-                global.resize(exactNum);
-            const uint32_t* borderG = borderGlobal.data() + m.muBorderBegin;
-            float* dstPos = pos.data();
-            float* dstNorm = normals ? norm.data() : nullptr;
-            size_t found = 0;
-            for (size_t e = 0; e < exactNum; ++e) {
-                size_t g = newBegin + e - found;
-                if (m.mpBorder[e]) {
-                    const size_t known = *borderG++;
-                    if (known < newBegin) {
-                        global[e] = static_cast<uint32_t>(known);
-                        ++found;
-                        continue;
-                    }
-                    g = known;
-                }
-                global[e] = static_cast<uint32_t>(g);
-                const float* sp = m.mpPos + m.First(e) * 3;
-                dstPos[g * 3] = sp[0];
-                dstPos[g * 3 + 1] = sp[1];
-                dstPos[g * 3 + 2] = sp[2];
-                if (dstNorm) {
-                    const float* sn = m.mpNorm + m.First(e) * 3;
-                    dstNorm[g * 3] = sn[0];
-                    dstNorm[g * 3 + 1] = sn[1];
-                    dstNorm[g * 3 + 2] = sn[2];
-                }
-            }
-            uint32_t* out = index.data() + m.muIndexBegin;
-            const uint32_t* local = m.mpIndex;
-            if (m.mpOptToExact) {
-                for (size_t k = 0; k < m.muIndexNum; ++k)
-                    out[k] = global[m.mpOptToExact[local[k]]];
-            } else {
-                for (size_t k = 0; k < m.muIndexNum; ++k)
-                    out[k] = global[local[k]];
-            }
-            b.muFirstVertexFull = m.muNewBegin;
-            b.muFaceBeginFull = m.muIndexBegin / 3;
-            b.muFaceNumFull = m.muIndexNum / 3;
-        }
-    });
 }

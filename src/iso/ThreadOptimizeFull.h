@@ -14,7 +14,8 @@
 /// z-slab by z-slab, so such a vertex is searched among the border vertices of its own slab and,
 /// when it lies within 3/n of the slab's bottom, of the slab below; older slabs are dropped.
 /// The per-block work (exact de-duplication, copying, index remapping) runs on the worker slots
-/// of the given controller; only the numbering of border vertices is sequential.
+/// of the given controller; only the numbering of border vertices is sequential, and the other
+/// lanes copy each block as soon as it is numbered.
 class ThreadOptimizeFull final : public MultiThreadThread_cls
 {
   public:

@@ -5,6 +5,7 @@
 #include "IsoTestUtil.h"
 
 #include "config/Preference_cls.h"
+#include "iso/IsoSpareMemory_cls.h"
 #include "iso/LargeBuffer_cls.h"
 #include "iso/MarchingCube_cls.h"
 
@@ -222,3 +223,53 @@ TEST(LargeBuffer, GrowingKeepsTheWrittenPrefix)
 }
 
 } // namespace
+
+TEST(MarchingCounted, NewExtractorsTakeOverTheMemoryOfFinishedOnes)
+{
+    // A new extractor per surface, as a program extracting one surface after another would use
+    // them: each takes the arenas and welded lists the previous one left, contents and all (the
+    // lists are resized, not cleared), and must still give the reference surface.
+    IsoSpareMemory_cls& store = IsoSpareMemory_cls::Get();
+    store.Release();
+    EXPECT_EQ(store.GetKeptBytes(), 0u);
+    const TestVolume big = MakeMixed(70, 61, 53, 9);
+    const TestVolume small = MakeBall(23, 19, 27, 11.2, 9.7, 13.1, 6.4);
+    const TestVolume* order[] = {&big, &small, &big, &small};
+    for (int threads : {1, 2, 7}) {
+        ScopedThreadNum scoped(threads);
+        int n = 0;
+        for (const TestVolume* t : order) {
+            const std::string what = std::to_string(threads) + " threads, surface " + std::to_string(n++);
+            MarchingCube_cls ref;
+            ASSERT_TRUE(ref.ThreadControlMain(t->v.data(), t->nx, t->ny, t->nz, 0.5f, kReference));
+            ref.OptimizeVerticesFull();
+            {
+                MarchingCube_cls got;
+                ASSERT_TRUE(got.ThreadControlMain(t->v.data(), t->nx, t->ny, t->nz, 0.5f, kCounted));
+                got.OptimizeVerticesFull();
+                ExpectSameSurface(ref, got, what);
+            }
+            EXPECT_GT(store.GetKeptBytes(), 0u) << what;
+        }
+    }
+    // What is kept can be given back; a kept set is replaced only by a larger one.
+    EXPECT_GT(store.Release(), 0u);
+    EXPECT_EQ(store.GetKeptBytes(), 0u);
+    std::vector<float> pos(3000), norm(3000);
+    std::vector<uint32_t> index(6000);
+    store.GiveLists(pos, norm, index);
+    EXPECT_TRUE(pos.empty() && norm.empty() && index.empty());
+    const size_t kept = store.GetKeptBytes();
+    EXPECT_GE(kept, 12000u * sizeof(float));
+    std::vector<float> p2(30), n2(30);
+    std::vector<uint32_t> i2(60);
+    store.GiveLists(p2, n2, i2);
+    EXPECT_EQ(store.GetKeptBytes(), kept);
+    std::vector<float> p3, n3;
+    std::vector<uint32_t> i3;
+    store.TakeLists(p3, n3, i3);
+    EXPECT_GE(p3.capacity(), 3000u);
+    EXPECT_GE(i3.capacity(), 6000u);
+    EXPECT_EQ(store.GetKeptBytes(), 0u);
+    store.Release();
+}
