@@ -4,7 +4,8 @@
 #   scripts/fuzz.sh [--runs N] [--max-time S] [--keep] [TARGET...]
 #     --runs N   executions per target (default 1000000)
 #     --max-time S  stop each target after S seconds even before N executions (the project target
-#                runs every filter chain it reads and manages only a few hundred inputs a second)
+#                builds, runs, writes and re-reads two project states per input: about a hundred
+#                inputs per CPU second)
 #     --keep     merge the inputs that found new coverage into fuzz/corpus/<target>/
 #     TARGET     df3 config_lines project keyframe image_slice text_volume (default: all)
 # New inputs of a run collect in build-fuzz/work/<target>/; a crashing or failing input is saved
@@ -23,7 +24,7 @@ while (($#)); do
     --max-time) maxtime="$2"; shift 2 ;;
     --max-time=*) maxtime="${1#--max-time=}"; shift ;;
     --keep) keep=1; shift ;;
-    -h|--help) sed -n '2,12p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,13p' "$0"; exit 0 ;;
     -*) echo "usage: scripts/fuzz.sh [--runs N] [--max-time S] [--keep] [TARGET...]" >&2; exit 2 ;;
     *) targets+=("$1"); shift ;;
   esac

@@ -25,9 +25,9 @@ bool IsSkipped(const wxString& label)
 {
     const wxString l = wxMenuItem::GetLabelText(label).Lower();
     // An ellipsis, spelt with three dots or as one character, marks a command that asks first.
-    return label.Contains("...") || label.Contains(wxString::FromUTF8("\u2026")) || l.Contains("open") || l.Contains("append") || l.Contains("save") ||
-           l.Contains("quit") || l.Contains("exit") || l.Contains("about") || l.Contains("export") ||
-           l.Contains("render") || l.Contains("snapshot");
+    return label.Contains("...") || label.Contains(wxString::FromUTF8("\u2026")) || l.Contains("open") ||
+           l.Contains("append") || l.Contains("save") || l.Contains("quit") || l.Contains("exit") ||
+           l.Contains("about") || l.Contains("export") || l.Contains("render") || l.Contains("snapshot");
 }
 
 void CollectItems(wxMenu* menu, std::vector<wxMenuItem*>& out)
@@ -49,7 +49,7 @@ void CollectViews(wxWindow* window, std::vector<wxWindow*>& out)
     for (wxWindow* child : window->GetChildren()) {
         if (!child->IsShownOnScreen())
             continue;
-        if (wxDynamicCast(child, wxGLCanvas))
+        if (dynamic_cast<wxGLCanvas*>(child))
             out.push_back(child);
         CollectViews(child, out);
     }
@@ -222,7 +222,9 @@ void MonkeyDriver_cls::MouseWheel()
 bool MonkeyDriver_cls::CancelModalDialog()
 {
     for (wxWindow* top : wxTopLevelWindows) {
-        auto* dialog = wxDynamicCast(top, wxDialog);
+        // dynamic_cast, not wxDynamicCast: the macro casts the pointer down to wxDialog before it
+        // checks the class, which is undefined behaviour for every other top-level window.
+        auto* dialog = dynamic_cast<wxDialog*>(top);
         if (dialog && dialog->IsModal()) {
             dialog->EndModal(wxID_CANCEL);
             ++miCancelled;

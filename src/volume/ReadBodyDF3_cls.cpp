@@ -55,9 +55,11 @@ long QueryFileSize(const std::wstring& path)
 
 // Two long-lived threads that run the two conversion workers of each 16-bit block. Starting two
 // fresh threads per block costs little on an idle machine, but on a busy desktop a new thread
-// queues behind every runnable process, while a woken one is scheduled promptly; one pair per
-// call keeps the per-block wait short. Each block is still converted by two Thread16bitTo8bit
-// workers over disjoint halves, and the caller waits for both before it touches the block.
+// queues behind every runnable process, while a woken one is scheduled promptly. Each reading
+// thread keeps one pair for its whole life (see ThisThreadsPair): a frame read in 25 ms slices
+// over many idle passes, or a series of small frames, would otherwise start two threads per call.
+// Each block is still converted by two Thread16bitTo8bit workers over disjoint halves, and the
+// caller waits for both before it touches the block.
 class ConversionPair_cls
 {
   public:
@@ -130,6 +132,15 @@ class ConversionPair_cls
     uint64_t muGeneration = 0;
     bool mbStop = false;
 };
+
+/// The conversion pair of the calling thread, started on its first 16-bit block and joined when
+/// that thread ends. A pair serves one caller at a time, so readers on different threads never
+/// share one.
+ConversionPair_cls& ThisThreadsPair()
+{
+    thread_local ConversionPair_cls pair;
+    return pair;
+}
 
 } // namespace
 
@@ -263,7 +274,7 @@ bool ReadBodyDF3_cls::Read16bit(bool noInterrupt, int fd)
     mvBlock.resize(static_cast<size_t>(blockBytes(z)));
     if (!ReadExactly(fd, mvBlock.data(), mvBlock.size(), kHeaderSize + 2 * z * slice))
         return false;
-    ConversionPair_cls pair;
+    ConversionPair_cls& pair = ThisThreadsPair();
     while (z < Z) {
         const uint32_t n = std::min(kBlock16bit, Z - z);
         const uint64_t k = n * slice; // samples in this block (at most 2^31 under the size limit)

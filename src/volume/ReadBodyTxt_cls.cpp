@@ -41,7 +41,7 @@ class TextScanner_cls
 {
   public:
     TextScanner_cls(int fd, uint64_t offset, uint64_t line, uint64_t lineStart)
-        : miFd(fd), mvBuffer(1 << 20), muBase(offset), muLine(line), muLineStart(lineStart)
+        : miFd(fd), mvBuffer(kBufferBytes), muBase(offset), muLine(line), muLineStart(lineStart)
     {
     }
 
@@ -93,6 +93,11 @@ class TextScanner_cls
     bool ReadFailed() const { return mbReadFailed; }
 
   private:
+    // A scanner is made for every read call (and a second one when the conversion phase begins),
+    // so its buffer stays small: 64 KiB per read(2) is already past the point where bigger
+    // buffers read a file faster, and a zero-budget read of a small file then costs little.
+    static constexpr size_t kBufferBytes = size_t(1) << 16;
+
     bool Fill()
     {
         muBase += muEnd;

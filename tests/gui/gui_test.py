@@ -17,6 +17,9 @@ import tempfile
 import time
 
 TITLE = "Kivrel Tessan v 0.778"
+# Under ASan+UBSan (or TSan) the program runs several times slower; the build sets
+# TESSAN_TIMEOUT_SCALE and every wait and time limit below stretches by it. The checks stay the same.
+SCALE = float(os.environ.get("TESSAN_TIMEOUT_SCALE", "1"))
 BOX = (217, 217, 217)        # bounding-box lines
 BACKGROUND = (31, 31, 41)    # view background
 WHEAT = (245, 222, 179)      # the window's background colour
@@ -112,7 +115,7 @@ class App:
             return {}
 
     def wait_for(self, predicate, message, timeout=30.0):
-        end = time.time() + timeout
+        end = time.time() + timeout * SCALE
         while time.time() < end:
             s = self.state()
             if s and predicate(s):
@@ -160,7 +163,7 @@ class App:
         if self.proc.poll() is None:
             self.proc.terminate()
             try:
-                self.proc.wait(5)
+                self.proc.wait(5 * SCALE)
             except subprocess.TimeoutExpired:
                 self.proc.kill()
         self.err.close()
@@ -281,7 +284,7 @@ def shoot(binary, work, name, args, extra_env=None):
     env.pop("TESSAN_FORCE_2D_TEXTURES", None)  # the texture path is chosen by the case alone
     env.update(extra_env or {})
     r = subprocess.run([binary, "--size", "640x480", "--screenshot", out, *args], cwd=work, capture_output=True,
-                       text=True, timeout=120, env=env)
+                       text=True, timeout=120 * SCALE, env=env)
     check(r.returncode == 0, "screenshot exit code %d: %s" % (r.returncode, r.stderr))
     check(r.stdout.strip() == out, "the path is printed: %r" % r.stdout)
     with open(state, encoding="utf-8") as f:
@@ -320,7 +323,7 @@ def case_screenshot(binary):
     try:
         out = os.path.join(work, "view.png")
         r = subprocess.run([binary, "--size", "640x480", "--screenshot", out], cwd=work, capture_output=True,
-                           text=True, timeout=60, env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
+                           text=True, timeout=60 * SCALE, env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
         check(r.returncode == 0, "screenshot exit code %d: %s" % (r.returncode, r.stderr))
         check(r.stdout.strip() == out, "the path is printed: %r" % r.stdout)
         pic = Picture(out)
@@ -344,7 +347,7 @@ def case_screenshot(binary):
         check(not os.path.exists(os.path.join(work, "KivrelConfigure.txt")), "screenshot wrote the configuration")
         # Not writable: a message and a non-zero exit.
         r = subprocess.run([binary, "--screenshot", "/nonexistent-dir/x.png"], cwd=work, capture_output=True,
-                           text=True, timeout=60, env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
+                           text=True, timeout=60 * SCALE, env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
         check(r.returncode != 0 and "cannot save" in r.stderr, "unwritable screenshot: %d %r" % (r.returncode, r.stderr))
     finally:
         shutil.rmtree(work, ignore_errors=True)
@@ -442,7 +445,7 @@ def case_quit_no(binary):
     app = App(binary, answers="no")
     try:
         app.key("ctrl+q")
-        end = time.time() + 10
+        end = time.time() + 10 * SCALE
         while "Really Quit ?" not in app.stderr() and time.time() < end:
             time.sleep(0.1)
         check("prompt: Query: Really Quit ? -> no" in app.stderr(), "the quit question was asked: " + app.stderr())
@@ -466,7 +469,7 @@ def case_quit_yes(binary):
         app.wait_for(lambda s: s["layout"] == "four", "four views")
         app.key("ctrl+q")
         try:
-            rc = app.proc.wait(20)
+            rc = app.proc.wait(20 * SCALE)
         except subprocess.TimeoutExpired:
             raise Failure("Yes did not end the program")
         check(rc == 0, "exit code %d" % rc)
@@ -686,7 +689,7 @@ def case_preview_saved(binary):
         # Save the project: the settings are in it, in their order.
         before = os.path.getmtime(project)
         app.key("ctrl+s")
-        end = time.time() + 20
+        end = time.time() + 20 * SCALE
         while os.path.getmtime(project) == before and time.time() < end:
             time.sleep(0.1)
         with open(project, encoding="utf-8") as f:
@@ -699,7 +702,7 @@ def case_preview_saved(binary):
         # Quit with Yes: the configuration carries the key assignments and no scene settings.
         app.key("ctrl+q")
         try:
-            rc = app.proc.wait(20)
+            rc = app.proc.wait(20 * SCALE)
         except subprocess.TimeoutExpired:
             raise Failure("Yes did not end the program")
         check(rc == 0, "exit code %d" % rc)
@@ -958,7 +961,7 @@ def case_anchor_roundtrip(binary):
             before = os.path.getmtime(a)
             time.sleep(1.1)  # the project new above may have written within the same second
             app.key("ctrl+s")
-            end = time.time() + 20
+            end = time.time() + 20 * SCALE
             while os.path.getmtime(a) == before and time.time() < end:
                 time.sleep(0.1)
         finally:
@@ -1034,7 +1037,7 @@ def case_project_roundtrip(binary):
             moved = app.state()["camera3"]
             before = os.path.getmtime(a)
             app.key("ctrl+s")
-            end = time.time() + 20
+            end = time.time() + 20 * SCALE
             while os.path.getmtime(a) == before and time.time() < end:
                 time.sleep(0.1)
             with open(a, encoding="utf-8") as f:
@@ -1059,7 +1062,7 @@ def case_project_roundtrip(binary):
             before = os.path.getmtime(b)
             time.sleep(1.1)  # a second save within the same second would not change the time stamp
             app.key("ctrl+s")
-            end = time.time() + 20
+            end = time.time() + 20 * SCALE
             while os.path.getmtime(b) == before and time.time() < end:
                 time.sleep(0.1)
         finally:
@@ -1088,7 +1091,7 @@ def case_project_roundtrip(binary):
     finally:
         shutil.rmtree(work, ignore_errors=True)
 
-def find_window_named(title, timeout=10.0):
+def find_window_named(title, timeout=10.0 * SCALE):
     end = time.time() + timeout
     while time.time() < end:
         out = subprocess.run(["xdotool", "search", "--name", "^" + title + "$"], capture_output=True,
@@ -1152,7 +1155,7 @@ def case_img_sequence(binary):
             stamp = os.path.getmtime(os.path.join(out, "shot_0005.png"))
             menu(app, "f", ["Down"] * 6 + ["Right"])
             save_as("Export image sequence", os.path.join(out, "shot_0000.png"))
-            end = time.time() + 10
+            end = time.time() + 10 * SCALE
             while "overwrite forbidden" not in app.stderr() and time.time() < end:
                 time.sleep(0.2)
             check("prompt: Write Error" in app.stderr() and "shot_0000.png overwrite forbidden" in app.stderr(),
@@ -1164,7 +1167,7 @@ def case_img_sequence(binary):
             os.mkdir(out2)
             menu(app, "f", ["Down"] * 6 + ["Right"])
             save_as("Export image sequence", os.path.join(out2, "part_0000.png"))
-            end = time.time() + 60
+            end = time.time() + 60 * SCALE
             while len(pngs(out2)) < 2 and time.time() < end:
                 time.sleep(0.05)
             progress = find_window_named("Image sequence")
@@ -1201,12 +1204,12 @@ def case_names_remembered(binary):
             app.wait_for(lambda s: s.get("slot0", "").startswith("24 0 0 1"), "frame 0 of the sample is drawn")
             menu(app, "f", ["Down"] * 6 + ["Right"])
             save_as("Export image sequence", os.path.join(out, "scan_0000.png"))
-            end = time.time() + 10
+            end = time.time() + 10 * SCALE
             while "overwrite forbidden" not in app.stderr() and time.time() < end:
                 time.sleep(0.2)
             check("overwrite forbidden" in app.stderr(), "no refusal: %r" % app.stderr()[-300:])
             app.key("ctrl+q")
-            check(app.proc.wait(20) == 0, "quit with Yes")
+            check(app.proc.wait(20 * SCALE) == 0, "quit with Yes")
         finally:
             app.close(keep=True)
         conf_path = os.path.join(work, "KivrelConfigure.txt")
@@ -1219,7 +1222,7 @@ def case_names_remembered(binary):
         app = App(binary, answers="yes", folder=work)
         try:
             app.key("ctrl+q")
-            check(app.proc.wait(20) == 0, "quit with Yes")
+            check(app.proc.wait(20 * SCALE) == 0, "quit with Yes")
         finally:
             app.close(keep=True)
         with open(conf_path, encoding="utf-8") as f:
@@ -1280,7 +1283,7 @@ def case_box_factors(binary):
             before = os.path.getmtime(a)
             time.sleep(1.1)
             app.key("ctrl+s")
-            end = time.time() + 20
+            end = time.time() + 20 * SCALE
             while os.path.getmtime(a) == before and time.time() < end:
                 time.sleep(0.1)
         finally:
@@ -1309,7 +1312,7 @@ def case_iso_sequence(binary):
             # Without an isosurface in the chain there is nothing to export: a message, no file.
             menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
             save_as("Export isosurface sequence", os.path.join(out, "none_0000.pov"))
-            end = time.time() + 10
+            end = time.time() + 10 * SCALE
             while "no isosurface" not in app.stderr() and time.time() < end:
                 time.sleep(0.2)
             check("prompt: Write Error: The filter list has no isosurface" in app.stderr(),
@@ -1339,7 +1342,7 @@ def case_iso_sequence(binary):
             os.mkdir(out2)
             menu(app, "f", ["Down"] * 6 + ["Right", "Down"])
             save_as("Export isosurface sequence", os.path.join(out2, "part_0000.pov"))
-            end = time.time() + 60
+            end = time.time() + 60 * SCALE
             while len(os.listdir(out2)) < 1 and time.time() < end:
                 time.sleep(0.05)
             progress = find_window_named("Isosurface sequence")
@@ -1432,7 +1435,7 @@ def images(folder):
 def watch(app, until, timeout, seen):
     """Polls the state until `until(state)`, collecting what status field 2, the render button
     and the gauge showed on the way."""
-    end = time.time() + timeout
+    end = time.time() + timeout * SCALE
     while time.time() < end:
         s = app.state()
         for key in ("status2", "render_button", "gauge"):
@@ -1585,7 +1588,7 @@ def case_snapshot(binary):
             app.key("Right")
             app.wait_for(lambda s: s["frame"] == "2", "two steps forward")
             app.key("F6")
-            end = time.time() + 60
+            end = time.time() + 60 * SCALE
             while time.time() < end and (len(read_runs(log)) < 1 or any(e is None for _, e, _ in read_runs(log))):
                 time.sleep(0.1)
             check(images(work) == ["povsnap0002.png"], "one picture of frame 2: %r" % images(work))
@@ -1605,7 +1608,7 @@ def case_snapshot(binary):
         try:
             app.wait_for(lambda s: s.get("slot0", "").startswith("6 0 0 1"), "frame 0 never drawn")
             app.key("F6")
-            end = time.time() + 60
+            end = time.time() + 60 * SCALE
             while time.time() < end and (len(read_runs(log)) < 3 or any(e is None for _, e, _ in read_runs(log))):
                 time.sleep(0.1)
             check("prompt: Stereogram Snapshot: Rendering with Stereogram." in app.stderr(), "the stereo choice")
@@ -1923,7 +1926,7 @@ def case_pov_settings(binary):
             subprocess.run(["xdotool", "type", "7x"], check=True)
             x, y, w, h = [int(v) for v in s["povdlg.ok"].split()]
             subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
-            end = time.time() + 10
+            end = time.time() + 10 * SCALE
             while "Invalid value: PovImageWidth" not in app.stderr() and time.time() < end:
                 time.sleep(0.1)
             check("prompt: Error!: Invalid value: PovImageWidth" in app.stderr(), "a bad width is refused")
@@ -1950,7 +1953,7 @@ def case_pov_settings(binary):
             app.wait_for(lambda s: s["redo"].startswith("Redo Ray-tracer Settings"), "Undo of the settings")
             os.remove(ini)
             menu(app, "r", ["Down"] * 2)
-            end = time.time() + 30
+            end = time.time() + 30 * SCALE
             while not os.path.exists(ini) and time.time() < end:
                 time.sleep(0.1)
             time.sleep(0.5)
@@ -1960,7 +1963,7 @@ def case_pov_settings(binary):
             app.key("ctrl+y")
             app.wait_for(lambda s: s["undo"].startswith("Undo Ray-tracer Settings"), "Redo of the settings")
             app.key("ctrl+q")
-            check(app.proc.wait(20) == 0, "quit")
+            check(app.proc.wait(20 * SCALE) == 0, "quit")
             with open(os.path.join(work, "KivrelConfigure.txt"), encoding="utf-8") as f:
                 conf = f.read()
             check("PovImageWidth=72\n" in conf and "POVRAY_PATH=" in conf, "settings saved: %r" % conf)
@@ -2015,7 +2018,7 @@ def case_colour_map(binary):
             app.wait_for(lambda s: s["cmap.value"] == "0 1", "the wheel picks palette 1")
             app.wait_for(lambda s: s.get("slot0", "").startswith("2 0 0 1"), "frame 0 not drawn again")
             # The textures are made again in idle time; the new colours come within a few passes.
-            end = time.time() + 15
+            end = time.time() + 15 * SCALE
             m1 = mean(app.grab("after.png"))
             while not (m1[0] - m1[2] > 60 and m1[0] > 120) and time.time() < end:
                 m1 = mean(app.grab("after.png"))
@@ -2023,7 +2026,7 @@ def case_colour_map(binary):
             # Back to white: the hue goes again.
             subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "4"], check=True)
             app.wait_for(lambda s: s["cmap.value"] == "0 0", "the wheel goes back to White")
-            end = time.time() + 15
+            end = time.time() + 15 * SCALE
             m2 = mean(app.grab("white.png"))
             while max(m2) - min(m2) >= 25 and time.time() < end:
                 m2 = mean(app.grab("white.png"))
@@ -2045,7 +2048,7 @@ def case_screenshot_every(binary):
         state_file = os.path.join(work, "state.txt")
         env["TESSAN_STATE_FILE"] = state_file
         r = subprocess.run([binary, "--size", "640x480", "--screenshot-every", out, paths[0]], cwd=work,
-                           capture_output=True, text=True, timeout=120, env=env)
+                           capture_output=True, text=True, timeout=120 * SCALE, env=env)
         check(r.returncode == 0, "exit code %d: %s" % (r.returncode, r.stderr))
         expected = [os.path.join(out, "frame_%04d.png" % i) for i in range(6)]
         check(r.stdout.split() == expected, "printed paths: %r" % r.stdout)
@@ -2218,7 +2221,7 @@ def view_shot(binary, work, name, args):
     out = os.path.join(work, name + ".png")
     env = dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1")
     r = subprocess.run([binary, "--size", "640x480", "--view-shot", out, *args], cwd=work, capture_output=True,
-                       text=True, timeout=120, env=env)
+                       text=True, timeout=120 * SCALE, env=env)
     check(r.returncode == 0, "view shot exit code %d: %s" % (r.returncode, r.stderr))
     check(r.stdout.strip() == out, "the path is printed: %r" % r.stdout)
     return Picture(out)
@@ -2278,7 +2281,7 @@ def case_offscreen_shot(binary):
         # the size asked for.
         out = os.path.join(work, "huge.png")
         r = subprocess.run([binary, "--size", "1600x1200", "--screenshot", out, first], cwd=work,
-                           capture_output=True, text=True, timeout=120,
+                           capture_output=True, text=True, timeout=120 * SCALE,
                            env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1"))
         check(r.returncode == 0 and r.stdout.strip() == out, "large screenshot: %d %r" % (r.returncode, r.stderr))
         check("off-screen" in r.stderr, "the substitution is not reported: %r" % r.stderr)
@@ -2572,7 +2575,7 @@ def case_preferences_saved(binary):
         app.wait_for(lambda s: s["pref"] == "ThreadNumFilter=" + wanted, "the dialog did not set the worker count")
         app.key("ctrl+q")
         try:
-            rc = app.proc.wait(20)
+            rc = app.proc.wait(20 * SCALE)
         except subprocess.TimeoutExpired:
             raise Failure("Yes did not end the program")
         check(rc == 0, "exit code %d" % rc)
@@ -3218,7 +3221,7 @@ def case_save_fails(binary):
         app.wait_for(lambda s: s["title"].startswith("*"), "an edit marks the project modified")
         os.mkdir(project + ".tmp")
         app.key("ctrl+s")
-        end = time.time() + 20
+        end = time.time() + 20 * SCALE
         while "File open fails" not in app.stderr() and time.time() < end:
             time.sleep(0.1)
         check("prompt: Error!: File open fails" in app.stderr(), "no message: %r" % app.stderr()[-500:])
@@ -3247,9 +3250,9 @@ def case_monkey(binary):
         try:
             r = subprocess.run([exe, "--size", "800x600", "--monkey", "%s:%d" % (seed, count),
                                 os.path.join(work, "demo_0000.df3")], cwd=work, env=env,
-                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, timeout=170)
+                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, timeout=170 * SCALE)
         except subprocess.TimeoutExpired:
-            raise Failure("the monkey run did not end within 170 s")
+            raise Failure("the monkey run did not end within %d s" % (170 * SCALE))
         took = time.time() - start
         summary = [l for l in r.stderr.splitlines() if l.startswith("monkey: ") and "actions" in l]
         check(r.returncode == 0, "exit status %d; stderr tail: %s" % (r.returncode, r.stderr[-2000:]))
