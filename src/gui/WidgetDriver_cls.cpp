@@ -159,7 +159,10 @@ bool WidgetDriver_cls::Run(const std::wstring& line)
         return false;
     }
     if (verb == L"press") {
-        const auto [target, label] = SplitBar(rest);
+        // Named copies, not a structured binding: clang 14 cannot capture bindings in a lambda.
+        const std::pair<std::wstring, std::wstring> parts = SplitBar(rest);
+        const std::wstring& target = parts.first;
+        const std::wstring& label = parts.second;
         wxButton* button = FindUnder<wxButton>(
             Target(target), [&](wxButton* b) { return b->GetLabelText().ToStdWstring() == label && b->IsEnabled(); });
         if (button == nullptr) {
