@@ -2681,12 +2681,14 @@ def case_filter_panel_graph(binary):
             x, y = int(points[1][2]), int(points[1][3])
             gx, gy, gw, gh, _ = [int(v) for v in s["fiw.graph"].split()]
             drag(x, y, x, y + (gh - 12) // 2)
-            s = app.wait_for(lambda s: not s["fi.graph.points"].split("|")[1].startswith("1.0000 1.0000"),
-                             "the drag did not move the point")
+            # The window may still be working through the drag's motion events when xdotool
+            # returns (a loaded machine, a sanitizer build): wait for where the drag ends.
+            def end_point(s):
+                return [p.split() for p in s["fi.graph.points"].split("|")][1]
+            s = app.wait_for(lambda s: abs(float(end_point(s)[0]) - 1.0) < 0.02 and 0.44 < float(end_point(s)[1]) < 0.56,
+                             "the drag did not move the point half-way down")
             check(s["undo"].startswith("Undo Add Curve Point|1") or s["undo"].startswith("Undo|1") or
                   s["undo"].startswith("Undo "), "the drag is a step: %r" % s["undo"])
-            end = [p.split() for p in s["fi.graph.points"].split("|")][1]
-            check(abs(float(end[0]) - 1.0) < 0.02 and 0.4 < float(end[1]) < 0.6, "the end moved to %r" % end)
             app.wait_for(lambda s: "Parameter_DensityCurvePoints" in s["chain_text"], "the points are not in the text form")
             app.key("ctrl+z")
             s = app.wait_for(lambda s: s["fi.graph.points"].split("|")[1].startswith("1.0000 1.0000"),
