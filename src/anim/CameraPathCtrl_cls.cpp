@@ -1,13 +1,35 @@
 #include "anim/CameraPathCtrl_cls.h"
 
+#include "anim/CommandItem_cls.h"
 #include "anim/UndoManager_cls.h"
 #include "config/LineStream_cls.h"
 #include "config/TextFormat.h"
+
+#include <memory>
 
 namespace
 {
 const std::wstring kBlockTag = L"--CameraPath";
 const std::wstring kBlockEnd = L"--CameraPathEnd";
+
+// Puts one value of the use setting in force; undo and redo are two of these.
+class ComCameraPathUse_cls : public CommandItem_cls
+{
+  public:
+    ComCameraPathUse_cls(CameraPathCtrl_cls* path, bool on) : mpPath(path), mbOn(on) {}
+    bool Execute(bool /*undo*/) override
+    {
+        mpPath->SetUsePath(mbOn);
+        if (mpPath->FuncHookChanged)
+            mpPath->FuncHookChanged(*mpPath);
+        return false;
+    }
+    const char* GetName() const override { return "Follow Camera Path"; }
+
+  private:
+    CameraPathCtrl_cls* mpPath;
+    bool mbOn;
+};
 
 std::wstring Trimmed(const std::wstring& line)
 {
@@ -41,6 +63,17 @@ bool CameraPathCtrl_cls::AddCamera(const CameraValues& values)
 {
     mCCameras.SetInitParam(values.data());
     return mCCameras.AddItem();
+}
+
+bool CameraPathCtrl_cls::SetUsePathExecute(bool on)
+{
+    if (IsUsePath() == on)
+        return false;
+    UndoManager_cls& history = mCCameras.GetUndo();
+    history.SetNewCommand(std::make_unique<ComCameraPathUse_cls>(this, on),
+                          std::make_unique<ComCameraPathUse_cls>(this, !on));
+    history.ExecCurrent();
+    return true;
 }
 
 bool CameraPathCtrl_cls::DeleteCamera(int i)

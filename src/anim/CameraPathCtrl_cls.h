@@ -57,10 +57,14 @@ class CameraPathCtrl_cls
     /// Whether the views and the export look through the active camera.
     bool IsUsePath() const { return mbItemUse.Get(); }
     void SetUsePath(bool on) { mbItemUse.Set(on); }
+    /// Turns following the path on or off as one undo step ("Follow Camera Path"); undo and
+    /// redo call FuncHookChanged. False (no step) when the setting already is so.
+    bool SetUsePathExecute(bool on);
     /// Whether the views draw the path (a user preference, kept in the configuration too).
     bool IsShowPath() const { return mbItemShow.Get(); }
     void SetShowPath(bool on) { mbItemShow.Set(on); }
-    /// Called after cameras were added, deleted, read or cleared (panel refresh).
+    /// Called after cameras were added, deleted, read or cleared, and after the use setting
+    /// changed through the history (panel and menu refresh).
     std::function<void(CameraPathCtrl_cls&)> FuncHookChanged;
 
     // ---- text form -------------------------------------------------------------------------------

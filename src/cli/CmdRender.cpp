@@ -6,6 +6,7 @@
 #include "pov/PovFarm_cls.h"
 #include "pov/ThreadPovRay.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -183,11 +184,20 @@ int RunParallel(PovRay_cls& pov, int first, int last, const std::string& hosts, 
     }
     const std::vector<std::string> stems = farm.Stems(first, last);
     const std::vector<std::string> failed = farm.FailedStems(stems);
-    if (!failed.empty() || code != 0) {
+    // A job that ended well but left no picture failed just the same (a host whose shell
+    // cannot start the ray tracer, a picture lost on its way back).
+    std::vector<std::string> empty;
+    for (const std::string& stem : farm.MissingPictures(stems))
+        if (std::find(failed.begin(), failed.end(), stem) == failed.end())
+            empty.push_back(stem);
+    if (!failed.empty() || !empty.empty() || code != 0) {
         for (const std::string& stem : failed)
             std::fprintf(stderr, "tessan-cli render: POV-Ray failed on %s.ini; see %s/%s.log\n", stem.c_str(),
                          farm.WorkDir().c_str(), stem.c_str());
-        if (failed.empty())
+        for (const std::string& stem : empty)
+            std::fprintf(stderr, "tessan-cli render: %s.ini brought no picture back (%s); see %s/%s.log\n",
+                         stem.c_str(), farm.ImagePath(stem).c_str(), farm.WorkDir().c_str(), stem.c_str());
+        if (failed.empty() && empty.empty())
             std::fprintf(stderr, "tessan-cli render: GNU Parallel ended with status %d\n", code);
         return 1;
     }

@@ -1119,6 +1119,8 @@ void FrameMain_cls::OnSceneChanged()
     UpdateTimeLineSets();
     if (mpScenePanel != nullptr)
         mpScenePanel->UpdateFromModel();
+    if (mpStereoGUI != nullptr)
+        mpStereoGUI->UpdateMenu();
     // The state report follows in the next idle pass: this also runs in the middle of reading a
     // project, when the window shows half of it.
     RefreshViews();

@@ -171,9 +171,9 @@ ScenePanelGUI_cls::ScenePanelGUI_cls(wxWindow* parent, Links links)
     mpAddCamera->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { OnAddCamera(); });
     mpDeleteCamera->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { OnDeleteCamera(); });
     mpFollow->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) {
-        if (mCLinks.mpCameraPath)
-            mCLinks.mpCameraPath->SetUsePath(mpFollow->GetValue());
-        if (mCLinks.mSceneChanged)
+        // One undo step; the path's change hook refreshes panel, menu and views.
+        if (mCLinks.mpCameraPath && !mCLinks.mpCameraPath->SetUsePathExecute(mpFollow->GetValue()) &&
+            mCLinks.mSceneChanged)
             mCLinks.mSceneChanged();
     });
     mpCustomColor->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
@@ -300,6 +300,8 @@ std::wstring ScenePanelGUI_cls::DescribeWidgets() const
     for (const int frame : CameraKeyFrames())
         text += WStrPrintf(" %d", frame);
     text += L"\n";
+    // The check box and the setting it shows.
+    text += WStrPrintf("scene.follow=%d %d\n", mpFollow->GetValue() ? 1 : 0, IsFollowPath() ? 1 : 0);
     return text;
 }
 

@@ -206,7 +206,7 @@ void StereoViewGUI_cls::OnUseCameraPath(wxCommandEvent& event)
         Check(kIdUseCameraPath, false);
         return;
     }
-    path.SetUsePath(event.IsChecked());
+    path.SetUsePathExecute(event.IsChecked());
     mpFrame->OnViewChanged(0);
 }
 

@@ -205,6 +205,16 @@ std::vector<std::string> PovFarm_cls::FailedStems(const std::vector<std::string>
     return failed;
 }
 
+std::vector<std::string> PovFarm_cls::MissingPictures(const std::vector<std::string>& stems) const
+{
+    std::vector<std::string> missing;
+    std::error_code error;
+    for (const std::string& stem : stems)
+        if (!std::filesystem::exists(ImagePath(stem), error))
+            missing.push_back(stem);
+    return missing;
+}
+
 // ---- Slurm script ------------------------------------------------------------------------------
 
 std::string PovFarm_cls::SlurmScriptText(int first, int last, unsigned limit) const

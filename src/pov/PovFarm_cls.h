@@ -74,6 +74,9 @@ class PovFarm_cls
     // ---- job log -------------------------------------------------------------------------------
     /// The stems whose job the log records as failed (non-zero exit or a signal).
     std::vector<std::string> FailedStems(const std::vector<std::string>& stems) const;
+    /// The stems whose picture is not in ImageDir(): a job can end well and still bring
+    /// nothing back (a host that cannot start the ray tracer, a lost transfer).
+    std::vector<std::string> MissingPictures(const std::vector<std::string>& stems) const;
 
     // ---- Slurm script --------------------------------------------------------------------------
     /// The text of RenderSlurm.sh: a job array over first..last, at most `limit` tasks at once

@@ -91,6 +91,13 @@ std::wstring FileName(const std::wstring& path)
     return slash == std::wstring::npos ? path : path.substr(slash + 1);
 }
 
+// Items whose results the preview draws with the frame: isosurfaces and sections.
+bool IsPreviewOutput(const FilterBase_cls* item)
+{
+    return dynamic_cast<const PovIsosurface_cls*>(item) || dynamic_cast<const PovCrossSection_cls*>(item) ||
+           dynamic_cast<const PovThreeView_cls*>(item);
+}
+
 } // namespace
 
 // ---- settings and owner links --------------------------------------------------------------------
@@ -332,11 +339,19 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
         }
     }
 
-    // 6.
-    if (skipTexture)
+    // 6. Isosurface and section items hold the results of one frame, the one processed last,
+    //    and the preview draws them beside the shown frame's textures. Frames ahead are
+    //    therefore only read and sliced while such items are in the chain; a shown frame whose
+    //    textures were made while the items moved on to another frame is processed again.
+    const bool outputs = HasPreviewOutputItems();
+    if (skipTexture || (!full && outputs && !IsCurrentFrame(index)))
         return kIdleNothing;
 
     TexObjectJobs_cls& tex = *frame.pTex;
+    if (outputs && tex.IsTexObjectGenFinished() && !PreviewOutputsHold(index)) {
+        NoteStage("delete");
+        tex.DeleteTexObjects(true, IsCurrentFrame(index));
+    }
     // 7. Textures made from older contents (or of the other texture kind) go first.
     const bool otherKind = tex.HasTexObjects() && tex.Is3DTexture() != Is3DTexturePreview();
     if (df3.IsDirty() || tex.IsTexObjectDeleteInProcess() || otherKind) {
@@ -680,13 +695,20 @@ bool DF3Sequence_cls::StartProcessing(DF3_cls& frame)
 
 bool DF3Sequence_cls::HasPreviewOutputItems() const
 {
+    for (int i = 0; i < mpFilterCtrl->GetItemNum(); ++i)
+        if (IsPreviewOutput(mpFilterCtrl->GetPFilterBase(i)))
+            return true;
+    return false;
+}
+
+bool DF3Sequence_cls::PreviewOutputsHold(int index) const
+{
     for (int i = 0; i < mpFilterCtrl->GetItemNum(); ++i) {
         const FilterBase_cls* item = mpFilterCtrl->GetPFilterBase(i);
-        if (dynamic_cast<const PovIsosurface_cls*>(item) || dynamic_cast<const PovCrossSection_cls*>(item) ||
-            dynamic_cast<const PovThreeView_cls*>(item))
-            return true;
+        if (IsPreviewOutput(item) && item->GetRefreshFrame() != index)
+            return false;
     }
-    return false;
+    return true;
 }
 
 bool DF3Sequence_cls::IsProcessing(const DF3_cls* frame) const

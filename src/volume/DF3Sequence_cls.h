@@ -177,6 +177,8 @@ class DF3Sequence_cls
     void WaitProcessing();
     /// Whether the chain holds items whose results the preview draws (isosurfaces, sections).
     bool HasPreviewOutputItems() const;
+    /// Whether every such item holds the results of frame `index` (true without such items).
+    bool PreviewOutputsHold(int index) const;
     /// Joins the run when it reads `frame` (its frame, or the neighbour it blends).
     void WaitProcessingOn(const DF3_cls& frame);
     /// Runs the worker has started (tests check that processing left the calling thread).

@@ -56,6 +56,28 @@ TEST_F(CameraPathCtrlTest, AddAndDeleteAreUndoableSteps)
     EXPECT_EQ(v, (CameraPathCtrl_cls::CameraValues{}));
 }
 
+TEST_F(CameraPathCtrlTest, FollowingThePathIsOneNamedStepAndTheProjectKeepsIt)
+{
+    int changes = 0;
+    mCPath.FuncHookChanged = [&changes](CameraPathCtrl_cls&) { ++changes; };
+    ASSERT_TRUE(mCPath.AddCamera({1, 2, 3, 0, 0, 0}));
+    const int steps = mCUndo.GetPosition();
+    EXPECT_FALSE(mCPath.SetUsePathExecute(false)) << "already off: no step";
+    EXPECT_EQ(mCUndo.GetPosition(), steps);
+
+    changes = 0;
+    ASSERT_TRUE(mCPath.SetUsePathExecute(true));
+    EXPECT_TRUE(mCPath.IsUsePath());
+    EXPECT_EQ(mCUndo.GetPosition(), steps + 1);
+    EXPECT_NE(mCPath.Serialize(true).find(L"CameraPathUse=1"), std::wstring::npos);
+    ASSERT_TRUE(mCUndo.UndoCurrent());
+    EXPECT_FALSE(mCPath.IsUsePath());
+    EXPECT_EQ(mCPath.GetCameraNumber(), 1) << "the camera stays: only the setting was one step";
+    ASSERT_TRUE(mCUndo.ExecCurrent());
+    EXPECT_TRUE(mCPath.IsUsePath());
+    EXPECT_EQ(changes, 3) << "the panel hears of every change";
+}
+
 TEST_F(CameraPathCtrlTest, KeysMoveTheCameraAlongThePathAndUndoAsOneStep)
 {
     ASSERT_TRUE(mCPath.AddCamera({0, 0, 10, 0, 0, 0}));

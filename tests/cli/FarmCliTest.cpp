@@ -71,18 +71,26 @@ TEST_F(FarmFixture, ParallelNamesAFailingFrame)
 {
     if (RunCommand("parallel --version").exitCode != 0)
         GTEST_SKIP() << "GNU Parallel missing";
+    // Frame 2 fails; frame 1 ends well but writes no picture; frames 0 and 3 render.
     const std::string fake = mDir.File("fake-povray");
-    WriteFileText(fake, "#!/bin/sh\ncase \"$1\" in *0002.ini) exit 2;; esac\nexit 0\n");
+    WriteFileText(fake, "#!/bin/sh\ncase \"$1\" in *0002.ini) exit 2;; *0001.ini) exit 0;; esac\n"
+                        "touch \"${1%.ini}.png\"\n");
     fs::permissions(fake, fs::perms::owner_all);
     const RunResult r = RunCli("render " + mProject + " --frames 0:3 --farm parallel --jobs 2 --povray " + fake +
                                " --workdir " + Dir("w"));
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(r.err.find("POV-Ray failed on povanim0002.ini"), std::string::npos) << r.err;
-    EXPECT_EQ(r.err.find("povanim0001.ini"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("povanim0001.ini brought no picture back"), std::string::npos) << r.err;
+    for (const char* good : {"povanim0000.ini", "povanim0003.ini"}) {
+        EXPECT_EQ(r.err.find(std::string("failed on ") + good), std::string::npos) << r.err;
+        EXPECT_EQ(r.err.find(std::string(good) + " brought"), std::string::npos) << r.err;
+    }
+    EXPECT_EQ(r.out.find("rendered"), std::string::npos) << r.out;
 }
 
 // An ssh stand-in: every host is a folder under FAKE_ROOT, its home and login folder, so rsync
 // really copies between separate file trees and Parallel's clean-up really removes files there.
+// Like an ssh login it sets SHELL, which Parallel's remote worker runs the job with.
 const char kFakeSsh[] = "#!/bin/bash\n"
                         "while [ $# -gt 0 ]; do\n"
                         "  case \"$1\" in\n"
@@ -95,7 +103,7 @@ const char kFakeSsh[] = "#!/bin/bash\n"
                         "host=$1; shift\n"
                         "[ \"${1:-}\" = \"--\" ] && shift\n"
                         "mkdir -p \"$FAKE_ROOT/$host\"\n"
-                        "cd \"$FAKE_ROOT/$host\" && HOME=\"$FAKE_ROOT/$host\" exec bash -c \"$*\"\n";
+                        "cd \"$FAKE_ROOT/$host\" && HOME=\"$FAKE_ROOT/$host\" SHELL=/bin/bash exec bash -c \"$*\"\n";
 
 std::vector<std::string> FilesUnder(const std::string& dir)
 {

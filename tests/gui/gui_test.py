@@ -1661,10 +1661,7 @@ def match_project(binary, work, name, filters, size, extra=""):
                # a dark section plane then stands out of the background in both pictures alike.
                "PovBGColor=": "%.6f %.6f %.6f" % tuple(c / 255.0 for c in BACKGROUND), "PovFileGamma=": "2.2",
                # Fog that lets the volume through: a dark blue, its distance beyond the box.
-               "FogDistance=": "4", "FogColor=": "0.15 0.2 0.45",
-               # No frames read ahead: the output items of the chain keep the data of the last
-               # frame run through it, and the preview draws them from there.
-               "DF3SequencePrefetch=": "0"}
+               "FogDistance=": "4", "FogColor=": "0.15 0.2 0.45"}
     lines = []
     for line in text.split("\n"):
         for key, value in replace.items():
@@ -2114,7 +2111,8 @@ def case_render_error(binary):
 
 FAKE_SSH = """#!/bin/bash
 # ssh stand-in: every host is a folder under FAKE_ROOT, its home and login folder, so Parallel's
-# rsync transfers and clean-up really happen between separate file trees.
+# rsync transfers and clean-up really happen between separate file trees. Like an ssh login it
+# sets SHELL (Parallel's remote worker runs the job with it), whatever the caller's environment.
 while [ $# -gt 0 ]; do
   case "$1" in
     -[BbcDEeFIiJLlmOopQRSWw]) shift 2 ;;
@@ -2126,7 +2124,7 @@ done
 host=$1; shift
 [ "${1:-}" = "--" ] && shift
 mkdir -p "$FAKE_ROOT/$host"
-cd "$FAKE_ROOT/$host" && HOME="$FAKE_ROOT/$host" exec bash -c "$*"
+cd "$FAKE_ROOT/$host" && HOME="$FAKE_ROOT/$host" SHELL=/bin/bash exec bash -c "$*"
 """
 
 
@@ -2953,7 +2951,18 @@ def case_scene_lights_cameras(binary):
             subprocess.run(["xdotool", "key", "Return"], check=True)
             s = app.wait_for(lambda s: s["timeline_set"] == "CameraPath", "the time line does not offer the path")
             check(len(s["keys"].split()) == 2, "one key per camera on the time line: %r" % s["keys"])
-            # Looking through the path is covered by the camera_path case.
+            # Looking through the path is covered by the camera_path case; following it is a
+            # named undo step of its own.
+            check(s["scene.follow"] == "0 0", "the path is not followed yet: %r" % s["scene.follow"])
+            click(app, "scw.follow")
+            app.wait_for(lambda s: s["scene.follow"] == "1 1", "Follow Camera Path did not turn on")
+            app.wait_for(lambda s: s["undo"].startswith("Undo Follow Camera Path|1"), "Undo does not name it")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.follow"] == "0 0", "Undo left the path followed")
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["scene.follow"] == "1 1", "Redo did not follow the path again")
+            app.key("ctrl+z")
+            app.wait_for(lambda s: s["scene.follow"] == "0 0", "Undo left the path followed")
             # The undo of the second camera takes it off the path.
             app.key("ctrl+z")
             app.wait_for(lambda s: s["scene.cameras"] == "1 0", "Undo left the second camera")

@@ -3,6 +3,8 @@
 // playing a 40-frame series through idle passes.
 #include "anim/TimeCtrl_cls.h"
 #include "config/RecordingPrompt_cls.h"
+#include "filter/FilterCtrl_cls.h"
+#include "filter/PovIsosurface_cls.h"
 #include "volume/DF3SeqCtrl_cls.h"
 #include "volume/DF3_cls.h"
 #include "volume/SeqTestUtil.h"
@@ -430,6 +432,47 @@ TEST(DF3SeqCtrl, RemapBlendsTheFrameWithItsNeighbour)
     const uint8_t* out = fx.seq.GetDF3(2)->GetProcessedData();
     for (size_t i = 0; i < 512; ++i)
         ASSERT_EQ(out[i], uint8_t(float(a[i]) * 0.5f + float(b[i]) * 0.5f)) << i;
+}
+
+// An isosurface item holds the results of the frame processed last, and the preview draws them
+// beside the shown frame's textures: frames ahead are only read while such an item is in the
+// chain, and the shown frame always brings its own results, also when its textures were made
+// before the item moved on.
+TEST(DF3SeqCtrl, IsosurfaceResultsBelongToTheShownFrame)
+{
+    SlotFixture fx;
+    constexpr uint16_t kSmall = 16;
+    const size_t voxels = size_t{kSmall} * kSmall * kSmall;
+    fx.Open(8, kSmall);
+    PreviewGuard p(false, PreviewProperty_cls::kTexRGBA);
+    fx.seq.GetFilterCtrl().AddToList(-1, std::make_unique<PovIsosurface_cls>());
+    const auto* iso = static_cast<const PovIsosurface_cls*>(fx.seq.GetFilterCtrl().GetPFilterBase(0));
+
+    fx.clock.SetIndex(2);
+    ASSERT_EQ(fx.seq.IdleProcessesMain(2, true, false), DF3Sequence_cls::kIdleNothing);
+    fx.Settle();
+    EXPECT_TRUE(fx.seq.GetDF3(3)->IsReadFinished()) << "frames ahead are still read";
+    EXPECT_FALSE(fx.Resident(3)) << "but not processed";
+    EXPECT_EQ(iso->GetRefreshFrame(), 2);
+    EXPECT_EQ(iso->GetDataCopy(), SeriesBody(voxels, 2));
+
+    // On to a frame that was only read, then back to one whose textures are made.
+    for (int shown : {3, 2, 3}) {
+        fx.clock.SetIndex(shown);
+        ASSERT_EQ(fx.seq.IdleProcessesMain(shown, true, false), DF3Sequence_cls::kIdleNothing) << shown;
+        EXPECT_TRUE(fx.Bound(shown)) << shown;
+        EXPECT_EQ(iso->GetRefreshFrame(), shown);
+        EXPECT_EQ(iso->GetDataCopy(), SeriesBody(voxels, shown)) << shown;
+    }
+    // Shown again with nothing changed: the results are kept, nothing is processed.
+    const int builds = iso->GetBuildCount();
+    EXPECT_EQ(fx.seq.IdleProcessesMain(3, true, false), DF3Sequence_cls::kIdleNothing);
+    EXPECT_EQ(iso->GetBuildCount(), builds);
+
+    // Without the item, frames ahead are processed and textured again.
+    ASSERT_TRUE(fx.seq.GetFilterCtrl().DeleteFilterItem(0));
+    fx.Settle();
+    EXPECT_TRUE(fx.Resident(4));
 }
 
 TEST(DF3SeqCtrl, FramesAheadLoadFirst)
