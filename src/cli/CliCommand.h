@@ -15,6 +15,9 @@ struct CliCommand {
 bool RegisterCliCommand(const CliCommand& command);
 /// All registered commands, sorted by name.
 std::vector<CliCommand> GetCliCommands();
+/// Reports a usage error of `command` on stderr with the pointer to its --help; returns 2,
+/// the exit status of usage errors.
+int CliUsageError(const char* command, const std::string& error);
 
 #define TESSAN_CLI_COMMAND(ident, name, summary, usage, fn)                                                            \
     static const bool ident##Registered = RegisterCliCommand(CliCommand{name, summary, usage, fn})

@@ -95,9 +95,7 @@ bool ParseAxes(const std::string& text, bool axes[3])
 
 int Usage(const std::string& error)
 {
-    std::fprintf(stderr, "tessan-cli convert: %s\nTry 'tessan-cli convert --help' for more information.\n",
-                 error.c_str());
-    return 2;
+    return CliUsageError("convert", error);
 }
 
 int RunConvert(const std::vector<std::string>& args)

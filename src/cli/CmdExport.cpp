@@ -45,9 +45,7 @@ const char kUsage[] = "Usage: tessan-cli export [OPTION]... PROJECT.vsp\n"
 
 int Usage(const std::string& error)
 {
-    std::fprintf(stderr, "tessan-cli export: %s\nTry 'tessan-cli export --help' for more information.\n",
-                 error.c_str());
-    return 2;
+    return CliUsageError("export", error);
 }
 
 int RunExport(const std::vector<std::string>& args)

@@ -125,9 +125,7 @@ int RunInfo(const std::vector<std::string>& args)
 {
     CliArgs_cls parsed(args, {}, {"series"});
     if (!parsed.Error().empty() || parsed.Operands().empty()) {
-        std::fprintf(stderr, "tessan-cli info: %s\nTry 'tessan-cli info --help' for more information.\n",
-                     parsed.Error().empty() ? "missing FILE operand" : parsed.Error().c_str());
-        return 2;
+        return CliUsageError("info", parsed.Error().empty() ? "missing FILE operand" : parsed.Error());
     }
     int status = 0;
     for (const std::string& path : parsed.Operands()) {

@@ -63,8 +63,7 @@ const std::string kUsage =
 
 int Usage(const std::string& text)
 {
-    std::fprintf(stderr, "tessan-cli iso: %s\nTry 'tessan-cli iso --help' for more information.\n", text.c_str());
-    return 2;
+    return CliUsageError("iso", text);
 }
 
 bool Exists(const std::string& path)

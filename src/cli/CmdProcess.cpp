@@ -37,9 +37,7 @@ const std::string kUsage = std::string("Usage: tessan-cli process [OPTION]... IN
 
 int Usage(const std::string& error)
 {
-    std::fprintf(stderr, "tessan-cli process: %s\nTry 'tessan-cli process --help' for more information.\n",
-                 error.c_str());
-    return 2;
+    return CliUsageError("process", error);
 }
 
 int RunProcess(const std::vector<std::string>& args)

@@ -75,9 +75,7 @@ const char kUsage[] =
 
 int Usage(const std::string& error)
 {
-    std::fprintf(stderr, "tessan-cli project: %s\nTry 'tessan-cli project --help' for more information.\n",
-                 error.c_str());
-    return 2;
+    return CliUsageError("project", error);
 }
 
 int Fail(const std::string& error)

@@ -57,9 +57,7 @@ const char kUsage[] = "Usage: tessan-cli render [OPTION]... PROJECT.vsp\n"
 
 int Usage(const std::string& error)
 {
-    std::fprintf(stderr, "tessan-cli render: %s\nTry 'tessan-cli render --help' for more information.\n",
-                 error.c_str());
-    return 2;
+    return CliUsageError("render", error);
 }
 
 std::string Clock(double seconds)

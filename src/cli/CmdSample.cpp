@@ -28,11 +28,9 @@ int RunSample(const std::vector<std::string>& args)
 {
     CliArgs_cls parsed(args, {}, {});
     if (!parsed.Error().empty() || parsed.Operands().size() != 1) {
-        std::fprintf(stderr, "tessan-cli sample: %s\nTry 'tessan-cli sample --help' for more information.\n",
-                     !parsed.Error().empty()     ? parsed.Error().c_str()
-                     : parsed.Operands().empty() ? "missing DIR operand"
-                                                 : "too many operands");
-        return 2;
+        return CliUsageError("sample", !parsed.Error().empty()     ? parsed.Error()
+                                       : parsed.Operands().empty() ? "missing DIR operand"
+                                                                   : "too many operands");
     }
     const std::string& dir = parsed.Operands()[0];
     if (!DemoVolume_cls::WriteDemoSet(dir, GetUserPrompt()))

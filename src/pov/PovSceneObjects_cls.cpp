@@ -541,18 +541,29 @@ bool PovSceneObjects_cls::GetVelocitySlots(const int* slots, std::array<const ui
     return size[0] > 1 && size[1] > 1 && size[2] > 1;
 }
 
+bool PovSceneObjects_cls::VelocityInput(const ConfItemINTARRAY_cls& slotItem, const wchar_t* kind,
+                                        const std::wstring& id, std::array<const uint8_t*, 3>& data, unsigned* size,
+                                        std::wstring& comment) const
+{
+    const int slots[3] = {slotItem.Get(0), slotItem.Get(1), slotItem.Get(2)};
+    if (GetVelocitySlots(slots, data, size))
+        return true;
+    comment = L"// " + std::wstring(kind) + L" " + id +
+              WStrPrintf(": slots %d, %d, %d hold no velocity data of one size; nothing exported\n", slots[0],
+                         slots[1], slots[2]);
+    return false;
+}
+
 std::wstring PovSceneObjects_cls::StreamLineText(PovStreamLine_cls& item, const ItemName& name,
                                                  PovExport_cls::ObjectsText& out)
 {
     auto& data = item.GetData();
-    const int slots[3] = {data.mviSlot.Get(0), data.mviSlot.Get(1), data.mviSlot.Get(2)};
     std::array<const uint8_t*, 3> vel{};
     unsigned n[3];
     const std::wstring id = name.Str();
-    if (!GetVelocitySlots(slots, vel, n))
-        return L"// Streamline " + id +
-               WStrPrintf(": slots %d, %d, %d hold no velocity data of one size; nothing exported\n", slots[0],
-                          slots[1], slots[2]);
+    std::wstring comment;
+    if (!VelocityInput(data.mviSlot, L"Streamline", id, vel, n, comment))
+        return comment;
     const int seeds = std::clamp(data.miSeedNumber.Get(), 1, 4096);
     const double step = std::clamp(static_cast<double>(data.mfStepLength.Get()), 0.05, 8.0);
     const double radius = std::max(0.002, item.GetValue(2));
@@ -614,14 +625,12 @@ std::wstring PovSceneObjects_cls::VelFieldText(PovVelField_cls& item, const Item
                                                PovExport_cls::ObjectsText& out)
 {
     auto& data = item.GetData();
-    const int slots[3] = {data.mviSlot.Get(0), data.mviSlot.Get(1), data.mviSlot.Get(2)};
     std::array<const uint8_t*, 3> vel{};
     unsigned n[3];
     const std::wstring id = name.Str();
-    if (!GetVelocitySlots(slots, vel, n))
-        return L"// VelocityField " + id +
-               WStrPrintf(": slots %d, %d, %d hold no velocity data of one size; nothing exported\n", slots[0],
-                          slots[1], slots[2]);
+    std::wstring comment;
+    if (!VelocityInput(data.mviSlot, L"VelocityField", id, vel, n, comment))
+        return comment;
     const unsigned stride = static_cast<unsigned>(std::clamp(data.miStride.Get(), 1, 1024));
     const double longest = std::max({n[0], n[1], n[2]});
     const double length = std::max(0.0, item.GetValue(1)) * stride / longest;

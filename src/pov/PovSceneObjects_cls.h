@@ -13,6 +13,7 @@
 //
 // Sections: set-up and hooks; frame preparation; data boxes; object text (isosurface,
 // sections, primitives, stream lines and velocity field); fog.
+#include "config/ConfItem_cls.h"
 #include "pov/PovExport_cls.h"
 
 #include <array>
@@ -106,6 +107,10 @@ class PovSceneObjects_cls
     std::wstring StreamLineText(PovStreamLine_cls& item, const ItemName& name, PovExport_cls::ObjectsText& out);
     std::wstring VelFieldText(PovVelField_cls& item, const ItemName& name, PovExport_cls::ObjectsText& out);
     bool GetVelocitySlots(const int* slots, std::array<const uint8_t*, 3>& data, unsigned* size) const;
+    /// The velocity components of the three slots an item names (its slot setting); false with
+    /// the scene comment that says why the item (`kind` `id`) exports nothing.
+    bool VelocityInput(const ConfItemINTARRAY_cls& slotItem, const wchar_t* kind, const std::wstring& id,
+                       std::array<const uint8_t*, 3>& data, unsigned* size, std::wstring& comment) const;
 
     DF3SeqCtrl_cls* mpSlots;
     TimeCtrl_cls* mpClock;
