@@ -292,11 +292,15 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
     if (df3.GetFilePath().empty() || !df3.IsValid() || IsPaused())
         return kIdleNothing;
     // A frame wanted now is brought up on this thread from here on; a frame the processing
-    // worker reads (its own or the neighbour it blends) is not written meanwhile.
-    if (full)
+    // worker reads (its own or the neighbour it blends) is not written meanwhile. An idle step
+    // looks for a few milliseconds whether the run has ended and otherwise leaves the pass:
+    // the window stays free while the chain runs.
+    if (full) {
         WaitProcessing();
-    else
-        WaitProcessingOn(df3);
+    } else if (!PollProcessingOn(df3, TexObjectJobs_cls::kProcessPollWait)) {
+        NoteStage("process");
+        return kIdleStep;
+    }
 
     // 2. The file changed since it was read: forget the contents. Same-size buffers are kept for
     //    the new contents, which are read into them at once below. A frame without buffers has
@@ -732,6 +736,16 @@ void DF3Sequence_cls::WaitProcessing()
 {
     if (mpProcessThread)
         mpProcessThread->Join();
+}
+
+bool DF3Sequence_cls::PollProcessingOn(const DF3_cls& frame, std::chrono::microseconds wait)
+{
+    if (!IsProcessing())
+        return true;
+    const DF3_cls* held = mpProcessThread->GetFrame();
+    if (held != &frame && held->GetNeighbourFrame() != &frame)
+        return true;
+    return PollProcessing(wait);
 }
 
 void DF3Sequence_cls::WaitProcessingOn(const DF3_cls& frame)

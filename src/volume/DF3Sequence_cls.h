@@ -181,6 +181,9 @@ class DF3Sequence_cls
     bool PreviewOutputsHold(int index) const;
     /// Joins the run when it reads `frame` (its frame, or the neighbour it blends).
     void WaitProcessingOn(const DF3_cls& frame);
+    /// Waits at most `wait` for a run that reads `frame` and joins it when it has ended. True
+    /// when no run reads the frame any more.
+    bool PollProcessingOn(const DF3_cls& frame, std::chrono::microseconds wait);
     /// Runs the worker has started (tests check that processing left the calling thread).
     unsigned GetProcessRunCount() const;
     /// What the last loading call did ("header", "body", "axis", "delete", "process",

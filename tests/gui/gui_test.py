@@ -3400,8 +3400,14 @@ def case_settings_roundtrip(binary):
             s = settle(app)
             light = s["scene.light"].split()
             check(light[5:8] != ["1.0000", "1.0000", "1.0000"], "the light kept its white: %r" % s["scene.light"])
-            # The colour was the panel's last undoable edit ("Follow Camera Path" is a view
-            # switch): one Undo brings the white back and leaves position and energy alone.
+            # The panel's last two undoable edits: the light colour, then "Follow Camera Path".
+            # Undo switches the path back first; the next brings the white back and leaves
+            # position and energy alone. Redo walks the same way forward.
+            check(s["undo"].startswith("Undo Follow Camera Path|1"), "the switch is no step: %r" % s["undo"])
+            follow = s["scene.follow"]
+            app.key("ctrl+z")
+            s = app.wait_for(lambda s: s["scene.follow"] != follow, "Undo did not switch Follow Camera Path back")
+            check(s["scene.light"].split() == light, "Undo of the switch changed the light: %r" % s["scene.light"])
             app.key("ctrl+z")
             s = app.wait_for(lambda s: s["scene.light"].split()[5:8] == ["1.0000"] * 3,
                              "Undo did not take the light colour back: %r" % app.state()["scene.light"])
@@ -3409,6 +3415,8 @@ def case_settings_roundtrip(binary):
                   % (s["scene.light"], " ".join(light)))
             app.key("ctrl+y")
             app.wait_for(lambda s: s["scene.light"].split() == light, "Redo did not bring the colour back")
+            app.key("ctrl+y")
+            app.wait_for(lambda s: s["scene.follow"] == follow, "Redo did not switch Follow Camera Path again")
             driver.run("press preview|[+]Shade Settings")
             walked += driver.walk("preview")
             # Each preview setting is an undo step: the last one goes back and comes again.
