@@ -81,7 +81,7 @@ TexObjectGL_cls::~TexObjectGL_cls()
     FreeTextures();
 }
 
-TexObjectGL_cls::Spare3D_cls TexObjectGL_cls::msSpare3D;
+std::vector<TexObjectGL_cls::Spare3D_cls> TexObjectGL_cls::msvSpare3D;
 bool TexObjectGL_cls::msbKeepSpare = false;
 
 void TexObjectGL_cls::FreeTextures()
@@ -93,11 +93,11 @@ void TexObjectGL_cls::FreeTextures()
     }
     if (muTex3D != 0) {
         // Making a large 3D texture is one long driver call (tens of milliseconds for 16 MB in
-        // a software renderer); while a series streams in, frames of one size come and go. One
-        // freed texture is kept, and the next frame of its size and format takes it over.
-        if (msbKeepSpare && msSpare3D.uName == 0 && muBytes != 0) {
-            msSpare3D = {muTex3D, mvSize, muTextureType};
-            SetSpareTextureKB(static_cast<uint32_t>(muBytes / 1024));
+        // a software renderer); while a series streams in, frames of one size come and go. A
+        // few freed textures are kept, and the next frames of their size and format take them.
+        if (msbKeepSpare && msvSpare3D.size() < kMaxSpares && muBytes != 0) {
+            msvSpare3D.push_back({muTex3D, mvSize, muTextureType, muBytes});
+            CountSpares();
         } else {
             glDeleteTextures(1, &muTex3D);
         }
@@ -108,25 +108,49 @@ void TexObjectGL_cls::FreeTextures()
 
 bool TexObjectGL_cls::TakeSpare3D()
 {
-    if (msSpare3D.uName == 0)
+    if (msvSpare3D.empty())
         return false;
-    const bool fits = msSpare3D.vSize == mvSize && msSpare3D.uTextureType == muTextureType;
-    if (fits) {
-        muTex3D = msSpare3D.uName;
-    } else {
-        glDeleteTextures(1, &msSpare3D.uName);
+    // A spare of another size or format will not fit the frames that follow either: the series
+    // changed. Those go.
+    bool taken = false;
+    std::vector<Spare3D_cls> kept;
+    for (const Spare3D_cls& spare : msvSpare3D) {
+        if (!taken && spare.vSize == mvSize && spare.uTextureType == muTextureType) {
+            muTex3D = spare.uName;
+            taken = true;
+        } else if (spare.vSize == mvSize && spare.uTextureType == muTextureType) {
+            kept.push_back(spare);
+        } else {
+            glDeleteTextures(1, &spare.uName);
+        }
     }
-    msSpare3D = {};
-    SetSpareTextureKB(0);
-    return fits;
+    msvSpare3D = std::move(kept);
+    CountSpares();
+    return taken;
 }
 
 void TexObjectGL_cls::DropSpareTexture()
 {
-    if (msSpare3D.uName != 0)
-        glDeleteTextures(1, &msSpare3D.uName);
-    msSpare3D = {};
-    SetSpareTextureKB(0);
+    for (const Spare3D_cls& spare : msvSpare3D)
+        glDeleteTextures(1, &spare.uName);
+    msvSpare3D.clear();
+    CountSpares();
+}
+
+std::vector<GLuint> TexObjectGL_cls::GetSpareTextures()
+{
+    std::vector<GLuint> names;
+    for (const Spare3D_cls& spare : msvSpare3D)
+        names.push_back(spare.uName);
+    return names;
+}
+
+void TexObjectGL_cls::CountSpares()
+{
+    uint64_t bytes = 0;
+    for (const Spare3D_cls& spare : msvSpare3D)
+        bytes += spare.uBytes;
+    SetSpareTextureKB(static_cast<uint32_t>(bytes / 1024));
 }
 
 bool TexObjectGL_cls::Fail(const char* text)

@@ -72,14 +72,17 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     const std::array<uint32_t, 3>& GetSize() const { return mvSize; }
     /// Grows by one every time a bind job completes: names the texture contents.
     uint32_t GetContentSerial() const { return muContentSerial; }
-    /// Frees the 3D texture kept for reuse (GL thread, context current; before the context goes).
+    /// At most this many freed 3D textures are kept for reuse: the release step of a streaming
+    /// series frees textures in pairs now and then, and each one kept is one allocation less.
+    static constexpr size_t kMaxSpares = 2;
+    /// Frees the 3D textures kept for reuse (GL thread, context current; before the context goes).
     static void DropSpareTexture();
-    /// Whether a freed 3D texture is kept for the next frame of its size (off by default: only
-    /// a program with one lasting context, which drops the spare before the context goes, may
-    /// turn it on).
+    /// Whether freed 3D textures are kept for the next frames of their size (off by default:
+    /// only a program with one lasting context, which drops the spares before the context goes,
+    /// may turn it on).
     static void SetKeepSpareTexture(bool keep) { msbKeepSpare = keep; }
-    /// The name of the 3D texture kept for reuse (0: none).
-    static GLuint GetSpareTexture() { return msSpare3D.uName; }
+    /// The names of the 3D textures kept for reuse, oldest first.
+    static std::vector<GLuint> GetSpareTextures();
     /// Text of the last failure (empty when none).
     const std::wstring& GetLastError() const { return mStrError; }
 
@@ -96,6 +99,7 @@ class TexObjectGL_cls : public TexObjectJobs_cls
         GLuint uName = 0;
         std::array<uint32_t, 3> vSize{0, 0, 0};
         unsigned uTextureType = 0;
+        uint64_t uBytes = 0;
     };
     void FreeTextures();
     bool TakeSpare3D();
@@ -120,6 +124,7 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     std::vector<uint8_t> mvTexels;
     TexSlabPlan_cls mCGenPlan;
     TexSlabPlan_cls mCBindPlan;
-    static Spare3D_cls msSpare3D; ///< one freed 3D texture, for the next frame of its size
+    static void CountSpares();
+    static std::vector<Spare3D_cls> msvSpare3D; ///< freed 3D textures, for the next frames of their size
     static bool msbKeepSpare;
 };

@@ -396,6 +396,58 @@ TEST_F(GLRender, TextureMemoryMatchesTheTexturesGLHolds)
     EXPECT_FALSE(mpGL->DrawData()) << "nothing left to draw";
 }
 
+// Freed 3D textures are kept (two at most, counted as texture memory) and taken over by the next
+// frames of their size and format; a change of format drops them.
+TEST_F(GLRender, FreedTexturesAreReusedByFramesOfTheirSize)
+{
+    for (int i = 0; i < 3; ++i)
+        WriteFileBytes(mCDir.File(StrPrintf("seq%04d.df3", i)),
+                       Df3Bytes(kN, [i](int x, int y, int z) { return Ball(x + i, y, z); }));
+    DF3Sequence_cls& seq = mCCtrl.GetSequence(0);
+    ASSERT_EQ(seq.AppendFileSequence(Widen(mCDir.File("seq0000.df3")), true, 0), 3);
+    GetPreviewProperty().SetUse3DTexture(true);
+    TexObjectGL_cls::SetKeepSpareTexture(true);
+    struct KeepOff {
+        ~KeepOff()
+        {
+            TexObjectGL_cls::DropSpareTexture();
+            TexObjectGL_cls::SetKeepSpareTexture(false);
+        }
+    } keepOff;
+    auto name = [&seq](int i) { return static_cast<TexObjectGL_cls*>(seq.GetTexJobs(i))->GetTexture3D(); };
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(mCCtrl.IdleProcessesMainEach(0, i, true, false), DF3Sequence_cls::kIdleNothing) << i;
+    const GLuint a = name(0), b = name(1), c = name(2);
+    ASSERT_TRUE(a != 0 && b != 0 && c != 0);
+    const uint32_t kb = seq.GetTexJobs(0)->GetAllocatedTextureKB();
+
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(seq.GetTexJobs(i)->DeleteTexObjects(true, false));
+    EXPECT_EQ(TexObjectGL_cls::GetSpareTextures(), (std::vector<GLuint>{a, b}));
+    EXPECT_TRUE(glIsTexture(a) && glIsTexture(b));
+    EXPECT_FALSE(glIsTexture(c)) << "a third freed texture goes";
+    EXPECT_EQ(TexObjectJobs_cls::GetSpareTextureKB(), 2 * kb);
+
+    // The next two frames of the size take the spares over; the third allocates.
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(mCCtrl.IdleProcessesMainEach(0, i, true, false), DF3Sequence_cls::kIdleNothing) << i;
+    EXPECT_EQ(name(0), a);
+    EXPECT_EQ(name(1), b);
+    EXPECT_TRUE(TexObjectGL_cls::GetSpareTextures().empty());
+    EXPECT_EQ(TexObjectJobs_cls::GetSpareTextureKB(), 0u);
+    Render();
+    EXPECT_TRUE(mbDrawn) << "the taken-over textures draw";
+
+    // Another texel format: a frame made in it finds no fitting spare and drops the old ones.
+    ASSERT_TRUE(seq.GetTexJobs(2)->DeleteTexObjects(true, false));
+    ASSERT_EQ(TexObjectGL_cls::GetSpareTextures().size(), 1u);
+    GetPreviewProperty().ReadStrLine(L"PreviewTextureType=1");
+    mpGL->RequestTextureRebuild();
+    ASSERT_EQ(mCCtrl.IdleProcessesMainEach(0, 0, true, false), DF3Sequence_cls::kIdleNothing);
+    EXPECT_TRUE(TexObjectGL_cls::GetSpareTextures().empty());
+    EXPECT_EQ(TexObjectJobs_cls::GetSpareTextureKB(), 0u);
+}
+
 TEST_F(GLRender, JobsRunInStepsWithBindProgress)
 {
     Open([](int x, int y, int z) { return Ball(x, y, z); });
