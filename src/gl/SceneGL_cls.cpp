@@ -15,9 +15,8 @@ namespace
 {
 
 // The data's aspect (longest axis spans the box) times the shared box scale, as the slices use.
-std::array<double, 3> ItemScale(const FilterOutput_cls& item, const std::array<double, 3>& boxScale)
+std::array<double, 3> ItemScale(const std::array<unsigned, 3>& size, const std::array<double, 3>& boxScale)
 {
-    const unsigned* size = item.GetDataSize();
     const double longest = std::max({size[0], size[1], size[2], 1u});
     return {boxScale[0] * size[0] / longest, boxScale[1] * size[1] / longest, boxScale[2] * size[2] / longest};
 }
@@ -58,6 +57,12 @@ SceneGL_cls::Entry& SceneGL_cls::EntryFor(const FilterBase_cls* item)
     return *entry;
 }
 
+SceneGL_cls::Entry* SceneGL_cls::HeldEntry(const FilterBase_cls* item)
+{
+    const auto it = mCEntries.find(item);
+    return it != mCEntries.end() && it->second->strTag == item->GetIdTag() ? it->second.get() : nullptr;
+}
+
 void SceneGL_cls::ResetPassCounters()
 {
     mCCounters.miMeshes = 0;
@@ -92,23 +97,34 @@ void SceneGL_cls::DrawIso(const FilterCtrl_cls& chain, const Coloring_cls& color
 {
     for (int i = 0; i < chain.GetItemNum(); ++i) {
         auto* iso = dynamic_cast<PovIsosurface_cls*>(chain.GetPFilterBase(i));
-        if (!iso || !iso->GetPData()->IsValid() || iso->GetBuildCount() == 0)
+        if (!iso || !iso->GetPData()->IsValid())
             continue;
         const float alpha = static_cast<float>(std::clamp(iso->GetAlpha(), 0.0, 1.0));
         if ((alpha >= 1.0f) != opaque || alpha <= 0.0f)
             continue;
-        Entry& entry = EntryFor(iso);
-        if (entry.iBuild != iso->GetBuildCount()) {
-            entry.iBuild = iso->GetBuildCount();
-            if (iso->IsMeshValid())
-                entry.CMesh.SetMesh(iso->GetMesh(), iso->GetDataSize());
-            else
-                entry.CMesh.Clear();
-            ++mCCounters.miUploads;
+        Entry* held = nullptr;
+        if (mbItemsBusy) {
+            held = HeldEntry(iso);
+            if (held == nullptr || held->iBuild < 0)
+                continue;
+        } else {
+            if (iso->GetBuildCount() == 0)
+                continue;
+            held = &EntryFor(iso);
+            if (held->iBuild != iso->GetBuildCount()) {
+                held->iBuild = iso->GetBuildCount();
+                if (iso->IsMeshValid())
+                    held->CMesh.SetMesh(iso->GetMesh(), iso->GetDataSize());
+                else
+                    held->CMesh.Clear();
+                std::copy(iso->GetDataSize(), iso->GetDataSize() + 3, held->vSize.begin());
+                ++mCCounters.miUploads;
+            }
         }
+        Entry& entry = *held;
         float rgb[3];
         IsoColour(*iso, coloring, colorIndex, rgb);
-        const std::array<double, 3> scale = ItemScale(*iso, boxScale);
+        const std::array<double, 3> scale = ItemScale(entry.vSize, boxScale);
         if (entry.CMesh.Draw(rgb, alpha, scale.data())) {
             ++mCCounters.miMeshes;
             mCCounters.muTriangles += entry.CMesh.GetTriangleCount();
@@ -128,7 +144,7 @@ void SceneGL_cls::DrawSections(const FilterCtrl_cls& chain, const Coloring_cls& 
         if ((!cross && !three) || !base->GetPData()->IsValid())
             continue;
         const FilterOutput_cls& out = cross ? static_cast<const FilterOutput_cls&>(*cross) : *three;
-        if (out.GetDataCopy().empty())
+        if (!mbItemsBusy && out.GetDataCopy().empty())
             continue;
         // The item's own colour choice; 0 means "as the slot".
         const int index = cross ? cross->GetData().miColorIndex.Get() : three->GetData().miColorIndex.Get();
@@ -140,13 +156,26 @@ void SceneGL_cls::DrawSections(const FilterCtrl_cls& chain, const Coloring_cls& 
         // Values: the layers, then emboss, alpha and threshold.
         const double alpha = cross ? cross->GetValue(2) : three->GetValue(4);
         const double crit = cross ? cross->GetValue(3) : three->GetValue(5);
-        Entry& entry = EntryFor(base);
-        const std::array<double, 3> scale = ItemScale(out, boxScale);
+        Entry* held = mbItemsBusy ? HeldEntry(base) : &EntryFor(base);
+        if (held == nullptr)
+            continue;
+        Entry& entry = *held;
+        if (!mbItemsBusy)
+            std::copy(out.GetDataSize(), out.GetDataSize() + 3, entry.vSize.begin());
+        const std::array<double, 3> scale = ItemScale(entry.vSize, boxScale);
         for (int axis = 0; axis < 3; ++axis) {
             if (cross && axis != cross->GetData().miAxis.Get())
                 continue;
             if (three && !three->GetData().mvbShow.Get(axis))
                 continue;
+            const size_t a = static_cast<size_t>(axis);
+            if (mbItemsBusy) {
+                // The plane baked before, where it was.
+                if (!entry.vSectionKey[a].empty() &&
+                    entry.vSection[a].Draw(axis, entry.vSectionLayer[a], entry.vSize[a], scale.data()))
+                    ++mCCounters.miSections;
+                continue;
+            }
             const double layer = cross ? cross->GetValue(0) : three->GetValue(axis);
             const unsigned n = out.GetDataSize()[axis];
             const unsigned k = SectionGL_cls::LayerIndex(layer, n);
@@ -162,6 +191,7 @@ void SceneGL_cls::DrawSections(const FilterCtrl_cls& chain, const Coloring_cls& 
                 section.SetPlane(plane, w, h, coloring, useIndex, static_cast<float>(alpha), static_cast<float>(crit));
                 entry.vSectionKey[static_cast<size_t>(axis)] = key;
             }
+            entry.vSectionLayer[a] = k;
             if (section.Draw(axis, k, n, scale.data()))
                 ++mCCounters.miSections;
         }

@@ -8,6 +8,9 @@
 // Order in a paint: DrawOpaque before the volume (opaque surfaces write depth and hide the slices
 // behind them), DrawTranslucent after it (translucent surfaces and planes over the slices).
 //
+// While the slot's worker runs the chain (SetItemsBusy), the items' results are being written:
+// the views then draw the copies uploaded before, and nothing of the items' results is read.
+//
 // Everything runs on the thread that owns the GL context, with the context current.
 #include "gl/IsoMeshGL_cls.h"
 #include "gl/SectionGL_cls.h"
@@ -45,6 +48,9 @@ class SceneGL_cls
     /// Draws the translucent isosurfaces and the section planes of `chain`.
     void DrawTranslucent(const FilterCtrl_cls& chain, const Coloring_cls& coloring, int colorIndex,
                          const std::array<double, 3>& boxScale);
+    /// Whether the slot's worker is running the chain: the next draws use only the copies
+    /// uploaded before (meshes, section planes, the data size they were made for).
+    void SetItemsBusy(bool busy) { mbItemsBusy = busy; }
     /// Drops the copies of items that are gone (and their GL objects).
     void Prune(const FilterCtrl_cls& chain);
     /// Drops every copy (data closed, context going away).
@@ -63,8 +69,12 @@ class SceneGL_cls
         IsoMeshGL_cls CMesh;
         std::array<SectionGL_cls, 3> vSection;
         std::array<std::wstring, 3> vSectionKey; ///< what the section texels were baked from
+        std::array<unsigned, 3> vSectionLayer{0, 0, 0}; ///< the voxel plane each section shows
+        std::array<unsigned, 3> vSize{0, 0, 0};         ///< data size of the copies held
     };
     Entry& EntryFor(const FilterBase_cls* item);
+    /// The entry of item when one is held for it (busy draws create none).
+    Entry* HeldEntry(const FilterBase_cls* item);
     void DrawIso(const FilterCtrl_cls& chain, const Coloring_cls& coloring, int colorIndex,
                  const std::array<double, 3>& boxScale, bool opaque);
     void DrawSections(const FilterCtrl_cls& chain, const Coloring_cls& coloring, int colorIndex,
@@ -72,4 +82,5 @@ class SceneGL_cls
 
     std::map<const FilterBase_cls*, std::unique_ptr<Entry>> mCEntries;
     Counters mCCounters;
+    bool mbItemsBusy = false;
 };

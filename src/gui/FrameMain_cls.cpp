@@ -646,6 +646,7 @@ void FrameMain_cls::BuildControlPanel()
     book->AddPage(mpFilterPanels, TrW("Filter Chain"));
     ScenePanelGUI_cls::Links links;
     links.mActiveChain = [this] { return &mpMain->GetSeqCtrl().GetActiveSequence().GetFilterCtrl(); };
+    links.mActiveChainBusy = [this] { return mpMain->GetSeqCtrl().GetActiveSequence().IsProcessing(); };
     links.mpLights = &mpMain->GetPovExport().GetLights();
     links.mpCameraPath = &mpMain->GetCameraPath();
     links.mActiveViewCamera = [this]() -> const Camera_cls& { return GetViewCtrl(miActiveView).GetCamera(); };
@@ -1042,6 +1043,7 @@ void FrameMain_cls::DrawVolumes()
         // Opaque surfaces first: they write depth and hide the slices behind them; translucent
         // surfaces and the section planes blend over the slices afterwards.
         scene.ResetPassCounters();
+        scene.SetItemsBusy(sequence.IsProcessing());
         scene.Prune(chain);
         scene.DrawOpaque(chain, mpMain->GetColoring(), gl.GetColorIndex(), DF3GL_cls::GetBoxScale());
         // The frame before may stand in while the current one is still being uploaded; only
@@ -1184,6 +1186,8 @@ void FrameMain_cls::ExportIsosurface(PovIsosurface_cls* iso)
 {
     if (iso == nullptr)
         return;
+    // The mesh is the one of the last run through the chain; a run still going writes it.
+    mpMain->GetSeqCtrl().WaitProcessingAll();
     const std::wstring folder =
         mStrLastDataPath.empty() ? std::wstring() : std::filesystem::path(mStrLastDataPath).parent_path().wstring();
     IsosurfaceExportGUI_cls::ShowAndExport(this, *iso, mpPrompt.get(), folder);
@@ -2440,7 +2444,8 @@ void FrameMain_cls::WriteStateReport()
         text += L"\n";
         // Its text form as a project would hold it, one line per "|". Writing it touches the
         // items (the tag is blanked meanwhile), so not while a chain run reads them.
-        std::wstring form = mpFilterThread->IsRunning() ? L"(running)" : chain.SerializeConf();
+        const bool running = mpFilterThread->IsRunning() || mpMain->GetSeqCtrl().GetActiveSequence().IsProcessing();
+        std::wstring form = running ? L"(running)" : chain.SerializeConf();
         std::replace(form.begin(), form.end(), L'\n', L'|');
         text += L"chain_text=" + form + L"\n";
     }

@@ -279,11 +279,15 @@ void ScenePanelGUI_cls::UpdateFromModel()
 
 std::wstring ScenePanelGUI_cls::DescribeWidgets() const
 {
-    std::wstring text = WStrPrintf("scene.iso=%u", mpIsoChoice->GetCount());
-    if (const PovIsosurface_cls* iso = GetChosenIso())
-        text += WStrPrintf(" %.4f %.4f %d %zu", iso->GetCritical(), iso->GetAlpha(), iso->GetBuildCount(),
-                           iso->GetMesh().GetFaceNumberOptFull());
-    text += L"\n";
+    // The mesh is read only while no run writes it; meanwhile the line stays as it was.
+    if (!mCLinks.mActiveChainBusy || !mCLinks.mActiveChainBusy()) {
+        mStrIsoState = WStrPrintf("scene.iso=%u", mpIsoChoice->GetCount());
+        if (const PovIsosurface_cls* iso = GetChosenIso())
+            mStrIsoState += WStrPrintf(" %.4f %.4f %d %zu", iso->GetCritical(), iso->GetAlpha(), iso->GetBuildCount(),
+                                       iso->GetMesh().GetFaceNumberOptFull());
+        mStrIsoState += L"\n";
+    }
+    std::wstring text = mStrIsoState;
     text += WStrPrintf("scene.lights=%u", mpLightList->GetCount());
     if (LightSRC_cls* lights = mCLinks.mpLights)
         for (size_t i = 0; i < lights->GetCount(); ++i)

@@ -29,6 +29,7 @@ class ScenePanelGUI_cls : public wxPanel
     /// What the panel works on; the pointers are not owned and outlive the panel.
     struct Links {
         std::function<FilterCtrl_cls*()> mActiveChain; ///< the active slot's chain
+        std::function<bool()> mActiveChainBusy;        ///< its worker writes the items' results
         LightSRC_cls* mpLights = nullptr;
         CameraPathCtrl_cls* mpCameraPath = nullptr;
         std::function<const Camera_cls&()> mActiveViewCamera; ///< the camera a new path camera copies
@@ -83,4 +84,5 @@ class ScenePanelGUI_cls : public wxPanel
     wxCheckBox* mpFollow = nullptr;
     wxButton* mpCustomColor = nullptr;
     bool mbUpdating = false;
+    mutable std::wstring mStrIsoState; ///< the "scene.iso" line as last read
 };

@@ -352,9 +352,17 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
         return kIdleNothing;
 
     TexObjectJobs_cls& tex = *frame.pTex;
-    if (outputs && tex.IsTexObjectGenFinished() && !PreviewOutputsHold(index)) {
-        NoteStage("delete");
-        tex.DeleteTexObjects(true, IsCurrentFrame(index));
+    if (outputs && tex.IsTexObjectGenFinished()) {
+        // The items are read only once no run writes them.
+        if (!full && !PollProcessing(TexObjectJobs_cls::kProcessPollWait)) {
+            NoteStage("process");
+            return kIdleStep;
+        }
+        WaitProcessing();
+        if (!PreviewOutputsHold(index)) {
+            NoteStage("delete");
+            tex.DeleteTexObjects(true, IsCurrentFrame(index));
+        }
     }
     // 7. Textures made from older contents (or of the other texture kind) go first.
     const bool otherKind = tex.HasTexObjects() && tex.Is3DTexture() != Is3DTexturePreview();
@@ -687,14 +695,9 @@ bool DF3Sequence_cls::StartProcessing(DF3_cls& frame)
         return false;
     if (!mpProcessThread)
         mpProcessThread = std::make_unique<ThreadProcessFrame>();
-    if (!mpProcessThread->Start(&frame, job))
-        return false;
-    // Isosurface and section items hand their results to the preview, which reads them while
-    // it draws: with such items in the chain the run is awaited here, still off this thread's
-    // own stack but never beside the drawing.
-    if (HasPreviewOutputItems())
-        WaitProcessing();
-    return true;
+    // Isosurface and section items write their results while the run goes on; the preview
+    // draws the copies it uploaded before until the run has been joined (IsProcessing).
+    return mpProcessThread->Start(&frame, job);
 }
 
 bool DF3Sequence_cls::HasPreviewOutputItems() const

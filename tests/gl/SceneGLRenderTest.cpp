@@ -156,6 +156,46 @@ TEST_F(SceneRender, MeshIsUploadedOncePerExtraction)
     EXPECT_EQ(mCScene.GetCounters().miUploads, 2);
 }
 
+// While the chain's worker writes the items' results the views draw the copies uploaded before:
+// the old mesh and plane in the same pixels, even when the items already hold other results, and
+// nothing for an item that was never uploaded. Once the run is joined the new results show.
+TEST_F(SceneRender, BusyItemsDrawTheCopiesUploadedBefore)
+{
+    const std::vector<unsigned char> big = Ball(14.0), small = Ball(7.0);
+    PovIsosurface_cls* iso = AddIso(big, 0.3);
+    auto item = std::make_unique<PovCrossSection_cls>(&Chain());
+    PovCrossSection_cls* cross = item.get();
+    Chain().AddToList(-1, std::move(item));
+    cross->GetData().miColorIndex.Set(0);
+    cross->SetParam(2, 0.5); // half transparent: the surface shows through
+    cross->RefreshFilter(big.data(), mvSize);
+    const std::vector<uint8_t> before = RenderScene();
+    const size_t triangles = mCScene.GetCounters().muTriangles;
+    ASSERT_GT(triangles, 0u);
+    ASSERT_EQ(mCScene.GetCounters().miSections, 1);
+
+    // The "worker" replaces the results; a busy draw still shows the old ones.
+    iso->RefreshFilter(small.data(), mvSize);
+    cross->RefreshFilter(small.data(), mvSize);
+    mCScene.SetItemsBusy(true);
+    EXPECT_EQ(RenderScene(), before);
+    EXPECT_EQ(mCScene.GetCounters().muTriangles, triangles);
+    EXPECT_EQ(mCScene.GetCounters().miSections, 1);
+    EXPECT_EQ(mCScene.GetCounters().miUploads, 1);
+
+    // An item added meanwhile has nothing uploaded yet: it waits for the run.
+    PovIsosurface_cls* late = AddIso(big, 0.5);
+    RenderScene();
+    EXPECT_EQ(mCScene.GetCounters().miMeshes, 1);
+    late->GetPData()->SetValid(false);
+
+    mCScene.SetItemsBusy(false);
+    const std::vector<uint8_t> after = RenderScene();
+    EXPECT_NE(after, before);
+    EXPECT_LT(mCScene.GetCounters().muTriangles, triangles) << "the smaller ball's surface";
+    EXPECT_EQ(mCScene.GetCounters().miUploads, 2);
+}
+
 TEST_F(SceneRender, SurfaceTakesTheColourMapAtItsLevelTimesItsOwnColour)
 {
     const std::vector<unsigned char> data = Ball(14.0);
