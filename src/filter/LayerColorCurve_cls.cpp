@@ -48,7 +48,9 @@ void LayerColorCurve_cls::UpdateParameters(double time)
     mvPoint.clear();
     for (int i = 0; i < mCPoints.GetItemNumber(); ++i) {
         const double* v = mCPoints.GetPItem(i)->GetPInterpolatedValue(time);
-        mvPoint.emplace_back(v[0], v[1]);
+        // A point at infinity (a key read as "1e999") has no place on the curve: left out.
+        if (std::isfinite(v[0]) && std::isfinite(v[1]))
+            mvPoint.emplace_back(v[0], v[1]);
     }
 }
 
@@ -84,7 +86,10 @@ double LayerColorCurve_cls::GetCurveValue(double x) const
     double t = (x - x0) / (x1 - x0);
     if (mCData.miInterpolation.Get() == 1)
         t = t * t * (3.0 - 2.0 * t);
-    return y0 + (y1 - y0) * t;
+    const double y = y0 + (y1 - y0) * t;
+    // Outputs far apart overflow the difference; the weighted sum of two finite values never
+    // becomes NaN (at worst an infinity, which the table clamps).
+    return std::isnan(y) ? y0 * (1.0 - t) + y1 * t : y;
 }
 
 void LayerColorCurve_cls::MakeTable(unsigned char* table) const

@@ -205,6 +205,37 @@ TEST(LayerColorCurve, KeyedPointsMoveWithTimeAndTheTextComesBack)
     GetUndoManager().Clear();
 }
 
+// Keys read from a damaged project can be infinite ("1e3085") or so far apart that their
+// difference overflows: such points are left out, and the table never sees a NaN.
+TEST(LayerColorCurve, PointsAtInfinityOrFarApartGiveAValidTable)
+{
+    LayerColorCurve_cls f;
+    const std::wstring text = L"--MultiParameter:DensityCurvePoints\nMultiParamItemNum=3\n"
+                              L"Parameter_DensityCurvePoints\ndimension 2\ntimeDepend 0\nitemnum 1\n"
+                              L"0 2 1 0 0 0 0 0 0\n"
+                              L"Parameter_DensityCurvePoints\ndimension 2\ntimeDepend 0\nitemnum 1\n"
+                              L"0 2 1 1e3085 1e3085 0 0 0 0\n"
+                              L"Parameter_DensityCurvePoints\ndimension 2\ntimeDepend 0\nitemnum 1\n"
+                              L"0 2 1 1 1 0 0 0 0\n--END\n";
+    LineStream_cls stream(text);
+    std::wstring line;
+    ASSERT_TRUE(stream.GetLine(line) && f.ReadStrLine(stream, line));
+    ASSERT_EQ(f.GetPoints().GetItemNumber(), 3);
+    EXPECT_DOUBLE_EQ(f.GetCurveValue(0.25), 0.25) << "the infinite point is left out";
+
+    // Finite outputs 3.4e308 apart: their difference is infinite, and at the segment's own start
+    // (t = 0) infinity times zero would be NaN.
+    f.SetPoints({{0.0, 0.0}, {128 / 255.0, -1.7e308}, {1.0, 1.7e308}});
+    EXPECT_EQ(f.GetCurveValue(128 / 255.0), -1.7e308);
+    f.GetData().miInterpolation.Set(1);
+    unsigned char table[256];
+    f.MakeTable(table);
+    for (int k = 0; k < 256; ++k)
+        ASSERT_FALSE(std::isnan(f.GetCurveValue(k / 255.0))) << k;
+    EXPECT_EQ(table[0], 0);
+    EXPECT_EQ(table[255], 255);
+}
+
 // ---- inverse diffusion ----
 
 TEST(InvDiffuse, MatchesReferenceForEveryVolumeAndThreadCount)
