@@ -115,13 +115,13 @@ bool TexObjectGL_cls::TakeSpare3D()
     bool taken = false;
     std::vector<Spare3D_cls> kept;
     for (const Spare3D_cls& spare : msvSpare3D) {
-        if (!taken && spare.vSize == mvSize && spare.uTextureType == muTextureType) {
-            muTex3D = spare.uName;
-            taken = true;
-        } else if (spare.vSize == mvSize && spare.uTextureType == muTextureType) {
+        if (spare.vSize != mvSize || spare.uTextureType != muTextureType) {
+            glDeleteTextures(1, &spare.uName);
+        } else if (taken) {
             kept.push_back(spare);
         } else {
-            glDeleteTextures(1, &spare.uName);
+            muTex3D = spare.uName;
+            taken = true;
         }
     }
     msvSpare3D = std::move(kept);

@@ -354,11 +354,11 @@ int DF3Sequence_cls::IdleProcessesMain(int index, bool full, bool skipTexture)
     TexObjectJobs_cls& tex = *frame.pTex;
     if (outputs && tex.IsTexObjectGenFinished()) {
         // The items are read only once no run writes them.
+        // (A full step has joined every run above.)
         if (!full && !PollProcessing(TexObjectJobs_cls::kProcessPollWait)) {
             NoteStage("process");
             return kIdleStep;
         }
-        WaitProcessing();
         if (!PreviewOutputsHold(index)) {
             NoteStage("delete");
             tex.DeleteTexObjects(true, IsCurrentFrame(index));
@@ -741,22 +741,22 @@ void DF3Sequence_cls::WaitProcessing()
         mpProcessThread->Join();
 }
 
-bool DF3Sequence_cls::PollProcessingOn(const DF3_cls& frame, std::chrono::microseconds wait)
+bool DF3Sequence_cls::RunReads(const DF3_cls& frame) const
 {
     if (!IsProcessing())
-        return true;
+        return false;
     const DF3_cls* held = mpProcessThread->GetFrame();
-    if (held != &frame && held->GetNeighbourFrame() != &frame)
-        return true;
-    return PollProcessing(wait);
+    return held == &frame || held->GetNeighbourFrame() == &frame;
+}
+
+bool DF3Sequence_cls::PollProcessingOn(const DF3_cls& frame, std::chrono::microseconds wait)
+{
+    return !RunReads(frame) || PollProcessing(wait);
 }
 
 void DF3Sequence_cls::WaitProcessingOn(const DF3_cls& frame)
 {
-    if (!IsProcessing())
-        return;
-    const DF3_cls* held = mpProcessThread->GetFrame();
-    if (held == &frame || held->GetNeighbourFrame() == &frame)
+    if (RunReads(frame))
         WaitProcessing();
 }
 

@@ -201,6 +201,8 @@ class DF3Sequence_cls
 
   private:
     struct Frame_cls;
+    /// Whether a run not yet joined reads `frame` (its frame, or the neighbour it blends).
+    bool RunReads(const DF3_cls& frame) const;
     int CurrentIndex() const { return GetRemappedIndex(-1); }
     bool IsPaused() const;
     bool IsPrefetchOn() const;
