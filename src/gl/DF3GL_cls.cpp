@@ -270,17 +270,6 @@ const TexObjectGL_cls* DF3GL_cls::GetDrawTexObject() const
     return mpDrawTex != nullptr ? mpDrawTex : GetCurrentTexObject();
 }
 
-bool DF3GL_cls::Bind3DTexture() const
-{
-    const TexObjectGL_cls* tex = GetDrawTexObject();
-    if (!tex || tex->GetTexture3D() == 0)
-        return false;
-    glDisable(GL_TEXTURE_2D);
-    glEnable(GL_TEXTURE_3D);
-    glBindTexture(GL_TEXTURE_3D, tex->GetTexture3D());
-    return true;
-}
-
 int DF3GL_cls::GetLayerStep(int axis) const
 {
     const DF3SeqCtrl_cls* ctrl = mpSequence->GetCtrl();
@@ -450,8 +439,11 @@ bool DF3GL_cls::DrawBox(const TexObjectGL_cls& tex, const DF3_cls& /*frame*/, co
 
     float colour[3], complement[3];
     GetCurrentColour(colour, complement);
-    if (!Bind3DTexture())
+    const std::vector<TexBrickGL> bricks = tex.GetDrawBricks();
+    if (bricks.empty())
         return false;
+    glDisable(GL_TEXTURE_2D);
+    glEnable(GL_TEXTURE_3D);
     if (preview.GetPreviewType3D() == 1) {
         const int n = preview.GetNQuality();
         // A direction of length 2 makes the spacing 1/n: n slices span the unit cube along the
@@ -461,9 +453,9 @@ bool DF3GL_cls::DrawBox(const TexObjectGL_cls& tex, const DF3_cls& /*frame*/, co
         // Opacity per slice follows the slice density: with more slices than voxels along the
         // view each slice takes its share, so the picture keeps its brightness at any quality.
         const float perSlice = alpha * std::min(1.0f, static_cast<float>(size[static_cast<size_t>(major)]) / n);
-        return Draw3DTexBoxA_cls::DrawAllSlice({0.0, 0.0, 0.0}, colour, complement, perSlice, flags) > 0;
+        return Draw3DTexBoxA_cls::DrawAllSlice({0.0, 0.0, 0.0}, bricks, colour, complement, perSlice, flags) > 0;
     }
     return Draw3DTexBoxB_cls::DrawSlice3D(axis, static_cast<int>(size[static_cast<size_t>(axis)]), fromLow,
-                                          clipMin.data(), clipMax.data(), GetLayerStep(axis), colour, complement, alpha,
-                                          flags) > 0;
+                                          clipMin.data(), clipMax.data(), GetLayerStep(axis), bricks, colour, complement,
+                                          alpha, flags) > 0;
 }

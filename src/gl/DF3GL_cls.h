@@ -144,8 +144,6 @@ class DF3GL_cls
     /// own aspect (its sizes divided by the largest). Default 1, 1, 1.
     static void SetBoxScale(double x, double y, double z);
     static const std::array<double, 3>& GetBoxScale() { return msBoxScale; }
-    /// Binds the current frame's 3D texture and enables 3D texturing. False without one.
-    bool Bind3DTexture() const;
     /// Lattice slices across `axis` from 2D textures, farthest first (fromLow: the low end is
     /// far), in the box [clipMin, clipMax]; every DownSizeLayer-th slice. Returns slices drawn.
     int DrawSlice(int axis, bool fromLow, const double clipMin[3], const double clipMax[3], float alpha,

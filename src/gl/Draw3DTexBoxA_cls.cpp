@@ -32,12 +32,39 @@ void Draw3DTexBoxA_cls::DrawSingleSlice(const SlicePolygon& slice, const Vec3d& 
     glEnd();
 }
 
-int Draw3DTexBoxA_cls::DrawAllSlice(const Vec3d& centre, const float colour[3], const float complement[3], float alpha,
-                                    unsigned flags)
+void Draw3DTexBoxA_cls::DrawBrickedSlice(const SlicePolygon& slice, const Vec3d& centre,
+                                         const std::vector<TexBrickGL>& bricks)
+{
+    if (bricks.size() == 1) {
+        glBindTexture(GL_TEXTURE_3D, bricks.front().uName);
+        DrawSingleSlice(slice, centre);
+        return;
+    }
+    SlicePolygon piece;
+    for (const TexBrickGL& brick : bricks) {
+        // The brick's z range in drawing coordinates: the texture coordinate is p + 0.5 - centre.
+        const double offset = centre[2] - 0.5;
+        if (!SliceGeometry_cls::ClipToSlab(slice, 2, brick.dFirst + offset, brick.dEnd + offset, piece))
+            continue;
+        glBindTexture(GL_TEXTURE_3D, brick.uName);
+        glMatrixMode(GL_TEXTURE);
+        glLoadIdentity();
+        glTranslated(0.0, 0.0, brick.dROffset);
+        glScaled(1.0, 1.0, brick.dRScale);
+        glMatrixMode(GL_MODELVIEW);
+        DrawSingleSlice(piece, centre);
+    }
+    glMatrixMode(GL_TEXTURE);
+    glLoadIdentity();
+    glMatrixMode(GL_MODELVIEW);
+}
+
+int Draw3DTexBoxA_cls::DrawAllSlice(const Vec3d& centre, const std::vector<TexBrickGL>& bricks, const float colour[3],
+                                    const float complement[3], float alpha, unsigned flags)
 {
     int drawn = 0;
     for (const SlicePolygon& slice : msSlices) {
-        DF3GL_cls::DrawPasses([&] { DrawSingleSlice(slice, centre); }, colour, complement, alpha, flags);
+        DF3GL_cls::DrawPasses([&] { DrawBrickedSlice(slice, centre, bricks); }, colour, complement, alpha, flags);
         ++drawn;
     }
     return drawn;

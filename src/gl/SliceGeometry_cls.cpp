@@ -168,3 +168,58 @@ bool SliceGeometry_cls::ComplementColour(const std::array<float, 3>& c, std::arr
         complement[static_cast<size_t>(i)] = static_cast<float>(d[i] / dl * len);
     return true;
 }
+
+namespace
+{
+/// Where the edge a-b crosses the plane p[axis] = c (strictly between its ends), reckoned from
+/// the end with the lower coordinate so that the answer does not depend on the edge's direction.
+Vec3d Crossing(const Vec3d& a, const Vec3d& b, size_t axis, double c)
+{
+    const Vec3d& lo = a[axis] < b[axis] ? a : b;
+    const Vec3d& hi = a[axis] < b[axis] ? b : a;
+    const double f = (c - lo[axis]) / (hi[axis] - lo[axis]);
+    Vec3d p{};
+    for (size_t k = 0; k < 3; ++k)
+        p[k] = lo[k] + (hi[k] - lo[k]) * f;
+    p[axis] = c;
+    return p;
+}
+} // namespace
+
+bool SliceGeometry_cls::ClipToSlab(const SlicePolygon& slice, int axis, double lo, double hi, SlicePolygon& piece)
+{
+    piece.clear();
+    if (axis < 0 || axis > 2 || !(lo <= hi))
+        return false;
+    const size_t a = static_cast<size_t>(axis);
+    const size_t n = slice.size();
+    if (n < 3)
+        return false;
+    // A slice that lies in one plane across the axis belongs to one slab only: on a seam, to the
+    // slab above it.
+    const auto [low, high] = std::minmax_element(slice.begin(), slice.end(),
+                                                 [a](const Vec3d& p, const Vec3d& q) { return p[a] < q[a]; });
+    if ((*low)[a] == (*high)[a]) {
+        if (!(lo <= (*low)[a] && (*low)[a] < hi))
+            return false;
+        piece = slice;
+        return true;
+    }
+    for (size_t i = 0; i < n; ++i) {
+        const Vec3d& p = slice[i];
+        const Vec3d& q = slice[(i + 1) % n];
+        if (p[a] >= lo && p[a] <= hi)
+            piece.push_back(p);
+        // The edge's crossings of the slab's planes, in the order the edge meets them.
+        const bool up = q[a] > p[a];
+        const double first = up ? lo : hi, second = up ? hi : lo;
+        for (double c : {first, second})
+            if ((p[a] < c && c < q[a]) || (q[a] < c && c < p[a]))
+                piece.push_back(Crossing(p, q, a, c));
+    }
+    if (piece.size() < 3) {
+        piece.clear();
+        return false;
+    }
+    return true;
+}

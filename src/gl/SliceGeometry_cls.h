@@ -50,6 +50,13 @@ class SliceGeometry_cls
     /// counter-clockwise as seen looking along unitNormal; empty when the plane misses the box
     /// or only touches it in a point or an edge.
     static SlicePolygon CalcSingleSlice(const Vec3d& unitNormal, double offset, const Vec3d& lo, const Vec3d& hi);
+    /// The part of the convex polygon `slice` with lo <= p[axis] <= hi into `piece` (cleared
+    /// first), in the outline's order. A point where an edge crosses lo or hi is reckoned from
+    /// the edge's own ends, the lower one first, and lies exactly on the plane, so two slabs
+    /// that meet at a plane give their pieces the same seam vertices. A slice lying in one
+    /// plane across the axis goes whole to the slab with lo <= plane < hi. False (and an empty
+    /// piece) when nothing with an area is left.
+    static bool ClipToSlab(const SlicePolygon& slice, int axis, double lo, double hi, SlicePolygon& piece);
     /// The 3D texture coordinate of a slice vertex: p + 0.5 - centre, per component.
     static Vec3d TexCoord(const Vec3d& p, const Vec3d& centre)
     {

@@ -83,6 +83,7 @@ TexObjectGL_cls::~TexObjectGL_cls()
 
 std::vector<TexObjectGL_cls::Spare3D_cls> TexObjectGL_cls::msvSpare3D;
 bool TexObjectGL_cls::msbKeepSpare = false;
+uint64_t TexObjectGL_cls::msuBrickBytes = TexObjectGL_cls::kBrickBytes;
 
 void TexObjectGL_cls::FreeTextures()
 {
@@ -91,18 +92,19 @@ void TexObjectGL_cls::FreeTextures()
             glDeleteTextures(static_cast<GLsizei>(names.size()), names.data());
         names.clear();
     }
-    if (muTex3D != 0) {
-        // Making a large 3D texture is one long driver call (tens of milliseconds for 16 MB in
-        // a software renderer); while a series streams in, frames of one size come and go. A
-        // few freed textures are kept, and the next frames of their size and format take them.
-        if (msbKeepSpare && msvSpare3D.size() < kMaxSpares && muBytes != 0) {
-            msvSpare3D.push_back({muTex3D, mvSize, muTextureType, muBytes});
+    if (!mvTex3D.empty()) {
+        // Making a large 3D texture takes the driver tens of milliseconds (a software renderer
+        // clears fresh memory for it); while a series streams in, frames of one size come and
+        // go. A few freed textures are kept whole, and the next frames of their size and format
+        // take them.
+        if (msbKeepSpare && msvSpare3D.size() < kMaxSpares && muBytes != 0 && mvTex3D.size() == mvBricks.size()) {
+            msvSpare3D.push_back({mvTex3D, mvSize, muTextureType, muBytes});
             CountSpares();
         } else {
-            glDeleteTextures(1, &muTex3D);
+            glDeleteTextures(static_cast<GLsizei>(mvTex3D.size()), mvTex3D.data());
         }
     }
-    muTex3D = 0;
+    mvTex3D.clear();
     muBytes = 0;
 }
 
@@ -114,13 +116,14 @@ bool TexObjectGL_cls::TakeSpare3D()
     // changed. Those go.
     bool taken = false;
     std::vector<Spare3D_cls> kept;
-    for (const Spare3D_cls& spare : msvSpare3D) {
-        if (spare.vSize != mvSize || spare.uTextureType != muTextureType) {
-            glDeleteTextures(1, &spare.uName);
+    for (Spare3D_cls& spare : msvSpare3D) {
+        if (spare.vSize != mvSize || spare.uTextureType != muTextureType || spare.vNames.size() != mvBricks.size()) {
+            glDeleteTextures(static_cast<GLsizei>(spare.vNames.size()), spare.vNames.data());
         } else if (taken) {
-            kept.push_back(spare);
+            kept.push_back(std::move(spare));
         } else {
-            muTex3D = spare.uName;
+            mvTex3D = std::move(spare.vNames);
+            muBytes = spare.uBytes;
             taken = true;
         }
     }
@@ -132,7 +135,7 @@ bool TexObjectGL_cls::TakeSpare3D()
 void TexObjectGL_cls::DropSpareTexture()
 {
     for (const Spare3D_cls& spare : msvSpare3D)
-        glDeleteTextures(1, &spare.uName);
+        glDeleteTextures(static_cast<GLsizei>(spare.vNames.size()), spare.vNames.data());
     msvSpare3D.clear();
     CountSpares();
 }
@@ -141,7 +144,7 @@ std::vector<GLuint> TexObjectGL_cls::GetSpareTextures()
 {
     std::vector<GLuint> names;
     for (const Spare3D_cls& spare : msvSpare3D)
-        names.push_back(spare.uName);
+        names.insert(names.end(), spare.vNames.begin(), spare.vNames.end());
     return names;
 }
 
@@ -151,6 +154,29 @@ void TexObjectGL_cls::CountSpares()
     for (const Spare3D_cls& spare : msvSpare3D)
         bytes += spare.uBytes;
     SetSpareTextureKB(static_cast<uint32_t>(bytes / 1024));
+}
+
+std::vector<TexBrickGL> TexObjectGL_cls::GetDrawBricks() const
+{
+    std::vector<TexBrickGL> bricks;
+    if (mvTex3D.empty() || mvTex3D.size() != mvBricks.size())
+        return bricks;
+    const double depth = mvSize[2];
+    for (size_t k = 0; k < mvBricks.size(); ++k) {
+        const TexSlabPlan_cls::Brick& b = mvBricks[k];
+        TexBrickGL d;
+        d.uName = mvTex3D[k];
+        // The ends of the volume are not cut: what lies beyond them is the clamp's business.
+        if (b.uFirst > 0)
+            d.dFirst = b.uFirst / depth;
+        if (b.uEnd < mvSize[2])
+            d.dEnd = b.uEnd / depth;
+        const double stored = b.GetStoredPlanes();
+        d.dRScale = depth / stored;
+        d.dROffset = -static_cast<double>(b.uStoreFirst) / stored;
+        bricks.push_back(d);
+    }
+    return bricks;
 }
 
 bool TexObjectGL_cls::Fail(const char* text)
@@ -178,9 +204,17 @@ bool TexObjectGL_cls::StartGenerate(DF3_cls& frame, uint32_t& total)
     if (muTextureType > PreviewProperty_cls::kTexRGBA)
         muTextureType = PreviewProperty_cls::kTexAlpha;
     GLint maxSize = 0;
+    uint32_t deepest = mvSize[2];
+    mvBricks.clear();
     if (Is3DTexture()) {
+        // One brick per unit: each is one allocation of the driver.
         glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &maxSize);
-        total = 1;
+        const uint64_t plane = uint64_t{BytesPerTexel(muTextureType)} * mvSize[0] * mvSize[1];
+        mvBricks = TexSlabPlan_cls::MakeBricks(mvSize[2], plane, msuBrickBytes);
+        deepest = 0;
+        for (const TexSlabPlan_cls::Brick& b : mvBricks)
+            deepest = std::max(deepest, b.GetStoredPlanes());
+        total = static_cast<uint32_t>(mvBricks.size());
     } else {
         // The stacks are made a run of slices at a time, as they are filled.
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSize);
@@ -192,7 +226,7 @@ bool TexObjectGL_cls::StartGenerate(DF3_cls& frame, uint32_t& total)
     if (maxSize <= 0)
         return Fail("No OpenGL context");
     if (mvSize[0] > static_cast<uint32_t>(maxSize) || mvSize[1] > static_cast<uint32_t>(maxSize) ||
-        mvSize[2] > static_cast<uint32_t>(maxSize))
+        deepest > static_cast<uint32_t>(maxSize))
         return Fail("The volume is larger than the largest texture of this OpenGL driver");
     return true;
 }
@@ -204,18 +238,24 @@ bool TexObjectGL_cls::GenerateUnit(DF3_cls& /*frame*/, uint32_t unit)
     while (glGetError() != GL_NO_ERROR) {
     }
     if (Is3DTexture()) {
-        // Its old contents never show: the frame counts as textured only once every slab of its
-        // own is in.
-        const bool reused = TakeSpare3D();
-        if (!reused)
-            glGenTextures(1, &muTex3D);
-        glBindTexture(GL_TEXTURE_3D, muTex3D);
+        // Their old contents never show: the frame counts as textured only once every slab of
+        // its own is in. A spare brings every brick at once.
+        if (unit == 0 && mvTex3D.empty() && TakeSpare3D())
+            return true;
+        if (unit < mvTex3D.size())
+            return true;
+        if (unit >= mvBricks.size() || unit != mvTex3D.size())
+            return Fail("Not enough texture memory");
+        const TexSlabPlan_cls::Brick& b = mvBricks[unit];
+        GLuint name = 0;
+        glGenTextures(1, &name);
+        mvTex3D.push_back(name);
+        glBindTexture(GL_TEXTURE_3D, name);
         SetTexParameters(GL_TEXTURE_3D);
-        if (!reused)
-            glTexImage3D(GL_TEXTURE_3D, 0, fmt.iInternal, mvSize[0], mvSize[1], mvSize[2], 0, fmt.uFormat,
-                         GL_UNSIGNED_BYTE, nullptr);
+        glTexImage3D(GL_TEXTURE_3D, 0, fmt.iInternal, mvSize[0], mvSize[1], b.GetStoredPlanes(), 0, fmt.uFormat,
+                     GL_UNSIGNED_BYTE, nullptr);
         glBindTexture(GL_TEXTURE_3D, 0);
-        muBytes = texelBytes * mvSize[0] * mvSize[1] * mvSize[2];
+        muBytes += texelBytes * mvSize[0] * mvSize[1] * b.GetStoredPlanes();
     } else {
         if (unit >= mCGenPlan.GetUnitCount())
             return Fail("Not enough texture memory");
@@ -288,7 +328,7 @@ bool TexObjectGL_cls::BindUnit(DF3_cls& frame, uint32_t unit)
     while (glGetError() != GL_NO_ERROR) {
     }
     if (Is3DTexture()) {
-        if (muTex3D == 0) {
+        if (mvTex3D.empty() || mvTex3D.size() != mvBricks.size()) {
             mStrError = TrW("No texture to fill");
             return false;
         }
@@ -301,9 +341,19 @@ bool TexObjectGL_cls::BindUnit(DF3_cls& frame, uint32_t unit)
             MakeTexels(muTextureType, mpDensity + offset, mpColour + offset, count, mCTable, miThreads, mvTexels);
             texels = mvTexels.data();
         }
-        glBindTexture(GL_TEXTURE_3D, muTex3D);
-        glTexSubImage3D(GL_TEXTURE_3D, 0, 0, 0, static_cast<GLint>(z0), mvSize[0], mvSize[1], z1 - z0, fmt.uFormat,
-                        GL_UNSIGNED_BYTE, texels);
+        // The slab goes into every brick that stores any of its planes (a plane next to a seam
+        // into both).
+        const size_t planeBytes = plane * BytesPerTexel(muTextureType);
+        for (size_t k = 0; k < mvBricks.size(); ++k) {
+            const TexSlabPlan_cls::Brick& b = mvBricks[k];
+            const uint32_t lo = std::max(z0, b.uStoreFirst), hi = std::min(z1, b.uStoreEnd);
+            if (lo >= hi)
+                continue;
+            glBindTexture(GL_TEXTURE_3D, mvTex3D[k]);
+            glTexSubImage3D(GL_TEXTURE_3D, 0, 0, 0, static_cast<GLint>(lo - b.uStoreFirst), mvSize[0], mvSize[1],
+                            static_cast<GLsizei>(hi - lo), fmt.uFormat, GL_UNSIGNED_BYTE,
+                            texels + planeBytes * (lo - z0));
+        }
         glBindTexture(GL_TEXTURE_3D, 0);
     } else {
         const int axis = u.iAxis;

@@ -1,18 +1,20 @@
 #pragma once
 // The OpenGL texture objects of one volume frame, made, filled and freed as the tracked jobs of
 // TexObjectJobs_cls. Lattice mode (no 3D textures): one 2D texture per slice for each of the
-// three axes; 3D mode: one 3D texture. Texels are ALPHA (1 byte), LUMINANCE_ALPHA (2 bytes) or
+// three axes; 3D mode: one 3D texture, cut along z into bricks of at most GetBrickBytes() (see
+// TexSlabPlan_cls::MakeBricks; a frame that fits is one brick). Texels are ALPHA (1 byte), LUMINANCE_ALPHA (2 bytes) or
 // RGBA (4 bytes, the colour map baked in on ThreadMappingByCPU workers), as "PreviewTextureType="
 // says at generation time.
 //
 // Units of work (TexSlabPlan_cls): generation makes the texture names and their storage (one
-// unit for the 3D texture, a run of 2D slices per unit); binding fills them (slabs of z planes of
-// the 3D texture, runs of 2D slices), each unit about what a fraction of a pass uploads at the
+// brick of the 3D texture or a run of 2D slices per unit); binding fills them (slabs of z planes
+// of the 3D texture, written into every brick that stores them, or runs of 2D slices), each unit about what a fraction of a pass uploads at the
 // measured rate; deletion frees everything in one unit. All of it on the thread that owns the
 // GL context, with the context current.
 //
 // Sections: construction; jobs; texels; queries.
 #include "color/ColorTable_cls.h"
+#include "gl/Draw3DTexBoxA_cls.h"
 #include "volume/TexObjectJobs_cls.h"
 #include "volume/TexSlabPlan_cls.h"
 
@@ -64,8 +66,23 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     GLuint GetTexture2D(int axis, int slice) const;
     /// Number of 2D textures across `axis`.
     int GetSliceCount(int axis) const { return static_cast<int>(mvTex2D[axis].size()); }
-    /// The 3D texture (0 when there is none).
-    GLuint GetTexture3D() const { return muTex3D; }
+    /// Brick `brick` of the 3D texture, low z first (0 when there is none).
+    GLuint GetTexture3D(size_t brick = 0) const { return brick < mvTex3D.size() ? mvTex3D[brick] : 0; }
+    /// Number of bricks the 3D texture has (0 without one).
+    size_t GetBrickCount() const { return mvTex3D.size(); }
+    /// The planes brick `brick` draws and stores (brick < GetBrickCount()).
+    const TexSlabPlan_cls::Brick& GetBrick(size_t brick) const { return mvBricks[brick]; }
+    /// The bricks as the slice drawing takes them: name, the part of the unit box each draws
+    /// and its r coordinate from the whole volume's. Empty until every brick is made.
+    std::vector<TexBrickGL> GetDrawBricks() const;
+    /// Largest storage of one brick of a 3D texture, bytes: each brick is one allocation of the
+    /// driver, made in an idle pass of its own.
+    static uint64_t GetBrickBytes() { return msuBrickBytes; }
+    /// Sets the brick storage for the frames generated from now on (0 restores the default).
+    static void SetBrickBytes(uint64_t bytes) { msuBrickBytes = bytes != 0 ? bytes : kBrickBytes; }
+    /// The default brick storage: a software renderer makes 4 MB in about a tenth of a pass's
+    /// 50 ms limit even in fresh memory.
+    static constexpr uint64_t kBrickBytes = 4u * 1024u * 1024u;
     /// The texel format of the last generation ("PreviewTextureType=").
     unsigned GetTextureType() const { return muTextureType; }
     /// Voxel sizes of the frame at the last generation.
@@ -81,7 +98,7 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     /// only a program with one lasting context, which drops the spares before the context goes,
     /// may turn it on).
     static void SetKeepSpareTexture(bool keep) { msbKeepSpare = keep; }
-    /// The names of the 3D textures kept for reuse, oldest first.
+    /// The names of the 3D textures kept for reuse (every brick), oldest first.
     static std::vector<GLuint> GetSpareTextures();
     /// Text of the last failure (empty when none).
     const std::wstring& GetLastError() const { return mStrError; }
@@ -96,7 +113,7 @@ class TexObjectGL_cls : public TexObjectJobs_cls
 
   private:
     struct Spare3D_cls {
-        GLuint uName = 0;
+        std::vector<GLuint> vNames; ///< its bricks
         std::array<uint32_t, 3> vSize{0, 0, 0};
         unsigned uTextureType = 0;
         uint64_t uBytes = 0;
@@ -107,7 +124,8 @@ class TexObjectGL_cls : public TexObjectJobs_cls
 
     DF3GL_cls* mpOwner;
     std::array<std::vector<GLuint>, 3> mvTex2D;
-    GLuint muTex3D = 0;
+    std::vector<GLuint> mvTex3D;                  ///< the bricks made so far, low z first
+    std::vector<TexSlabPlan_cls::Brick> mvBricks; ///< the bricks of the frame's 3D texture
     std::array<uint32_t, 3> mvSize{0, 0, 0};
     unsigned muTextureType = 0;
     uint64_t muBytes = 0;
@@ -127,4 +145,5 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     static void CountSpares();
     static std::vector<Spare3D_cls> msvSpare3D; ///< freed 3D textures, for the next frames of their size
     static bool msbKeepSpare;
+    static uint64_t msuBrickBytes;
 };

@@ -39,6 +39,39 @@ uint64_t TexSlabPlan_cls::GetUnitBytes(uint32_t i) const
            muBytesPerTexel;
 }
 
+std::vector<TexSlabPlan_cls::Brick> TexSlabPlan_cls::MakeBricks(uint32_t depth, uint64_t planeBytes,
+                                                               uint64_t brickBytes)
+{
+    std::vector<Brick> bricks;
+    if (depth == 0)
+        return bricks;
+    planeBytes = std::max<uint64_t>(planeBytes, 1);
+    if (planeBytes * depth <= brickBytes) {
+        bricks.push_back(Brick{0, depth, 0, depth});
+        return bricks;
+    }
+    // Drawn planes per brick: what fits beside the two overlap planes, then spread evenly.
+    const uint64_t fit = brickBytes / planeBytes;
+    const uint32_t most = static_cast<uint32_t>(std::clamp<uint64_t>(fit > 2 ? fit - 2 : 1, 1, depth));
+    const uint32_t count = (depth + most - 1) / most;
+    const uint32_t base = depth / count, extra = depth % count;
+    uint32_t first = 0;
+    for (uint32_t k = 0; k < count; ++k) {
+        const uint32_t end = first + base + (k < extra ? 1 : 0);
+        bricks.push_back(Brick{first, end, first > 0 ? first - 1 : 0, std::min(depth, end + 1)});
+        first = end;
+    }
+    return bricks;
+}
+
+uint64_t TexSlabPlan_cls::BrickedBytes(uint32_t depth, uint64_t planeBytes, uint64_t brickBytes)
+{
+    uint64_t bytes = 0;
+    for (const Brick& b : MakeBricks(depth, planeBytes, brickBytes))
+        bytes += uint64_t{b.GetStoredPlanes()} * planeBytes;
+    return bytes;
+}
+
 uint64_t TexSlabPlan_cls::UnitBytesFor(double bytesPerMs, double targetMs)
 {
     if (!(bytesPerMs > 0.0) || !(targetMs > 0.0))

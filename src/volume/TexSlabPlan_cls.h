@@ -5,6 +5,10 @@
 // neighbouring slices of one axis per unit, axis 0 first. Every plane or slice lies in exactly
 // one unit, and the units come in order, so the last unit completes the textures. The unit size
 // follows the measured upload rate (SetUploadRate), so that a slow driver gets thinner slabs.
+//
+// A large 3D texture is also cut along z into bricks (MakeBricks): making one texture is a
+// single driver call whose time grows with its size (a software renderer clears fresh memory
+// for it), and bricks let the idle passes make a large frame's storage a piece at a time.
 #include <cstdint>
 #include <vector>
 
@@ -28,6 +32,25 @@ class TexSlabPlan_cls
     const Unit& GetUnit(uint32_t i) const { return mvUnit[i]; }
     /// Texel bytes of unit i.
     uint64_t GetUnitBytes(uint32_t i) const;
+
+    /// One brick of a 3D texture cut along z. It draws the planes [uFirst, uEnd) and stores
+    /// [uStoreFirst, uStoreEnd): one plane more on each side where the volume goes on, so that
+    /// the linear filter next to a seam reads the same texels as in one whole texture.
+    struct Brick {
+        uint32_t uFirst = 0;
+        uint32_t uEnd = 0;
+        uint32_t uStoreFirst = 0;
+        uint32_t uStoreEnd = 0;
+        uint32_t GetStoredPlanes() const { return uStoreEnd - uStoreFirst; }
+        bool operator==(const Brick&) const = default;
+    };
+    /// Cuts `depth` z planes of planeBytes each into bricks that store at most brickBytes
+    /// (never less than one drawn plane and its neighbours), as evenly as the planes allow, low
+    /// z first. The drawn ranges cover every plane exactly once. One brick when the whole volume
+    /// fits; none for depth 0.
+    static std::vector<Brick> MakeBricks(uint32_t depth, uint64_t planeBytes, uint64_t brickBytes);
+    /// Stored bytes of a 3D texture cut by MakeBricks (the overlap planes count twice).
+    static uint64_t BrickedBytes(uint32_t depth, uint64_t planeBytes, uint64_t brickBytes);
 
     /// Bytes per unit that make one unit take about targetMs at bytesPerMs (clamped to
     /// 256 KB .. 8 MB; the lower end while no rate is known).

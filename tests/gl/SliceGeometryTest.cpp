@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace
 {
@@ -155,6 +157,65 @@ TEST(CameraFacingSlices, ObliqueCutsAreConvexOutlinesFacingTheViewer)
     EXPECT_GT(hexagons, 0u); // an oblique view cuts hexagons through the middle
     // Successive planes are 2 / (n |d|) apart.
     EXPECT_NEAR(Dot(slices[0][0], u) - Dot(slices[1][0], u), 2.0 / (64 * len), 1e-12);
+}
+
+// Slices cut into slabs (the bricks of a 3D texture): the pieces keep the slice's outline order,
+// add up to its area, and two slabs meeting at a plane give their pieces the very same seam
+// points; a slice lying in a seam goes to one slab only.
+TEST(CameraFacingSlices, SlabPiecesShareTheirSeamsAndAddUpToTheSlice)
+{
+    const Vec3d d = {0.3, -0.5, -0.8};
+    const double len = std::sqrt(Dot(d, d));
+    const Vec3d u = {d[0] / len, d[1] / len, d[2] / len};
+    std::vector<SlicePolygon> slices;
+    ASSERT_TRUE(SliceGeometry_cls::CalcAllSlice(d, 48, {0, 0, 0}, {1, 1, 1}, slices));
+    const double inf = std::numeric_limits<double>::infinity();
+    const std::vector<double> seams = {-inf, -0.5 + 7.0 / 32, -0.5 + 13.0 / 32, 0.1, inf};
+    size_t cut = 0;
+    for (const SlicePolygon& slice : slices) {
+        double area = 0;
+        std::vector<SlicePolygon> pieces;
+        for (size_t k = 0; k + 1 < seams.size(); ++k) {
+            SlicePolygon piece;
+            if (!SliceGeometry_cls::ClipToSlab(slice, 2, seams[k], seams[k + 1], piece)) {
+                EXPECT_TRUE(piece.empty());
+                pieces.emplace_back();
+                continue;
+            }
+            EXPECT_LT(SignedArea2(piece, u), 0.0) << "the outline keeps its turn";
+            EXPECT_TRUE(IsConvexOutline(piece, u));
+            for (const Vec3d& v : piece) {
+                EXPECT_GE(v[2], seams[k]);
+                EXPECT_LE(v[2], seams[k + 1]);
+            }
+            area += SignedArea2(piece, u);
+            pieces.push_back(piece);
+        }
+        EXPECT_NEAR(area, SignedArea2(slice, u), 1e-12);
+        // Every point of a piece on a finite seam is a point of the neighbour's piece, bit for bit.
+        for (size_t k = 0; k + 1 < pieces.size(); ++k) {
+            if (pieces[k].empty() || pieces[k + 1].empty())
+                continue;
+            ++cut;
+            for (const Vec3d& v : pieces[k])
+                if (v[2] == seams[k + 1])
+                    EXPECT_NE(std::find(pieces[k + 1].begin(), pieces[k + 1].end(), v), pieces[k + 1].end());
+        }
+    }
+    EXPECT_GT(cut, 10u);
+
+    // A slice in the plane of a seam belongs to the slab above it; one across the axis inside a
+    // slab, whole to that slab.
+    const SlicePolygon flat = {{-0.5, -0.5, 0.1}, {0.5, -0.5, 0.1}, {0.5, 0.5, 0.1}, {-0.5, 0.5, 0.1}};
+    SlicePolygon piece;
+    EXPECT_FALSE(SliceGeometry_cls::ClipToSlab(flat, 2, -0.2, 0.1, piece));
+    EXPECT_TRUE(SliceGeometry_cls::ClipToSlab(flat, 2, 0.1, 0.3, piece));
+    EXPECT_EQ(piece, flat);
+    // A slice that only touches the slab along an edge has no area in it.
+    const SlicePolygon wall = {{-0.5, 0.0, -0.5}, {0.5, 0.0, -0.5}, {0.5, 0.0, 0.1}, {-0.5, 0.0, 0.1}};
+    EXPECT_FALSE(SliceGeometry_cls::ClipToSlab(wall, 2, 0.1, 0.3, piece));
+    EXPECT_TRUE(SliceGeometry_cls::ClipToSlab(wall, 2, -0.2, 0.3, piece));
+    EXPECT_EQ(piece.size(), 4u);
 }
 
 TEST(CameraFacingSlices, ClippingAndDegenerateInput)

@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -106,6 +108,45 @@ TEST(TexSlabPlan, UnitSizeFollowsTheMeasuredRate)
     TexSlabPlan_cls::AddUploadSample(1000, 0.0);
     EXPECT_DOUBLE_EQ(TexSlabPlan_cls::GetUploadRate(), 625.0) << "empty samples change nothing";
     TexSlabPlan_cls::SetUploadRate(saved);
+}
+
+// Bricks: each drawn plane in exactly one brick, in order; every brick stores its drawn planes
+// and one neighbour on each side where there is one, and no more bytes than asked for.
+TEST(TexSlabPlan, BricksDrawEveryPlaneOnceAndStoreTheirNeighbours)
+{
+    using Brick = TexSlabPlan_cls::Brick;
+    EXPECT_TRUE(TexSlabPlan_cls::MakeBricks(0, 100, 1000).empty());
+    EXPECT_EQ(TexSlabPlan_cls::MakeBricks(10, 100, 1000), (std::vector<Brick>{{0, 10, 0, 10}})) << "it fits whole";
+    // 256 planes of 64 KB in bricks of at most 4 MB: 62 drawn planes fit beside the overlap,
+    // so five bricks of 52 or 51 planes.
+    const uint64_t plane = 64 * 1024, most = 4 * 1024 * 1024;
+    for (auto [depth, planeBytes, brickBytes] :
+         {std::tuple{256u, plane, most}, {100u, uint64_t{10}, uint64_t{95}}, {7u, uint64_t{50}, uint64_t{60}}}) {
+        SCOPED_TRACE(depth);
+        const std::vector<Brick> bricks = TexSlabPlan_cls::MakeBricks(depth, planeBytes, brickBytes);
+        ASSERT_GT(bricks.size(), 1u);
+        uint32_t next = 0, smallest = depth, largest = 0;
+        uint64_t stored = 0;
+        for (const Brick& b : bricks) {
+            EXPECT_EQ(b.uFirst, next);
+            EXPECT_LT(b.uFirst, b.uEnd);
+            EXPECT_EQ(b.uStoreFirst, b.uFirst == 0 ? 0 : b.uFirst - 1);
+            EXPECT_EQ(b.uStoreEnd, std::min(depth, b.uEnd + 1));
+            EXPECT_TRUE(b.GetStoredPlanes() * planeBytes <= brickBytes || b.uEnd - b.uFirst == 1);
+            smallest = std::min(smallest, b.uEnd - b.uFirst);
+            largest = std::max(largest, b.uEnd - b.uFirst);
+            stored += b.GetStoredPlanes() * planeBytes;
+            next = b.uEnd;
+        }
+        EXPECT_EQ(next, depth);
+        EXPECT_LE(largest - smallest, 1u) << "spread evenly";
+        EXPECT_EQ(TexSlabPlan_cls::BrickedBytes(depth, planeBytes, brickBytes), stored);
+    }
+    EXPECT_EQ(TexSlabPlan_cls::MakeBricks(256, plane, most).size(), 5u);
+    EXPECT_EQ(TexSlabPlan_cls::MakeBricks(256, plane, most)[0], (Brick{0, 52, 0, 53}));
+    // Planes larger than a brick: one drawn plane per brick.
+    EXPECT_EQ(TexSlabPlan_cls::MakeBricks(3, 100, 10),
+              (std::vector<Brick>{{0, 1, 0, 2}, {1, 2, 0, 3}, {2, 3, 1, 3}}));
 }
 
 constexpr uint16_t kEdge = 16;
