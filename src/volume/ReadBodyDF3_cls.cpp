@@ -248,13 +248,16 @@ bool ReadBodyDF3_cls::Read8bit(bool noInterrupt, int fd)
     const uint64_t slice = static_cast<uint64_t>(mpDF3->GetCurrSize(0)) * mpDF3->GetCurrSize(1);
     const uint32_t Z = mpDF3->GetCurrSize(2);
     uint8_t* out = mpDF3->GetXYZData();
+    int64_t longest = 0; // the longest block of this call: the next one is not started if it would overrun
     for (uint32_t z = GetPosition(); z < Z;) {
         const uint32_t n = std::min(kBlock8bit, Z - z);
+        const int64_t started = Now();
         if (!ReadExactly(fd, out + z * slice, n * slice, kHeaderSize + z * slice))
             return false;
+        longest = std::max(longest, Now() - started);
         z += n;
         SetPosition(z);
-        if (IsResumeConditionSatisfied(noInterrupt))
+        if (IsResumeConditionSatisfied(noInterrupt, longest))
             break;
     }
     return true;

@@ -4,7 +4,7 @@ void ResumableProgress_cls::Initialize(uint32_t total)
 {
     muTotal = total;
     mbInProgress = true;
-    miStartTime = static_cast<int64_t>(clock());
+    miStartTime = Now();
 }
 
 void ResumableProgress_cls::Clear()
@@ -24,7 +24,14 @@ bool ResumableProgress_cls::IsResumeConditionSatisfied(bool noInterrupt) const
 {
     if (noInterrupt)
         return false;
-    return static_cast<int64_t>(clock()) - miStartTime >= miTimeBudget;
+    return Now() - miStartTime >= miTimeBudget;
+}
+
+bool ResumableProgress_cls::IsResumeConditionSatisfied(bool noInterrupt, int64_t nextTicks) const
+{
+    if (noInterrupt)
+        return false;
+    return Now() - miStartTime + (nextTicks > 0 ? nextTicks : 0) >= miTimeBudget;
 }
 
 int ResumableProgress_cls::GetPercent() const

@@ -28,6 +28,12 @@ class ResumableProgress_cls
     /// False when noInterrupt is set; otherwise true once the budget since Initialize() is spent.
     /// Note that clock() is process CPU time, so workers running meanwhile consume it too.
     bool IsResumeConditionSatisfied(bool noInterrupt) const;
+    /// The same, and also true when one more unit of `nextTicks` (say, the longest unit of this
+    /// call so far) would spend more than the budget: a call stops before a unit that would
+    /// overrun it rather than after.
+    bool IsResumeConditionSatisfied(bool noInterrupt, int64_t nextTicks) const;
+    /// clock() now, for measuring units against the budget.
+    static int64_t Now() { return static_cast<int64_t>(clock()); }
     /// Position >= total.
     virtual bool IsFinishConditionSatisfied() const { return muPosition >= muTotal; }
     /// 100 when finished, 0 when not in progress, 100 when past the end, else position*100/total.

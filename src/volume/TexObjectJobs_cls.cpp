@@ -2,19 +2,24 @@
 
 #include "volume/DF3_cls.h"
 
+#include <algorithm>
+
 namespace
 {
 
-// Runs units of a started job until it is complete or (unless full) the budget is spent.
-// Returns false when a unit failed.
+// Runs units of a started job until it is complete or (unless full) the budget is spent or
+// would be by one more unit as long as the longest so far. Returns false when a unit failed.
 template <typename Unit> bool RunUnits(ResumableProgress_cls& job, bool full, Unit unit)
 {
+    int64_t longest = 0;
     while (!job.IsFinishConditionSatisfied()) {
         const uint32_t position = job.GetPosition();
+        const int64_t started = ResumableProgress_cls::Now();
         if (!unit(position))
             return false;
+        longest = std::max(longest, ResumableProgress_cls::Now() - started);
         job.SetPosition(position + 1);
-        if (job.IsResumeConditionSatisfied(full))
+        if (job.IsResumeConditionSatisfied(full, longest))
             break;
     }
     if (job.IsFinishConditionSatisfied())

@@ -38,4 +38,9 @@ TEST(ResumableProgress, ResumeConditionHonoursBudgetAndNoInterrupt)
     p.SetTimeBudget(int64_t(1) << 50);
     p.Initialize(10);
     EXPECT_FALSE(p.IsResumeConditionSatisfied(false));
+    // A next unit as long as the budget (or longer) is not started; a short one is.
+    EXPECT_TRUE(p.IsResumeConditionSatisfied(false, int64_t(1) << 50));
+    EXPECT_FALSE(p.IsResumeConditionSatisfied(false, 1000));
+    EXPECT_FALSE(p.IsResumeConditionSatisfied(false, -5)) << "a clock that went back counts as nothing";
+    EXPECT_FALSE(p.IsResumeConditionSatisfied(true, int64_t(1) << 52));
 }
