@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 
 #ifndef GL_CLAMP_TO_EDGE
@@ -83,7 +84,20 @@ TexObjectGL_cls::~TexObjectGL_cls()
 
 std::vector<TexObjectGL_cls::Spare3D_cls> TexObjectGL_cls::msvSpare3D;
 bool TexObjectGL_cls::msbKeepSpare = false;
-uint64_t TexObjectGL_cls::msuBrickBytes = TexObjectGL_cls::kBrickBytes;
+uint64_t TexObjectGL_cls::msuBrickBytes = TexObjectGL_cls::DefaultBrickBytes();
+
+uint64_t TexObjectGL_cls::DefaultBrickBytes()
+{
+    // TESSAN_TEX_BRICK_KB cuts 3D textures into smaller bricks than usual (for trying the
+    // seams with small data).
+    if (const char* kb = std::getenv("TESSAN_TEX_BRICK_KB")) {
+        char* end = nullptr;
+        const unsigned long long value = std::strtoull(kb, &end, 10);
+        if (end != kb && *end == '\0' && value > 0 && value <= (uint64_t{1} << 30))
+            return value * 1024;
+    }
+    return kBrickBytes;
+}
 
 void TexObjectGL_cls::FreeTextures()
 {

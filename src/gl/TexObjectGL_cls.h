@@ -79,10 +79,12 @@ class TexObjectGL_cls : public TexObjectJobs_cls
     /// driver, made in an idle pass of its own.
     static uint64_t GetBrickBytes() { return msuBrickBytes; }
     /// Sets the brick storage for the frames generated from now on (0 restores the default).
-    static void SetBrickBytes(uint64_t bytes) { msuBrickBytes = bytes != 0 ? bytes : kBrickBytes; }
-    /// The default brick storage: a software renderer makes 4 MB in about a tenth of a pass's
-    /// 50 ms limit even in fresh memory.
+    static void SetBrickBytes(uint64_t bytes) { msuBrickBytes = bytes != 0 ? bytes : DefaultBrickBytes(); }
+    /// The usual brick storage: a software renderer makes 4 MB in about a quarter of a pass's
+    /// 50 ms limit even in memory the machine has not touched before.
     static constexpr uint64_t kBrickBytes = 4u * 1024u * 1024u;
+    /// kBrickBytes, or TESSAN_TEX_BRICK_KB kilobytes when that is set to a positive number.
+    static uint64_t DefaultBrickBytes();
     /// The texel format of the last generation ("PreviewTextureType=").
     unsigned GetTextureType() const { return muTextureType; }
     /// Voxel sizes of the frame at the last generation.

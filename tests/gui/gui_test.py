@@ -782,6 +782,13 @@ def case_data_screenshot(binary):
         check_volume_shown(pic2d, "2D textures")
         same = region_difference(pic3d, pic2d, 0, 0, w, bottom)
         check(same < 12, "2D and 3D pictures differ too much (%.1f)" % same)
+        # A 3D texture cut into bricks (3 KB each here: eight bricks of three planes) draws the
+        # whole texture's picture: no seam shows.
+        check(s3d.get("slot0tex") == "3D 1", "one whole 3D texture: %r" % s3d.get("slot0tex"))
+        picb, sb = shoot(binary, work, "frame0_bricks", [first], {"TESSAN_TEX_BRICK_KB": "3"})
+        check(sb.get("slot0tex") == "3D 8", "the texture came in bricks: %r" % sb.get("slot0tex"))
+        seams = region_difference(pic3d, picb, 0, 0, w, bottom)
+        check(seams < 0.5, "the bricked picture differs from the whole one (%.2f)" % seams)
         # Another frame of the series is another picture (the moving blob).
         pic4, s4 = shoot(binary, work, "frame4", ["--frame", "4", first])
         check(s4["slot0"] == "6 4 4 1", "frame 4 drawn: %r" % s4["slot0"])
