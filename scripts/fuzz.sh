@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang-14 (fuzzer, ASan, UBSan) into build-fuzz/ and runs every
 # target for N executions over its stored corpus fuzz/corpus/<target>/.
-#   scripts/fuzz.sh [--runs N] [--max-time S] [--keep] [TARGET...]
+#   scripts/fuzz.sh [--runs N] [--max-time S] [--jobs J] [--keep] [TARGET...]
 #     --runs N   executions per target (default 1000000)
+#     --jobs J   run each target in J processes at once, N/J executions each, sharing the new
+#                inputs through the work folder (one per processor; default 1)
 #     --max-time S  stop each target after S seconds even before N executions (the project target
 #                builds, runs, writes and re-reads two project states per input: about a hundred
 #                inputs per CPU second)
@@ -16,6 +18,7 @@ cd "$(dirname "$0")/.."
 runs=1000000
 maxtime=0
 keep=0
+jobs=1
 targets=()
 while (($#)); do
   case "$1" in
@@ -23,9 +26,11 @@ while (($#)); do
     --runs=*) runs="${1#--runs=}"; shift ;;
     --max-time) maxtime="$2"; shift 2 ;;
     --max-time=*) maxtime="${1#--max-time=}"; shift ;;
+    --jobs) jobs="$2"; shift 2 ;;
+    --jobs=*) jobs="${1#--jobs=}"; shift ;;
     --keep) keep=1; shift ;;
-    -h|--help) sed -n '2,13p' "$0"; exit 0 ;;
-    -*) echo "usage: scripts/fuzz.sh [--runs N] [--max-time S] [--keep] [TARGET...]" >&2; exit 2 ;;
+    -h|--help) sed -n '2,15p' "$0"; exit 0 ;;
+    -*) echo "usage: scripts/fuzz.sh [--runs N] [--max-time S] [--jobs J] [--keep] [TARGET...]" >&2; exit 2 ;;
     *) targets+=("$1"); shift ;;
   esac
 done
@@ -46,17 +51,29 @@ failed=0
 for t in "${targets[@]}"; do
   work="$build/work/$t" findings="$build/findings/$t"
   mkdir -p "$work" "$findings"
-  echo "== fuzz_$t: $runs executions"
+  if ((jobs > 1)); then echo "== fuzz_$t: $runs executions in $jobs processes"; else echo "== fuzz_$t: $runs executions"; fi
   start=$(date +%s)
-  # stdout is closed (-close_fd_mask=1): the 16-bit conversion traces every block there.
-  if ! "$build/bin/fuzz_$t" -runs="$runs" -max_total_time="$maxtime" -timeout=20 -rss_limit_mb=3072 -max_len=8192 -close_fd_mask=1 \
-       -print_final_stats=1 -artifact_prefix="$findings/" "$work" "fuzz/corpus/$t" \
-       >"$build/fuzz_$t.log" 2>&1; then
-    failed=1
-    echo "   FAILED - see $build/fuzz_$t.log and $findings/"
-  fi
+  # stdout is closed (-close_fd_mask=1): the 16-bit conversion traces every block there. With
+  # several processes each reads the others' new inputs from the work folder now and then.
+  pids=() logs=()
+  for ((j = 0; j < jobs; ++j)); do
+    log="$build/fuzz_$t.log"
+    ((jobs > 1)) && log="$build/fuzz_$t.$j.log"
+    logs+=("$log")
+    share=$(( (runs + jobs - 1) / jobs ))
+    "$build/bin/fuzz_$t" -runs="$share" -max_total_time="$maxtime" -timeout=20 -rss_limit_mb=3072 -max_len=8192 \
+      -close_fd_mask=1 -print_final_stats=1 -artifact_prefix="$findings/" "$work" "fuzz/corpus/$t" >"$log" 2>&1 &
+    pids+=($!)
+  done
+  for ((j = 0; j < jobs; ++j)); do
+    if ! wait "${pids[$j]}"; then
+      failed=1
+      echo "   FAILED - see ${logs[$j]} and $findings/"
+    fi
+  done
   end=$(date +%s)
-  grep -E '^stat::number_of_executed_units|^stat::new_units_added' "$build/fuzz_$t.log" | sed 's/^/   /' || true
+  awk -F: '/^stat::number_of_executed_units/ {n += $NF} /^stat::new_units_added/ {u += $NF}
+           END {printf "   stat::number_of_executed_units: %d\n   stat::new_units_added:          %d\n", n, u}' "${logs[@]}"
   echo "   $((end - start)) s"
   if ((keep)); then
     "$build/bin/fuzz_$t" -merge=1 -close_fd_mask=1 "fuzz/corpus/$t" "$work" >>"$build/fuzz_$t.log" 2>&1
