@@ -456,6 +456,6 @@ bool DF3GL_cls::DrawBox(const TexObjectGL_cls& tex, const DF3_cls& /*frame*/, co
         return Draw3DTexBoxA_cls::DrawAllSlice({0.0, 0.0, 0.0}, bricks, colour, complement, perSlice, flags) > 0;
     }
     return Draw3DTexBoxB_cls::DrawSlice3D(axis, static_cast<int>(size[static_cast<size_t>(axis)]), fromLow,
-                                          clipMin.data(), clipMax.data(), GetLayerStep(axis), bricks, colour, complement,
-                                          alpha, flags) > 0;
+                                          clipMin.data(), clipMax.data(), GetLayerStep(axis), bricks, colour,
+                                          complement, alpha, flags) > 0;
 }

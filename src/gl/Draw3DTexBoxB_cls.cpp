@@ -49,8 +49,11 @@ int Draw3DTexBoxB_cls::DrawSlice3D(int axis, int n, bool fromLow, const double c
             p[static_cast<size_t>(t)] = c[1] - 0.5;
             quad.push_back(p);
         }
-        DF3GL_cls::DrawPasses([&] { Draw3DTexBoxA_cls::DrawBrickedSlice(quad, {0.0, 0.0, 0.0}, bricks); }, colour,
-                              complement, alpha, flags);
+        DF3GL_cls::DrawPasses(
+            [&] {
+                Draw3DTexBoxA_cls::DrawBrickedSlice(quad, {0.0, 0.0, 0.0}, bricks);
+            },
+            colour, complement, alpha, flags);
         ++drawn;
     }
     return drawn;

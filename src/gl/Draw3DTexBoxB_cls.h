@@ -14,12 +14,16 @@ class Draw3DTexBoxB_cls
     /// Slices across X / Y / Z: n voxels along that axis, fromLow: the low end is far, clip box
     /// as fractions 0..1 per axis, every step-th slice. Returns the slices drawn.
     static int DrawSlice3DX(int n, bool fromLow, const double clipMin[3], const double clipMax[3], int step,
-                            const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3], float alpha, unsigned flags);
+                            const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3],
+                            float alpha, unsigned flags);
     static int DrawSlice3DY(int n, bool fromLow, const double clipMin[3], const double clipMax[3], int step,
-                            const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3], float alpha, unsigned flags);
+                            const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3],
+                            float alpha, unsigned flags);
     static int DrawSlice3DZ(int n, bool fromLow, const double clipMin[3], const double clipMax[3], int step,
-                            const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3], float alpha, unsigned flags);
+                            const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3],
+                            float alpha, unsigned flags);
     /// The same for any axis 0..2.
     static int DrawSlice3D(int axis, int n, bool fromLow, const double clipMin[3], const double clipMax[3], int step,
-                           const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3], float alpha, unsigned flags);
+                           const std::vector<TexBrickGL>& bricks, const float colour[3], const float complement[3],
+                           float alpha, unsigned flags);
 };

@@ -197,8 +197,8 @@ bool SliceGeometry_cls::ClipToSlab(const SlicePolygon& slice, int axis, double l
         return false;
     // A slice that lies in one plane across the axis belongs to one slab only: on a seam, to the
     // slab above it.
-    const auto [low, high] = std::minmax_element(slice.begin(), slice.end(),
-                                                 [a](const Vec3d& p, const Vec3d& q) { return p[a] < q[a]; });
+    const auto [low, high] =
+        std::minmax_element(slice.begin(), slice.end(), [a](const Vec3d& p, const Vec3d& q) { return p[a] < q[a]; });
     if ((*low)[a] == (*high)[a]) {
         if (!(lo <= (*low)[a] && (*low)[a] < hi))
             return false;

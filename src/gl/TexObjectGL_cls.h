@@ -8,8 +8,8 @@
 //
 // Units of work (TexSlabPlan_cls): generation makes the texture names and their storage (one
 // brick of the 3D texture or a run of 2D slices per unit); binding fills them (slabs of z planes
-// of the 3D texture, written into every brick that stores them, or runs of 2D slices), each unit about what a fraction of a pass uploads at the
-// measured rate; deletion frees everything in one unit. All of it on the thread that owns the
+// of the 3D texture, written into every brick that stores them, or runs of 2D slices), each unit about what a fraction
+// of a pass uploads at the measured rate; deletion frees everything in one unit. All of it on the thread that owns the
 // GL context, with the context current.
 //
 // Sections: construction; jobs; texels; queries.

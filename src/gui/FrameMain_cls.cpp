@@ -1416,7 +1416,8 @@ std::wstring FrameMain_cls::DescribeSlots() const
         text += WStrPrintf("slot%d=%d %d %d %d\n", slot, count, current, drawn, count > 0 && drawn == current ? 1 : 0);
         // The current frame's textures: the kind and, for a 3D texture, its bricks.
         const DF3GL_cls* gl = mvpDF3GL[static_cast<size_t>(slot)].get();
-        if (const TexObjectGL_cls* tex = count > 0 && gl ? gl->GetCurrentTexObject() : nullptr; tex && tex->HasTexObjects())
+        if (const TexObjectGL_cls* tex = count > 0 && gl ? gl->GetCurrentTexObject() : nullptr;
+            tex && tex->HasTexObjects())
             text += WStrPrintf("slot%dtex=%s %zu\n", slot, tex->Is3DTexture() ? "3D" : "2D", tex->GetBrickCount());
     }
     text += WStrPrintf("memory=%u %u %u\n", seqCtrl.GetUsedTexMB(), seqCtrl.GetUsedXYMB(), seqCtrl.GetUsedXYZMB());

@@ -40,7 +40,7 @@ uint64_t TexSlabPlan_cls::GetUnitBytes(uint32_t i) const
 }
 
 std::vector<TexSlabPlan_cls::Brick> TexSlabPlan_cls::MakeBricks(uint32_t depth, uint64_t planeBytes,
-                                                               uint64_t brickBytes)
+                                                                uint64_t brickBytes)
 {
     std::vector<Brick> bricks;
     if (depth == 0)

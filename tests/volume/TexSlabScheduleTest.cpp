@@ -145,8 +145,7 @@ TEST(TexSlabPlan, BricksDrawEveryPlaneOnceAndStoreTheirNeighbours)
     EXPECT_EQ(TexSlabPlan_cls::MakeBricks(256, plane, most).size(), 5u);
     EXPECT_EQ(TexSlabPlan_cls::MakeBricks(256, plane, most)[0], (Brick{0, 52, 0, 53}));
     // Planes larger than a brick: one drawn plane per brick.
-    EXPECT_EQ(TexSlabPlan_cls::MakeBricks(3, 100, 10),
-              (std::vector<Brick>{{0, 1, 0, 2}, {1, 2, 0, 3}, {2, 3, 1, 3}}));
+    EXPECT_EQ(TexSlabPlan_cls::MakeBricks(3, 100, 10), (std::vector<Brick>{{0, 1, 0, 2}, {1, 2, 0, 3}, {2, 3, 1, 3}}));
 }
 
 constexpr uint16_t kEdge = 16;
