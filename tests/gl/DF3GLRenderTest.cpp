@@ -451,22 +451,34 @@ TEST_F(GLRender, FreedTexturesAreReusedByFramesOfTheirSize)
 }
 
 // A frame larger than a brick: its 3D texture comes in z bricks, each one driver allocation of
-// its own generation step, every brick holding its planes and one neighbour on each side; drawn
-// from the bricks, the picture is the one a whole texture gives (the linear filter reads the
-// same texels next to a seam, and the pieces of a slice neither overlap nor leave a gap).
+// its own generation step, every brick holding its planes and one neighbour on each side (the
+// upload slabs straddle the bricks); drawn from the bricks, the picture is the one a whole
+// texture gives (the linear filter reads the same texels next to a seam, and the pieces of a
+// slice neither overlap nor leave a gap).
 TEST_F(GLRender, BrickedTexturesHoldTheirPlanesAndDrawTheWholeTexturesPicture)
 {
-    // Detail along z (so that a wrong texel next to a seam shows), faint enough to see through.
-    auto voxel = [](int x, int y, int z) {
-        return static_cast<uint8_t>(Ball(x, y, z) / 3 + ((x * 5 + y * 3 + z * 23) % 64));
-    };
-    Open(voxel);
-    struct BrickBytesBack {
-        ~BrickBytesBack() { TexObjectGL_cls::SetBrickBytes(0); }
-    } back;
+    // 64^3 with detail along z (so that a wrong texel next to a seam shows), faint enough to see
+    // through.
+    constexpr int n = 64;
+    const std::string file = mCDir.File("big0000.df3");
+    WriteFileBytes(file, Df3Bytes(n, [](int x, int y, int z) {
+                       return static_cast<uint8_t>(Ball(x, y, z, 31.5, 31.5, 31.5, 0.3 * n) / 3 +
+                                                   ((x * 5 + y * 3 + z * 23) % 64));
+                   }));
+    ASSERT_EQ(mCCtrl.GetSequence(0).AppendFileSequence(Widen(file), false, 0), 1);
+    struct Restore {
+        double rate = TexSlabPlan_cls::GetUploadRate();
+        ~Restore()
+        {
+            TexObjectGL_cls::SetBrickBytes(0);
+            TexSlabPlan_cls::SetUploadRate(rate);
+        }
+    } restore;
     const std::vector<std::pair<double, double>> orbits = {{0, 0}, {35, 25}, {90, 0}, {20, 80}, {-60, -40}};
-    for (Path path : {Path::k3DLattice, Path::k3DCamera}) {
-        SCOPED_TRACE(Name(path));
+    for (auto [path, type] : {std::pair{Path::k3DLattice, 0u}, {Path::k3DCamera, 0u}, {Path::k3DLattice, 2u}}) {
+        SCOPED_TRACE(std::string(Name(path)) + ", texel format " + std::to_string(type));
+        const GLenum format = type == 2 ? GL_RGBA : GL_ALPHA;
+        const size_t plane = size_t{n} * n * TexObjectGL_cls::BytesPerTexel(type);
         auto pictures = [&] {
             std::vector<std::vector<uint8_t>> all;
             for (auto [h, v] : orbits) {
@@ -476,48 +488,52 @@ TEST_F(GLRender, BrickedTexturesHoldTheirPlanesAndDrawTheWholeTexturesPicture)
             }
             return all;
         };
+        auto texels = [&](GLuint name, size_t planes) {
+            std::vector<uint8_t> t(plane * planes);
+            glBindTexture(GL_TEXTURE_3D, name);
+            glPixelStorei(GL_PACK_ALIGNMENT, 1);
+            glGetTexImage(GL_TEXTURE_3D, 0, format, GL_UNSIGNED_BYTE, t.data());
+            glBindTexture(GL_TEXTURE_3D, 0);
+            return t;
+        };
+        // Upload units of 256 KB (the smallest): for RGBA texels, slabs of 16 planes.
+        TexSlabPlan_cls::SetUploadRate(0.0);
         TexObjectGL_cls::SetBrickBytes(0);
         mpGL->RequestTextureRebuild();
-        Load(path, 0);
+        Load(path, type);
         ASSERT_EQ(mpGL->GetCurrentTexObject()->GetBrickCount(), 1u);
+        const std::vector<uint8_t> wholeTexels = texels(mpGL->GetCurrentTexObject()->GetTexture3D(), n);
         const auto whole = pictures();
 
-        // Nine planes fit a brick: seven drawn planes beside the overlap, five bricks.
-        TexObjectGL_cls::SetBrickBytes(kN * kN * 9);
+        // Nine planes fit a brick: seven drawn planes or six beside the overlap, ten bricks.
+        TexObjectGL_cls::SetBrickBytes(plane * 9);
+        TexSlabPlan_cls::SetUploadRate(0.0);
         mpGL->RequestTextureRebuild();
-        DF3Sequence_cls& seq = mCCtrl.GetSequence(0);
-        seq.IdleProcessesMain(0, true, true);
+        mCCtrl.GetSequence(0).IdleProcessesMain(0, true, true);
         TexObjectGL_cls* tex = mpGL->GetCurrentTexObject();
         tex->SetTimeBudget(0); // one unit per step
         int generationSteps = 0;
         for (bool first = true; first || !tex->IsTexObjectGenFinished(); first = false) {
             ASSERT_TRUE(mpGL->GenerateTexObjects(false, first)) << "step " << generationSteps;
             ++generationSteps;
-            ASSERT_LT(generationSteps, 20);
+            ASSERT_LT(generationSteps, 30);
         }
-        EXPECT_EQ(generationSteps, 1 + 5) << "the processing, then one brick per step";
-        Load(path, 0);
-        ASSERT_EQ(tex->GetBrickCount(), 5u);
-        EXPECT_EQ(tex->GetAllocatedTextureBytes(), TexSlabPlan_cls::BrickedBytes(kN, kN * kN, kN * kN * 9));
+        EXPECT_EQ(generationSteps, 1 + 10) << "the processing, then one brick per step";
+        Load(path, type);
+        ASSERT_EQ(tex->GetBrickCount(), 10u);
+        EXPECT_EQ(tex->GetAllocatedTextureBytes(), TexSlabPlan_cls::BrickedBytes(n, plane, plane * 9));
         for (size_t k = 0; k < tex->GetBrickCount(); ++k) {
             const TexSlabPlan_cls::Brick& b = tex->GetBrick(k);
-            std::vector<uint8_t> texels(size_t{kN} * kN * b.GetStoredPlanes());
-            glBindTexture(GL_TEXTURE_3D, tex->GetTexture3D(k));
-            glPixelStorei(GL_PACK_ALIGNMENT, 1);
-            glGetTexImage(GL_TEXTURE_3D, 0, GL_ALPHA, GL_UNSIGNED_BYTE, texels.data());
-            int wrong = 0;
-            for (uint32_t z = b.uStoreFirst; z < b.uStoreEnd; ++z)
-                for (int y = 0; y < kN; ++y)
-                    for (int x = 0; x < kN; ++x)
-                        wrong += texels[((z - b.uStoreFirst) * kN + y) * kN + x] != voxel(x, y, static_cast<int>(z));
-            EXPECT_EQ(wrong, 0) << "brick " << k;
+            const std::vector<uint8_t> got = texels(tex->GetTexture3D(k), b.GetStoredPlanes());
+            EXPECT_TRUE(std::equal(got.begin(), got.end(), wholeTexels.begin() + plane * b.uStoreFirst))
+                << "brick " << k << " holds other texels than planes " << b.uStoreFirst << ".." << b.uStoreEnd;
         }
-        glBindTexture(GL_TEXTURE_3D, 0);
         const auto bricked = pictures();
         for (size_t i = 0; i < orbits.size(); ++i) {
             SCOPED_TRACE("orbit " + std::to_string(i));
-            Save(whole[i], "whole_" + std::to_string(int(path)) + "_" + std::to_string(i));
-            Save(bricked[i], "bricked_" + std::to_string(int(path)) + "_" + std::to_string(i));
+            const std::string tag = std::to_string(int(path)) + "_" + std::to_string(type) + "_" + std::to_string(i);
+            Save(whole[i], "whole_" + tag);
+            Save(bricked[i], "bricked_" + tag);
             ASSERT_GT(Sum(whole[i]), 1000.0) << "something was drawn";
             // A seam would be a line of changed pixels across the ball. Where a slice's outline
             // is cut, the cut point lies on the outline only to rounding: a pixel exactly on the
